@@ -1,0 +1,18 @@
+#pragma once
+#include "core/extraction/TypeRegistry.h"
+
+#include <optional>
+#include <vector>
+
+namespace vesto {
+
+/// Which kind of reader takes a file.
+enum class Route { pdf, image, email, quickLook, video, audio, document };
+
+/// The first route in table order that takes `type`, or nothing.
+[[nodiscard]] std::optional<Route> routeOf(const ContentType& type);
+
+/// Every type of the route table, in its order.
+[[nodiscard]] const std::vector<ContentType>& supportedTypes();
+
+} // namespace vesto

@@ -1,0 +1,84 @@
+#pragma once
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+/// Unicode work on UTF-8 text. With its neighbours (`UnicodePattern.h`, `UnicodeDates.h`, `Charset.h`) the only
+/// place that includes ICU.
+///
+/// Every function takes any bytes: what is not valid UTF-8 counts as U+FFFD, one for each maximal bad sequence.
+/// All are pure and thread-safe, run in linear time, and never fail.
+namespace vesto::unicode {
+
+inline constexpr char32_t replacementCharacter = 0xFFFD;
+
+// ---- Scalars ----
+
+struct Scalar {
+    char32_t value; // U+FFFD for a bad sequence
+    std::size_t size; // bytes, at least 1
+};
+
+/// The scalar that starts at byte `offset`, which must be below the size.
+[[nodiscard]] Scalar scalarAt(std::string_view text, std::size_t offset);
+
+/// The scalar that ends right before byte `offset`, which must be above 0.
+[[nodiscard]] Scalar scalarBefore(std::string_view text, std::size_t offset);
+
+void append(std::string& text, char32_t scalar);
+
+[[nodiscard]] bool isValid(std::string_view text);
+
+/// The text with every bad sequence turned into U+FFFD.
+[[nodiscard]] std::string repaired(std::string_view text);
+
+// ---- Classes of one scalar ----
+
+[[nodiscard]] bool isLetterOrMark(char32_t scalar); // general categories L and M: the «letters» that are counted
+[[nodiscard]] bool isLetter(char32_t scalar); // L
+[[nodiscard]] bool isMark(char32_t scalar); // M
+[[nodiscard]] bool isNumber(char32_t scalar); // N
+[[nodiscard]] bool isDecimalDigit(char32_t scalar); // Nd, a pattern's \d
+[[nodiscard]] bool isSymbol(char32_t scalar); // S
+[[nodiscard]] bool isAlphanumeric(char32_t scalar); // L, M and N
+[[nodiscard]] bool isWhiteSpace(char32_t scalar); // property White_Space, a pattern's \s
+[[nodiscard]] bool isNewline(char32_t scalar); // U+000A to U+000D, U+0085, U+2028, U+2029
+[[nodiscard]] bool isBlank(char32_t scalar); // white space without line breaks: Zs and tab
+[[nodiscard]] bool isControl(char32_t scalar); // Cc and Cf
+
+/// Whether a pattern's \b holds at byte `offset`. Marks and format characters belong to what stands before them.
+[[nodiscard]] bool isWordBoundary(std::string_view text, std::size_t offset);
+
+// ---- Whole texts ----
+
+[[nodiscard]] std::string composed(std::string_view text); // NFC
+[[nodiscard]] std::string lowercase(std::string_view text); // full mapping, no locale
+[[nodiscard]] std::string uppercase(std::string_view text); // full mapping, no locale
+
+/// Full case folding without a locale, then NFC: two names are the same when their keys are equal.
+[[nodiscard]] std::string caseFolded(std::string_view text);
+
+/// Case and diacritics folded without a locale («Relevé d’août» becomes «releve d'aout»): marks dropped,
+/// typographic apostrophes made straight.
+[[nodiscard]] std::string folded(std::string_view text);
+
+/// U+2019, U+2018, U+02BC, U+FF07 and "`" made the straight apostrophe.
+[[nodiscard]] std::string withStraightApostrophes(std::string_view text);
+
+/// Leading and trailing scalars of `isBlank`, respectively of `isWhiteSpace`, removed.
+[[nodiscard]] std::string_view trimmedBlanks(std::string_view text);
+[[nodiscard]] std::string_view trimmedWhiteSpace(std::string_view text);
+
+// ---- Grapheme clusters (user-perceived characters) ----
+
+[[nodiscard]] std::size_t graphemeCount(std::string_view text);
+
+/// The first `count` grapheme clusters, or the whole text where it has no more.
+[[nodiscard]] std::string_view graphemePrefix(std::string_view text, std::size_t count);
+
+/// Bytes of the first, respectively last, grapheme cluster; 0 for an empty text.
+[[nodiscard]] std::size_t firstGraphemeSize(std::string_view text);
+[[nodiscard]] std::size_t lastGraphemeSize(std::string_view text);
+
+} // namespace vesto::unicode
