@@ -16,7 +16,7 @@ struct SummarizerSettings;
 /// One file to read. Everything a reader may know of it; a reader never opens a path.
 struct ReadRequest {
     int fd = -1; // open for reading, a regular file; borrowed for the call
-    std::filesystem::path path; // for messages only
+    std::filesystem::path path; // its name tells the format; never opened
     ContentType type;
     Route route = Route::document;
     std::optional<Instant> bestDate; // of the file system, for content that carries no date
