@@ -132,7 +132,6 @@ def main():
         check_renamed(folder, before, renamed)
         show_number(renamed)
 
-        # Each name is free again only once the file that holds it went back; any order must do.
         done = subprocess.run([vesto, "undo", *(os.path.join(folder, new) for new in renamed.values())],
                               capture_output=True, stdin=subprocess.DEVNULL, check=False)
         require(done.returncode == 0, "l'annulation a échoué : " + (done.stdout + done.stderr).decode(errors="replace"))
