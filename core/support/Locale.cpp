@@ -5,7 +5,8 @@
 
 namespace vesto {
 
-Locale::Locale(std::string_view identifier) : m_identifier(identifier.substr(0, identifier.find_first_of(".@"))) {
+Locale::Locale(std::string_view identifier)
+    : m_identifier(identifier.substr(0, identifier.find_first_of(".@"))) {
     std::ranges::replace(m_identifier, '-', '_');
 }
 

@@ -4,11 +4,11 @@
 #include <string>
 #include <string_view>
 
-/// Unicode work on UTF-8 text. With its neighbours (`UnicodePattern.h`, `UnicodeDates.h`, `Charset.h`) the only
-/// place that includes ICU.
+/// Unicode work on UTF-8 text. With its neighbours (`UnicodePattern.h`, `UnicodeDates.h`, `Charset.h`) the
+/// only place that includes ICU.
 ///
-/// Every function takes any bytes: what is not valid UTF-8 counts as U+FFFD, one for each maximal bad sequence.
-/// All are pure and thread-safe, run in linear time, and never fail.
+/// Every function takes any bytes: what is not valid UTF-8 counts as U+FFFD, one for each maximal bad
+/// sequence. All are pure and thread-safe, run in linear time, and never fail.
 namespace vesto::unicode {
 
 inline constexpr char32_t replacementCharacter = 0xFFFD;
@@ -16,7 +16,7 @@ inline constexpr char32_t replacementCharacter = 0xFFFD;
 // ---- Scalars ----
 
 struct Scalar {
-    char32_t value; // U+FFFD for a bad sequence
+    char32_t value;   // U+FFFD for a bad sequence
     std::size_t size; // bytes, at least 1
 };
 
@@ -35,24 +35,26 @@ void append(std::string& text, char32_t scalar);
 
 // ---- Classes of one scalar ----
 
-[[nodiscard]] bool isLetterOrMark(char32_t scalar); // general categories L and M: the «letters» that are counted
+[[nodiscard]] bool
+isLetterOrMark(char32_t scalar);              // general categories L and M: the «letters» that are counted
 [[nodiscard]] bool isLetter(char32_t scalar); // L
-[[nodiscard]] bool isMark(char32_t scalar); // M
+[[nodiscard]] bool isMark(char32_t scalar);   // M
 [[nodiscard]] bool isNumber(char32_t scalar); // N
 [[nodiscard]] bool isDecimalDigit(char32_t scalar); // Nd, a pattern's \d
-[[nodiscard]] bool isSymbol(char32_t scalar); // S
+[[nodiscard]] bool isSymbol(char32_t scalar);       // S
 [[nodiscard]] bool isAlphanumeric(char32_t scalar); // L, M and N
-[[nodiscard]] bool isWhiteSpace(char32_t scalar); // property White_Space, a pattern's \s
-[[nodiscard]] bool isNewline(char32_t scalar); // U+000A to U+000D, U+0085, U+2028, U+2029
-[[nodiscard]] bool isBlank(char32_t scalar); // white space without line breaks: Zs and tab
-[[nodiscard]] bool isControl(char32_t scalar); // Cc and Cf
+[[nodiscard]] bool isWhiteSpace(char32_t scalar);   // property White_Space, a pattern's \s
+[[nodiscard]] bool isNewline(char32_t scalar);      // U+000A to U+000D, U+0085, U+2028, U+2029
+[[nodiscard]] bool isBlank(char32_t scalar);        // white space without line breaks: Zs and tab
+[[nodiscard]] bool isControl(char32_t scalar);      // Cc and Cf
 
-/// Whether a pattern's \b holds at byte `offset`. Marks and format characters belong to what stands before them.
+/// Whether a pattern's \b holds at byte `offset`. Marks and format characters belong to what stands before
+/// them.
 [[nodiscard]] bool isWordBoundary(std::string_view text, std::size_t offset);
 
 // ---- Whole texts ----
 
-[[nodiscard]] std::string composed(std::string_view text); // NFC
+[[nodiscard]] std::string composed(std::string_view text);  // NFC
 [[nodiscard]] std::string lowercase(std::string_view text); // full mapping, no locale
 [[nodiscard]] std::string uppercase(std::string_view text); // full mapping, no locale
 

@@ -10,14 +10,15 @@
 /// Dates in words, through ICU. Gregorian calendar. Thread-safe; formatters are kept per thread.
 namespace vesto::unicode {
 
-/// `instant` by a Unicode date pattern such as "yyyy-MM-dd". `timeZone` is an Olson name, empty for the system's.
-/// A pattern that ICU refuses gives the empty string.
+/// `instant` by a Unicode date pattern such as "yyyy-MM-dd". `timeZone` is an Olson name, empty for the
+/// system's. A pattern that ICU refuses gives the empty string.
 [[nodiscard]] std::string formatDate(Instant instant, std::string_view pattern, const Locale& locale,
                                      std::string_view timeZone = {});
 
 /// Full month name and year in the locale's order («octobre 2026», «October 2026»); nothing for a month
 /// outside 1 to 12.
-[[nodiscard]] std::optional<std::string> formatMonthAndYear(std::int64_t month, std::int64_t year, const Locale& locale);
+[[nodiscard]] std::optional<std::string> formatMonthAndYear(std::int64_t month, std::int64_t year,
+                                                            const Locale& locale);
 
 /// The locale's twelve month names as a calendar writes them, in its own letter case, January first.
 [[nodiscard]] std::array<std::string, 12> monthNames(const Locale& locale);

@@ -10,8 +10,8 @@ namespace vesto::unicode {
 
 /// A regular expression in ICU syntax, compiled once, matched on UTF-8. Immutable and thread-safe.
 ///
-/// A pattern whose work grows faster than its text has no place on text of a file: write the search by hand and
-/// hold it against the pattern in a test.
+/// A pattern whose work grows faster than its text has no place on text of a file: write the search by hand
+/// and hold it against the pattern in a test.
 class Pattern {
 public:
     enum class Case { sensitive, insensitive };
@@ -28,7 +28,8 @@ public:
     Pattern(Pattern&&) noexcept;
     Pattern& operator=(Pattern&&) noexcept;
 
-    /// The first match that begins at or after byte `from`. What stands before `from` is seen by \b and look-behind.
+    /// The first match that begins at or after byte `from`. What stands before `from` is seen by \b and
+    /// look-behind.
     [[nodiscard]] std::optional<Match> find(std::string_view text, std::size_t from = 0) const;
 
     /// All matches, left to right, none overlapping.

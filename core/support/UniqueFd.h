@@ -1,5 +1,6 @@
 #pragma once
 #include <unistd.h>
+
 #include <utility>
 
 namespace vesto {
@@ -8,8 +9,10 @@ namespace vesto {
 class UniqueFd {
 public:
     UniqueFd() = default;
-    explicit UniqueFd(int fd) : m_fd(fd) {}
-    UniqueFd(UniqueFd&& other) noexcept : m_fd(std::exchange(other.m_fd, -1)) {}
+    explicit UniqueFd(int fd)
+        : m_fd(fd) {}
+    UniqueFd(UniqueFd&& other) noexcept
+        : m_fd(std::exchange(other.m_fd, -1)) {}
     UniqueFd& operator=(UniqueFd&& other) noexcept {
         if (this != &other)
             reset(std::exchange(other.m_fd, -1));
