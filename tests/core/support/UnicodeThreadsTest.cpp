@@ -38,6 +38,7 @@ TEST(UnicodeThreads, sharedTablesAnswerAlike) {
     std::latch start(static_cast<std::ptrdiff_t>(answers.size()));
     {
         std::vector<std::jthread> threads;
+        threads.reserve(answers.size());
         for (std::string& answer : answers)
             threads.emplace_back([&shared, &start, &answer] {
                 start.arrive_and_wait();
