@@ -21,7 +21,7 @@ REFUSED = {"scan0003.pdf": "locked"}
 KINDS = {"pdf": "PDF", "document": "document", "spreadsheet": "tableur", "presentation": "présentation",
          "screenshot": "capture", "photo": "photo", "image": "image", "email": "e-mail", "audio": "audio",
          "video": "vidéo", "ebook": "livre"}
-SOURCES = {"fallback": "premières lignes", "model": "modèle"}
+SOURCES = {"fallback": "titre ou premières lignes du fichier", "model": "modèle"}
 ERRORS = {"locked": "protégé par un mot de passe", "unreadable": "illisible", "unsupportedType": "type inconnu"}
 
 
@@ -83,7 +83,7 @@ def rename_all(vesto, folder, before):
             new = os.path.basename(record["to"])
             proposal = record["proposal"]
             kind, source = KINDS[proposal["summary"]["kind"]], SOURCES[proposal["source"]]
-            confidence = f"{proposal['confidence']:.2f}".replace(".", ",")
+            confidence = f"{round(proposal['confidence'] * 100)} %"
             print(f"  {old:{width}}  →  {new}\n  {'':{width}}     {kind} · {source} · confiance {confidence}")
             require(record["marked"], f"{old} : la marque n'a pas pu être écrite")
             renamed[old] = new
