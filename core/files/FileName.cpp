@@ -1,0 +1,54 @@
+#include "core/files/FileName.h"
+
+#include "core/support/Unicode.h"
+
+namespace vesto {
+namespace {
+
+std::string_view withoutTrailingSlashes(std::string_view path) {
+    while (path.size() > 1 && path.back() == '/')
+        path.remove_suffix(1);
+    return path;
+}
+
+} // namespace
+
+std::string_view lastComponentOf(const std::filesystem::path& path) {
+    std::string_view text = withoutTrailingSlashes(path.native());
+    return text.substr(text.rfind('/') + 1); // npos + 1 is 0
+}
+
+std::filesystem::path folderOf(const std::filesystem::path& path) {
+    const std::string_view text = withoutTrailingSlashes(path.native());
+    const auto slash = text.rfind('/');
+    if (slash == std::string_view::npos)
+        return ".";
+    return std::string(slash == 0 ? "/" : withoutTrailingSlashes(text.substr(0, slash)));
+}
+
+std::string_view extensionOf(std::string_view fileName) {
+    const auto dot = fileName.rfind('.');
+    if (dot == std::string_view::npos || dot == 0)
+        return {};
+    const std::string_view extension = fileName.substr(dot + 1);
+    for (std::size_t at = 0; at < extension.size();) {
+        const auto scalar = unicode::scalarAt(extension, at);
+        if (unicode::isWhiteSpace(scalar.value))
+            return {};
+        at += scalar.size;
+    }
+    return extension;
+}
+
+std::string_view baseNameOf(std::string_view fileName) {
+    const std::string_view extension = extensionOf(fileName);
+    if (!extension.empty())
+        fileName.remove_suffix(extension.size() + 1);
+    return fileName;
+}
+
+bool isSameName(std::string_view left, std::string_view right) {
+    return left == right || unicode::caseFolded(left) == unicode::caseFolded(right);
+}
+
+} // namespace vesto
