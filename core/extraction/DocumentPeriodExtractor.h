@@ -10,17 +10,18 @@
 namespace vesto::DocumentPeriodExtractor {
 
 struct Period {
-    std::int64_t month = 1; // 1 to 12
+    std::int64_t month = 1;   // 1 to 12
     std::int64_t year = 1990; // 1990 to 2100
 
-    /// Month and year in words in the locale's order («octobre 2026»); "13/2026" where there is no such month.
+    /// Month and year in words in the locale's order («octobre 2026»); "13/2026" where there is no such
+    /// month.
     [[nodiscard]] std::string label(const Locale& locale) const;
 
     bool operator==(const Period&) const = default;
 };
 
-/// The period of `text` where it is a periodic document that names one. `allowMonthName`: a bare «septembre 2025»
-/// counts as well as a date.
+/// The period of `text` where it is a periodic document that names one. `allowMonthName`: a bare «septembre
+/// 2025» counts as well as a date.
 [[nodiscard]] std::optional<Period> period(std::string_view text, bool allowMonthName);
 
 /// Whether the first 800 characters (grapheme clusters) name a kind of document that comes every month.
@@ -28,8 +29,8 @@ struct Period {
 
 [[nodiscard]] std::optional<Period> extract(std::string_view text, bool allowMonthName);
 
-/// The period of one numeric date «first/second/year», month and day told apart by their size; nothing where the
-/// day does not exist or the year lies outside 1990 to 2100 (two digits: plus 2000).
+/// The period of one numeric date «first/second/year», month and day told apart by their size; nothing where
+/// the day does not exist or the year lies outside 1990 to 2100 (two digits: plus 2000).
 [[nodiscard]] std::optional<Period> periodOfNumericDate(int first, int second, int year);
 
 } // namespace vesto::DocumentPeriodExtractor

@@ -65,15 +65,6 @@ std::string asciiLowercase(std::string_view text) {
     return result;
 }
 
-std::string normalized(std::string_view text, const icu::Normalizer2& normalizer) {
-    std::string result;
-    result.reserve(text.size());
-    icu::StringByteSink<std::string> sink(&result);
-    UErrorCode status = U_ZERO_ERROR;
-    normalizer.normalizeUTF8(0, piece(text), sink, nullptr, status);
-    return result;
-}
-
 const icu::Normalizer2& nfc() {
     UErrorCode status = U_ZERO_ERROR;
     return *icu::Normalizer2::getNFCInstance(status);
@@ -82,6 +73,70 @@ const icu::Normalizer2& nfc() {
 const icu::Normalizer2& nfd() {
     UErrorCode status = U_ZERO_ERROR;
     return *icu::Normalizer2::getNFDInstance(status);
+}
+
+/// The marks of combining class 0 that decompose to others: Tibetan vowel signs.
+bool isComposedMark(char32_t scalar) {
+    return scalar == 0x0F73 || scalar == 0x0F75 || scalar == 0x0F81;
+}
+
+int combiningClass(char32_t scalar) {
+    return scalar < 0x300 ? 0 : u_getCombiningClass(static_cast<UChar32>(scalar));
+}
+
+/// Whether ICU, which puts marks in order by insertion, would take quadratic time: nobody writes so many.
+bool holdsLongRunOfMarks(std::string_view text) {
+    constexpr std::size_t longRun = 64; // scalars
+    std::size_t run = 0;
+    for (std::size_t offset = 0; offset < text.size() && run <= longRun;) {
+        const Scalar scalar = scalarAt(text, offset);
+        run = combiningClass(scalar.value) != 0 || isComposedMark(scalar.value) ? run + 1 : 0;
+        offset += scalar.size;
+    }
+    return run > longRun;
+}
+
+/// A canonically equivalent text with its marks in order.
+std::string withSortedMarks(std::string_view text) {
+    std::string result;
+    result.reserve(text.size());
+    std::u32string marks;
+    const auto appendMarks = [&] {
+        std::ranges::stable_sort(marks, {}, combiningClass);
+        for (const char32_t mark : marks)
+            append(result, mark);
+        marks.clear();
+    };
+    for (std::size_t offset = 0; offset < text.size();) {
+        const Scalar scalar = scalarAt(text, offset);
+        offset += scalar.size;
+        if (isComposedMark(scalar.value)) {
+            marks += {0x0F71, scalar.value == 0x0F73   ? U'\u0F72'
+                              : scalar.value == 0x0F75 ? U'\u0F74'
+                                                       : U'\u0F80'};
+        } else if (combiningClass(scalar.value) != 0) {
+            marks += scalar.value;
+        } else {
+            appendMarks();
+            append(result, scalar.value);
+        }
+    }
+    appendMarks();
+    return result;
+}
+
+std::string normalized(std::string_view text, const icu::Normalizer2& normalizer) {
+    std::string sorted;
+    if (holdsLongRunOfMarks(text)) {
+        sorted = withSortedMarks(text);
+        text = sorted;
+    }
+    std::string result;
+    result.reserve(text.size());
+    icu::StringByteSink<std::string> sink(&result);
+    UErrorCode status = U_ZERO_ERROR;
+    normalizer.normalizeUTF8(0, piece(text), sink, nullptr, status);
+    return result;
 }
 
 bool isStraightenedApostrophe(char32_t scalar) {

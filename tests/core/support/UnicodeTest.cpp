@@ -6,6 +6,7 @@
 
 #include <gtest/gtest.h>
 #include <unicode/brkiter.h>
+#include <unicode/normalizer2.h>
 
 #include <memory>
 #include <random>
@@ -74,6 +75,28 @@ TEST(Unicode, WordBoundariesAreThoseOfThePattern) {
             offset += offset < text.size() ? scalarAt(text, offset).size : 1;
         }
     }
+}
+
+TEST(Unicode, ComposesLongRunsOfMarksAsIcuDoes) {
+    constexpr std::u32string_view alphabet =
+        U"\u0301\u0316\u0327\u0344\u0340\u0F71\u0F73\u0F75\u0F81\u05B0\u3099\U0001D165";
+    UErrorCode status = U_ZERO_ERROR;
+    const icu::Normalizer2& nfc = *icu::Normalizer2::getNFCInstance(status);
+    std::mt19937 random(17);
+    for (int round = 0; round < 300; ++round) {
+        std::string text = "ge";
+        for (std::size_t left = 50 + random() % 100; left > 0; --left)
+            append(text, random() % 64 == 0 ? U'c' : alphabet[random() % alphabet.size()]);
+        std::string expected;
+        nfc.normalize(icu::UnicodeString::fromUTF8(text), status).toUTF8String(expected);
+        ASSERT_EQ(composed(text), expected) << text;
+    }
+    // Sorting by insertion would not end before the test's time limit.
+    std::string hostile;
+    while (hostile.size() < 1'000'000)
+        hostile += "\u0301\u0316\u0F73";
+    EXPECT_EQ(composed(composed(hostile)), composed(hostile));
+    EXPECT_EQ(folded(hostile), "");
 }
 
 TEST(Unicode, Folds) {

@@ -1,0 +1,125 @@
+#include "core/naming/TitleMatching.h"
+
+#include "core/extraction/MonthNames.h"
+#include "core/support/Unicode.h"
+#include "core/support/UnicodeDates.h"
+
+#include <algorithm>
+#include <cstddef>
+#include <map>
+#include <unordered_map>
+#include <vector>
+
+namespace vesto {
+namespace {
+
+std::vector<std::string_view> piecesOf(std::string_view title) {
+    std::vector<std::string_view> pieces;
+    for (std::size_t start = 0; start < title.size();) {
+        const std::size_t end = std::min(title.find(' ', start), title.size());
+        if (end > start)
+            pieces.push_back(title.substr(start, end - start));
+        start = end + 1;
+    }
+    return pieces;
+}
+
+/// Calls `take` with each run of letters and numbers; a mark or a joiner belongs to what stands before it.
+template <typename Take> void forEachWord(std::string_view text, Take take) {
+    constexpr char32_t nonJoiner = 0x200C;
+    constexpr char32_t joiner = 0x200D;
+    std::size_t start = 0;
+    bool inside = false;
+    for (std::size_t offset = 0; offset < text.size();) {
+        const auto [scalar, size] = unicode::scalarAt(text, offset);
+        const bool continues =
+            unicode::isLetter(scalar) || unicode::isNumber(scalar) ||
+            (inside && (unicode::isMark(scalar) || scalar == nonJoiner || scalar == joiner));
+        if (continues && !inside)
+            start = offset;
+        if (!continues && inside)
+            take(text.substr(start, offset - start));
+        inside = continues;
+        offset += size;
+    }
+    if (inside)
+        take(text.substr(start));
+}
+
+/// How often the text writes a word in each form; forms in code-point order.
+using Forms = std::map<std::string, std::size_t>;
+
+const std::string* mostFrequent(const Forms& forms) {
+    const auto found = std::ranges::max_element(forms, {}, [](const auto& form) { return form.second; });
+    return found == forms.end() ? nullptr : &found->first;
+}
+
+std::string joined(const std::vector<std::string_view>& pieces) {
+    std::string text;
+    for (const std::string_view piece : pieces) {
+        if (!text.empty())
+            text += ' ';
+        text += piece;
+    }
+    return text;
+}
+
+} // namespace
+
+std::array<std::string, 12> foldedMonthNames(const Locale& locale) {
+    std::array<std::string, 12> names = unicode::monthNames(locale);
+    for (std::string& name : names)
+        name = unicode::caseFolded(name);
+    return names;
+}
+
+std::string withCasingOf(std::string_view text, std::string_view title,
+                         const std::array<std::string, 12>& foldedMonths) {
+    std::vector<std::string_view> pieces = piecesOf(title);
+    std::vector<std::string> keys(pieces.size()); // empty for a piece that stays
+    std::unordered_map<std::string, Forms> formsOfKey;
+    for (std::size_t i = 1; i < pieces.size(); ++i) {
+        if (unicode::lowercase(pieces[i]) == pieces[i])
+            continue;
+        std::string key = unicode::caseFolded(pieces[i]);
+        if (std::ranges::find(foldedMonths, key) != foldedMonths.end())
+            continue;
+        formsOfKey.try_emplace(key);
+        keys[i] = std::move(key);
+    }
+    if (formsOfKey.empty())
+        return joined(pieces);
+    const std::string composedText = unicode::composed(text);
+    forEachWord(composedText, [&](std::string_view word) {
+        const auto forms = formsOfKey.find(unicode::caseFolded(word));
+        if (forms != formsOfKey.end())
+            ++forms->second[std::string(word)];
+    });
+    for (std::size_t i = 0; i < pieces.size(); ++i) {
+        const auto forms = formsOfKey.find(keys[i]);
+        const std::string* form = forms == formsOfKey.end() ? nullptr : mostFrequent(forms->second);
+        if (form != nullptr)
+            pieces[i] = *form;
+    }
+    return joined(pieces);
+}
+
+std::string withPeriod(const DocumentPeriodExtractor::Period& period, std::string_view title,
+                       const Locale& locale, std::int64_t maxLength) {
+    for (const std::string_view piece : piecesOf(title))
+        if (monthOfName(unicode::folded(piece)) == period.month)
+            return std::string(title);
+    const std::string label = period.label(locale);
+    const auto taken = static_cast<std::int64_t>(unicode::graphemeCount(label)) + 1;
+    const auto room = static_cast<std::size_t>(maxLength > taken ? maxLength - taken : 0);
+    std::string_view kept = unicode::graphemePrefix(title, room);
+    if (kept.size() < title.size()) {
+        const std::size_t blank = kept.rfind(' ');
+        if (blank != std::string_view::npos && unicode::graphemeCount(kept.substr(0, blank)) >= room / 2)
+            kept = kept.substr(0, blank);
+    }
+    kept = unicode::trimmedWhiteSpace(kept);
+    return kept.empty() ? label : std::string(kept) + ' ' + label;
+}
+
+} // namespace vesto
