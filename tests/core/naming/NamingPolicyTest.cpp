@@ -19,6 +19,7 @@ TEST(NamingPolicy, CleansTitles) {
         {"Capture d’écran de la page d accueil", "La page d’accueil"},
         {"2025-03-07 14:05 Réunion budget", "Réunion budget"},
         {"Réunion budget 07.03.2025", "Réunion budget"},
+        {"Bail 01.02.2024 03.04.05", "Bail"}, // the longer match, with a time, counts
         {"\"Plan de travail\"", "Plan de travail"},
         {"Devis n°12…", "Devis n°12"},
         {"Pourquoi ?", "Pourquoi"},
