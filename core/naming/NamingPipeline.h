@@ -9,6 +9,7 @@
 #include "core/support/Clock.h"
 #include "core/support/Locale.h"
 
+#include <array>
 #include <expected>
 #include <filesystem>
 #include <memory>
@@ -36,6 +37,13 @@ public:
                                                                   const Proposal& proposal) const;
 
 private:
+    struct Title {
+        std::string text;
+        ConfidenceScorer::Source source;
+    };
+    /// Nothing where neither the generator nor the fallback has a usable one.
+    [[nodiscard]] std::optional<Title> titleOf(const ContentSummary& summary, std::stop_token stop) const;
+
     Summarizer m_summarizer;
     std::shared_ptr<TitleGenerating> m_generator;
     FallbackNameGenerator m_fallback;
@@ -43,6 +51,7 @@ private:
     NameTemplate m_template;
     ConfidenceScorer m_scorer;
     Locale m_locale;
+    std::array<std::string, 12> m_foldedMonths; // of the locale
     const Clock& m_clock;
 };
 

@@ -5,7 +5,8 @@
 #include <optional>
 
 /// The keyed records in which summaries and proposals are stored and shown to programs. Keys are the fields'
-/// names. Reading gives nothing where a required key is missing, a value has the wrong type or a kind is unknown.
+/// names. Reading gives nothing where a required key is missing, a value has the wrong type or a kind is
+/// unknown.
 namespace vesto {
 
 [[nodiscard]] Json toJson(const ContentSummary& summary);

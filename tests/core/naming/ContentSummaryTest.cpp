@@ -10,13 +10,6 @@
 namespace vesto {
 namespace {
 
-std::string repeated(std::string_view piece, std::size_t count) {
-    std::string text;
-    for (std::size_t i = 0; i < count; ++i)
-        text += piece;
-    return text;
-}
-
 TEST(ContentSummary, TextKeepsToItsBudgetOfCharacters) {
     const auto a = [](std::size_t count) { return repeated("a", count); };
     const auto e = [](std::size_t count) {

@@ -2,7 +2,7 @@
 
 #include "core/support/Unicode.h"
 #include "core/support/UnicodePattern.h"
-#include "tests/core/naming/RandomText.h"
+#include "tests/core/RandomText.h"
 
 #include <gtest/gtest.h>
 

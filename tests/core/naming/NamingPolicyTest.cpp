@@ -1,7 +1,7 @@
 #include "core/naming/NamingPolicy.h"
 
 #include "core/support/Unicode.h"
-#include "tests/core/naming/RandomText.h"
+#include "tests/core/RandomText.h"
 
 #include <gtest/gtest.h>
 

@@ -1,7 +1,7 @@
 #include "core/naming/TitleCleanup.h"
 
 #include "core/support/UnicodePattern.h"
-#include "tests/core/naming/RandomText.h"
+#include "tests/core/RandomText.h"
 
 #include <gtest/gtest.h>
 
