@@ -1,0 +1,28 @@
+#pragma once
+#include "core/support/Time.h"
+
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace vesto::readers {
+
+/// What a reader of one document format found.
+struct DocumentText {
+    std::optional<std::string> title = {}; // of the document's metadata, never empty
+    std::vector<std::string> lines = {};   // as LineCollector leaves them
+    std::optional<Instant> date = {};      // that the document carries
+
+    bool operator==(const DocumentText&) const = default;
+};
+
+/// `text` fit to be a document's title: white space collapsed, at most 300 scalars; nothing where it is empty
+/// or only what a program puts there by itself («sans titre», «Microsoft Word - …»).
+[[nodiscard]] std::optional<std::string> usableTitle(std::string_view text);
+
+/// The instant of «2025-03-12», with or without a time («T» or a blank before it) and an offset from UTC.
+/// Without an offset it is local time. Nothing for any other text.
+[[nodiscard]] std::optional<Instant> instantOfISODate(std::string_view text);
+
+} // namespace vesto::readers
