@@ -163,7 +163,7 @@ TEST(PlainTextReader, staysLinearOnHostileText) {
                               "{\"a\":", "[[", "\"",   ",\"",  "\\u", "a;", "<!--", "/*", " \n", "\r"}) {
         SCOPED_TRACE(piece);
         std::string text;
-        while (text.size() < 256 * 1024)
+        while (text.size() < 128 * 1024)
             text += piece;
         for (const DocumentText& read : {plainText(text), markdownText(text), jsonText(text, true),
                                          delimitedText(text), sourceText(text, CommentStyle::slashes)}) {
