@@ -95,7 +95,9 @@ private:
     }
 
     void addLines(const std::string& text) {
-        std::string line = m_key.empty() ? std::string() : m_key + " : ";
+        // What is called a name needs no key before it.
+        const bool isName = std::ranges::find(titleKeys, ascii::lowered(m_key)) != titleKeys.end();
+        std::string line = m_key.empty() || isName ? std::string() : m_key + " : ";
         for (std::size_t offset = 0; offset < text.size();) {
             line += nextLine(text, offset);
             m_lines.add(line);

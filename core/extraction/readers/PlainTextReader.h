@@ -13,9 +13,9 @@ namespace vesto::readers {
 /// title and date.
 [[nodiscard]] DocumentText markdownText(std::string_view text);
 
-/// The strings of a JSON text in order, «key : value»; a string of the outermost object that is called
-/// «title» or «name» is the title. Also one value a line. Plain lines where it is neither; `isWhole` says
-/// that the text was not cut, so that its end counts.
+/// The strings of a JSON text in order, «key : value», or the value alone where the key says that it is a
+/// name; such a one of the outermost object is the title. Also one value a line. Plain lines where it is
+/// neither; `isWhole` says that the text was not cut, so that its end counts.
 [[nodiscard]] DocumentText jsonText(std::string_view text, bool isWhole);
 
 /// The first 40 rows of a table of values that commas, semicolons, tabs or bars separate; cells joined by a
