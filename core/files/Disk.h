@@ -17,8 +17,7 @@ struct FileStatus {
     bool isImmutable = false;
     std::uint64_t device = 0;
     std::uint64_t inode = 0;
-    std::uint64_t links = 1; // how many names the file has
-    std::uint64_t size = 0;  // bytes
+    std::uint64_t size = 0; // bytes
     std::optional<FileTime> birth;
     FileTime modified;
     FileTime changed;

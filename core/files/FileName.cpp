@@ -26,6 +26,13 @@ std::filesystem::path folderOf(const std::filesystem::path& path) {
     return std::string(slash == 0 ? "/" : withoutTrailingSlashes(text.substr(0, slash)));
 }
 
+std::filesystem::path siblingOf(const std::filesystem::path& path, std::string_view name) {
+    const std::string_view text = withoutTrailingSlashes(path.native());
+    std::string sibling(text.substr(0, text.rfind('/') + 1)); // npos + 1 is 0
+    sibling += name;
+    return sibling;
+}
+
 std::string_view extensionOf(std::string_view fileName) {
     const auto dot = fileName.rfind('.');
     if (dot == std::string_view::npos || dot == 0)

@@ -10,6 +10,9 @@ namespace vesto {
 /// The folder by the text alone, so a symbolic link's own; "." where `path` is a bare name.
 [[nodiscard]] std::filesystem::path folderOf(const std::filesystem::path& path);
 
+/// The path of `name` in the same folder, by the text alone.
+[[nodiscard]] std::filesystem::path siblingOf(const std::filesystem::path& path, std::string_view name);
+
 /// What follows the last dot of a file name that does not start there, not empty and without white space;
 /// empty where there is none («Note M. Dupont», «.profile», «archive.»).
 [[nodiscard]] std::string_view extensionOf(std::string_view fileName);

@@ -1,0 +1,153 @@
+#include "core/files/ExclusiveRename.h"
+
+#include "core/files/FileName.h"
+#include "core/support/Uuid.h"
+
+#include <fmt/format.h>
+
+#include <cerrno>
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace vesto {
+namespace {
+
+using std::filesystem::path;
+
+std::expected<path, int> unusedTemporaryName(const path& beside, Disk& disk) {
+    for (int attempt = 0; attempt < 8; ++attempt) {
+        path name = siblingOf(beside, std::string(temporaryNamePrefix) + randomUuid());
+        const auto status = disk.status(name);
+        if (!status && status.error() == ENOENT)
+            return name;
+        if (!status)
+            return std::unexpected(status.error());
+    }
+    return std::unexpected(EBUSY);
+}
+
+/// Gives what stands under `temporary` its old name back, or the next free number of it. The name that it has
+/// in the end where that is not `name`.
+std::optional<std::string> putBack(const path& temporary, const path& name, Disk& disk) {
+    constexpr int lastNumber = 999;
+    const std::string_view fileName = lastComponentOf(name);
+    const std::string_view base = baseNameOf(fileName);
+    const std::string_view dottedExtension = fileName.substr(base.size());
+    std::string candidate(fileName);
+    for (int number = 2;; ++number) {
+        const auto linked = disk.link(temporary, siblingOf(name, candidate));
+        if (linked) {
+            (void)disk.unlink(temporary); // else the file has a hidden name too many
+            if (candidate == fileName)
+                return std::nullopt;
+            return candidate;
+        }
+        if (linked.error() == ENOENT)
+            return std::nullopt; // somebody removed it
+        if (linked.error() != EEXIST || number > lastNumber)
+            return std::string(lastComponentOf(temporary));
+        candidate = fmt::format("{} {}{}", base, number, dottedExtension);
+    }
+}
+
+bool names(const path& name, const FileIdentity& file, Disk& disk) {
+    const auto found = FileIdentity::of(name, disk);
+    return found && isSameAcrossRename(file, *found);
+}
+
+/// Takes the name `name` from `file`, which `witness` names as well. The last name of a file is never
+/// removed, nor the name of another file that came under `name` meanwhile: a name is first moved aside, where
+/// nobody can swap it, and looked at there.
+std::expected<void, RenameError> removeName(const path& name, const path& witness, const FileIdentity& file,
+                                            Disk& disk) {
+    const auto temporary = unusedTemporaryName(name, disk);
+    if (!temporary)
+        return std::unexpected(RenameError::system(temporary.error()));
+    if (const auto moved = disk.moveToSecretName(name, *temporary); !moved)
+        return std::unexpected(RenameError::system(moved.error()));
+    if (names(*temporary, file, disk) && names(witness, file, disk)) {
+        (void)disk.syncFolder(folderOf(name)); // the witness is on the disk before the other name goes
+        (void)disk.unlink(*temporary);         // else the file has a hidden name too many
+        return {};
+    }
+    RenameError error(RenameError::Case::identityMismatch);
+    if (auto kept = putBack(*temporary, name, disk))
+        error = error.keeping({*std::move(kept)});
+    return std::unexpected(std::move(error));
+}
+
+/// After a failure: takes back the second name that the file was given. It stays where it has become the only
+/// one, or where it cannot be removed.
+std::vector<std::string> withdraw(const path& to, const path& from, Disk& disk) {
+    const auto status = disk.status(to);
+    if (!status && status.error() == ENOENT)
+        return {};
+    const auto linked = FileIdentity::of(to, disk);
+    const std::string name(lastComponentOf(to));
+    if (!linked || !names(from, *linked, disk))
+        return {name};
+    const auto removed = removeName(to, from, *linked, disk);
+    if (removed)
+        return {};
+    if (removed.error().value() == RenameError::Case::identityMismatch &&
+        !removed.error().keptNames().empty())
+        return removed.error().keptNames();
+    return {name};
+}
+
+std::expected<void, RenameError> renameByLink(const path& from, const path& to, const FileIdentity& before,
+                                              int firstAnswer, Disk& disk) {
+    if (const auto linked = disk.link(from, to); !linked) {
+        const int code = linked.error();
+        const bool refusesLinks =
+            code == EPERM || code == EINVAL || code == ENOSYS || code == EOPNOTSUPP || code == EMLINK;
+        return std::unexpected(RenameError::system(refusesLinks ? firstAnswer : code));
+    }
+    auto removed = removeName(from, to, before, disk);
+    if (!removed) {
+        std::vector<std::string> kept = removed.error().keptNames();
+        for (std::string& name : withdraw(to, from, disk))
+            kept.push_back(std::move(name));
+        removed = std::unexpected(removed.error().keeping(std::move(kept)));
+    }
+    (void)disk.syncFolder(folderOf(to));
+    return removed;
+}
+
+} // namespace
+
+std::expected<void, RenameError> renameExclusively(const path& from, const path& to,
+                                                   const FileIdentity& before, Disk& disk) {
+    const auto renamed = disk.renameExclusively(from, to);
+    if (renamed) {
+        (void)disk.syncFolder(
+            folderOf(to)); // a folder that cannot be synced has been renamed in all the same
+        return {};
+    }
+    if (renamed.error() == EINVAL || renamed.error() == ENOSYS)
+        return renameByLink(from, to, before, renamed.error(), disk);
+    return std::unexpected(RenameError::system(renamed.error()));
+}
+
+std::expected<FileIdentity, RenameError> renameVerified(const path& from, const path& to,
+                                                        const FileIdentity& before, Disk& disk) {
+    if (auto renamed = renameExclusively(from, to, before, disk); !renamed)
+        return std::unexpected(std::move(renamed).error());
+    const auto after = FileIdentity::of(to, disk);
+    if (after && isSameAcrossRename(before, *after))
+        return *after;
+    RenameError mismatch(RenameError::Case::identityMismatch);
+    // Where the look itself failed the file is still ours, as far as anybody knows.
+    const auto back = renameExclusively(to, from, after.value_or(before), disk);
+    if (!back && back.error() != RenameError::system(ENOENT)) {
+        std::vector<std::string> kept = back.error().keptNames();
+        if (back.error().value() == RenameError::Case::system)
+            kept.emplace_back(lastComponentOf(to));
+        mismatch = mismatch.keeping(std::move(kept));
+    }
+    return std::unexpected(std::move(mismatch));
+}
+
+} // namespace vesto

@@ -1,0 +1,36 @@
+#pragma once
+#include "core/files/Disk.h"
+#include "core/files/FileIdentity.h"
+#include "core/files/RenameError.h"
+
+#include <expected>
+#include <filesystem>
+#include <string_view>
+
+namespace vesto {
+
+/// How the name begins under which a file is moved aside for an instant where the disk knows no exclusive
+/// rename; it is hidden, and stands beside the file. One that outlives a crash is a second name of the
+/// renamed file, or its only one.
+inline constexpr std::string_view temporaryNamePrefix = ".vesto-rename-";
+
+/// Renames `from`, which was the file `before`, to `to` in the same folder, and never replaces anything. The
+/// folder has reached the disk when it returns.
+///
+/// Where the file system cannot promise not to replace, the file gets `to` as a second name and loses `from`
+/// under a guard: whoever saves a new file as `from` meanwhile keeps it. Where second names are refused too,
+/// the rename fails with what the file system answered first.
+///
+/// Fails with `system` (EEXIST where `to` is taken, ENOENT where `from` is gone) or `identityMismatch`; then
+/// everything stands where it was, but for the error's `keptNames`.
+[[nodiscard]] std::expected<void, RenameError> renameExclusively(const std::filesystem::path& from,
+                                                                 const std::filesystem::path& to,
+                                                                 const FileIdentity& before, Disk& disk);
+
+/// A rename that ends with a look at the file under its new name: it must be `before` still, else it is
+/// renamed back and the error is `identityMismatch`. Gives the identity under the new name.
+[[nodiscard]] std::expected<FileIdentity, RenameError> renameVerified(const std::filesystem::path& from,
+                                                                      const std::filesystem::path& to,
+                                                                      const FileIdentity& before, Disk& disk);
+
+} // namespace vesto
