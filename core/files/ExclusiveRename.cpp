@@ -78,37 +78,38 @@ std::expected<void, RenameError> removeName(const path& name, const path& witnes
     return std::unexpected(std::move(error));
 }
 
-/// After a failure: takes back the second name that the file was given. It stays where it has become the only
-/// one, or where it cannot be removed.
-std::vector<std::string> withdraw(const path& to, const path& from, Disk& disk) {
+/// After a failure: takes back the second name `to` that `file` was given. It stays where it has become the
+/// only one, or where it cannot be removed; then the names that stay.
+std::vector<std::string> withdraw(const path& to, const path& witness, const FileIdentity& file, Disk& disk) {
     const auto status = disk.status(to);
-    if (!status && status.error() == ENOENT)
+    const bool isThere = status || status.error() != ENOENT;
+    if (!isThere || (status && !names(to, file, disk)))
         return {};
-    const auto linked = FileIdentity::of(to, disk);
-    const std::string name(lastComponentOf(to));
-    if (!linked || !names(from, *linked, disk))
-        return {name};
-    const auto removed = removeName(to, from, *linked, disk);
+    std::vector<std::string> stays{std::string(lastComponentOf(to))};
+    if (!names(witness, file, disk))
+        return stays;
+    const auto removed = removeName(to, witness, file, disk);
     if (removed)
         return {};
-    if (removed.error().value() == RenameError::Case::identityMismatch &&
-        !removed.error().keptNames().empty())
-        return removed.error().keptNames();
-    return {name};
+    if (!removed.error().keptNames().empty())
+        return removed.error().keptNames(); // of another file that had come under `to`
+    return names(to, file, disk) ? stays : std::vector<std::string>();
 }
 
 std::expected<void, RenameError> renameByLink(const path& from, const path& to, const FileIdentity& before,
                                               int firstAnswer, Disk& disk) {
-    if (const auto linked = disk.link(from, to); !linked) {
-        const int code = linked.error();
+    if (const auto answer = disk.link(from, to); !answer) {
+        const int code = answer.error();
         const bool refusesLinks =
             code == EPERM || code == EINVAL || code == ENOSYS || code == EOPNOTSUPP || code == EMLINK;
         return std::unexpected(RenameError::system(refusesLinks ? firstAnswer : code));
     }
+    const auto linked = FileIdentity::of(to, disk).value_or(before); // another file where `from` was replaced
     auto removed = removeName(from, to, before, disk);
     if (!removed) {
         std::vector<std::string> kept = removed.error().keptNames();
-        for (std::string& name : withdraw(to, from, disk))
+        const path standsAt = kept.empty() ? from : siblingOf(from, kept.front());
+        for (std::string& name : withdraw(to, standsAt, linked, disk))
             kept.push_back(std::move(name));
         removed = std::unexpected(removed.error().keeping(std::move(kept)));
     }
@@ -122,8 +123,7 @@ std::expected<void, RenameError> renameExclusively(const path& from, const path&
                                                    const FileIdentity& before, Disk& disk) {
     const auto renamed = disk.renameExclusively(from, to);
     if (renamed) {
-        (void)disk.syncFolder(
-            folderOf(to)); // a folder that cannot be synced has been renamed in all the same
+        (void)disk.syncFolder(folderOf(to)); // where it cannot be synced the rename stands all the same
         return {};
     }
     if (renamed.error() == EINVAL || renamed.error() == ENOSYS)
