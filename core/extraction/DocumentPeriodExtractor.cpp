@@ -156,7 +156,7 @@ std::optional<Period> periodOfLabel(std::string_view text, std::span<const std::
 
 const MonthName* monthNameAt(std::string_view text, std::size_t offset) {
     for (const MonthName& month : monthNameTable())
-        if (text.substr(offset).starts_with(month.name))
+        if (text[offset] == month.name.front() && text.substr(offset).starts_with(month.name))
             return &month;
     return nullptr;
 }

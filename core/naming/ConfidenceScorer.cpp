@@ -104,8 +104,11 @@ MonthSet monthsOfDates(std::string_view text) {
     MonthSet months;
     std::size_t numericEnd = 0;
     std::size_t isoEnd = 0;
-    for (std::size_t offset = 0; offset < text.size(); offset += unicode::scalarAt(text, offset).size) {
-        if (digitsAt(text, offset, 1).count == 0 || !unicode::isWordBoundary(text, offset))
+    std::size_t next = 0;
+    for (std::size_t offset = 0; offset < text.size(); offset = next) {
+        const unicode::Scalar scalar = unicode::scalarAt(text, offset);
+        next = offset + scalar.size;
+        if (!unicode::isDecimalDigit(scalar.value) || !unicode::isWordBoundary(text, offset))
             continue;
         if (offset >= numericEnd) {
             const std::optional<NumericDate> date = numericDateAt(text, offset);
@@ -132,6 +135,7 @@ class Evidence {
 public:
     explicit Evidence(const std::vector<std::string_view>& titleTokens) {
         for (const std::string_view token : titleTokens) {
+            m_firstBytes.set(firstByteOf(token));
             m_equal.try_emplace(token, false);
             if (const std::string_view scalars = firstScalars(token); !scalars.empty())
                 m_watchedPrefixes.insert(scalars);
@@ -139,6 +143,8 @@ public:
     }
 
     void see(std::string_view sourceToken) {
+        if (!m_firstBytes.test(firstByteOf(sourceToken))) // as for most of them
+            return;
         if (const auto found = m_equal.find(sourceToken); found != m_equal.end())
             found->second = true;
         const std::string_view scalars = firstScalars(sourceToken);
@@ -162,6 +168,11 @@ public:
     }
 
 private:
+    static std::size_t firstByteOf(std::string_view token) {
+        return static_cast<unsigned char>(token.front());
+    }
+
+    std::bitset<256> m_firstBytes;
     std::unordered_map<std::string_view, bool> m_equal;
     std::unordered_set<std::string_view> m_watchedPrefixes;
     std::unordered_map<std::string_view, std::set<std::size_t>>
@@ -199,7 +210,8 @@ double groundingIn(std::string_view text, std::string_view title, const ContentS
 double ConfidenceScorer::score(std::string_view title, const ContentSummary& summary, Source source) const {
     const std::string text = summary.text();
     double raw = 0;
-    if (!summary.documentTitle && static_cast<std::int64_t>(letterCount(text)) < minLettersForGrounding)
+    const auto enough = static_cast<std::size_t>(std::max<std::int64_t>(minLettersForGrounding, 0));
+    if (!summary.documentTitle && letterCount(text, enough) < enough)
         raw = summary.labels.empty() ? 0.1 : 0.35 * summary.labels.front().confidence + 0.2;
     else
         raw = 0.65 * groundingIn(text, title, summary) + 0.35;

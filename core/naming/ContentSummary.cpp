@@ -101,9 +101,9 @@ std::size_t ContentSummary::letterCount() const {
     return vesto::letterCount(text());
 }
 
-std::size_t letterCount(std::string_view text) {
+std::size_t letterCount(std::string_view text, std::size_t enough) {
     std::size_t count = 0;
-    for (std::size_t offset = 0; offset < text.size();) {
+    for (std::size_t offset = 0; offset < text.size() && count < enough;) {
         const unicode::Scalar scalar = unicode::scalarAt(text, offset);
         if (unicode::isLetterOrMark(scalar.value))
             ++count;

@@ -5,6 +5,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <limits>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -63,8 +64,9 @@ struct ContentSummary {
     [[nodiscard]] std::string modelPrompt(const Locale& locale) const;
 };
 
-/// Letters and marks (general categories L and M) in `text`, in scalars.
-[[nodiscard]] std::size_t letterCount(std::string_view text);
+/// Letters and marks (general categories L and M) in `text`, in scalars; counting ends at `enough`.
+[[nodiscard]] std::size_t letterCount(std::string_view text,
+                                      std::size_t enough = std::numeric_limits<std::size_t>::max());
 
 /// The enumerator's own name, as it is stored.
 [[nodiscard]] std::string_view rawValue(ContentSummary::Kind kind);

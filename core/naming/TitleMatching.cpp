@@ -5,6 +5,7 @@
 #include "core/support/UnicodeDates.h"
 
 #include <algorithm>
+#include <bitset>
 #include <cstddef>
 #include <map>
 #include <unordered_map>
@@ -26,15 +27,16 @@ std::vector<std::string_view> piecesOf(std::string_view title) {
 
 /// Calls `take` with each run of letters and numbers; a mark or a joiner belongs to what stands before it.
 template <typename Take> void forEachWord(std::string_view text, Take take) {
+    constexpr char32_t firstMark = 0x0300;
     constexpr char32_t nonJoiner = 0x200C;
     constexpr char32_t joiner = 0x200D;
     std::size_t start = 0;
     bool inside = false;
     for (std::size_t offset = 0; offset < text.size();) {
         const auto [scalar, size] = unicode::scalarAt(text, offset);
-        const bool continues =
-            unicode::isLetter(scalar) || unicode::isNumber(scalar) ||
-            (inside && (unicode::isMark(scalar) || scalar == nonJoiner || scalar == joiner));
+        const bool continues = unicode::isAlphanumeric(scalar)
+                                   ? inside || scalar < firstMark || !unicode::isMark(scalar)
+                                   : inside && (scalar == nonJoiner || scalar == joiner);
         if (continues && !inside)
             start = offset;
         if (!continues && inside)
@@ -45,6 +47,26 @@ template <typename Take> void forEachWord(std::string_view text, Take take) {
     if (inside)
         take(text.substr(start));
 }
+
+bool isASCII(std::string_view text) {
+    return std::ranges::all_of(text, [](char byte) { return static_cast<unsigned char>(byte) < 0x80; });
+}
+
+/// The first bytes of some keys. It tells most words of a text from all of them without folding the word.
+class FirstBytes {
+public:
+    void add(std::string_view key) { m_bytes.set(static_cast<unsigned char>(key.front())); }
+
+    /// Always true beside ASCII, where folding may change the first letter.
+    [[nodiscard]] bool mayHold(std::string_view word) const {
+        const auto first = static_cast<unsigned char>(word.front());
+        const bool isCapital = first >= 'A' && first <= 'Z';
+        return m_bytes.test(isCapital ? first + ('a' - 'A') : first) || !isASCII(word);
+    }
+
+private:
+    std::bitset<256> m_bytes;
+};
 
 /// How often the text writes a word in each form; forms in code-point order.
 using Forms = std::map<std::string, std::size_t>;
@@ -78,12 +100,14 @@ std::string withCasingOf(std::string_view text, std::string_view title,
     std::vector<std::string_view> pieces = piecesOf(title);
     std::vector<std::string> keys(pieces.size()); // empty for a piece that stays
     std::unordered_map<std::string, Forms> formsOfKey;
+    FirstBytes firstBytes;
     for (std::size_t i = 1; i < pieces.size(); ++i) {
         if (unicode::lowercase(pieces[i]) == pieces[i])
             continue;
         std::string key = unicode::caseFolded(pieces[i]);
         if (std::ranges::find(foldedMonths, key) != foldedMonths.end())
             continue;
+        firstBytes.add(key);
         formsOfKey.try_emplace(key);
         keys[i] = std::move(key);
     }
@@ -91,6 +115,8 @@ std::string withCasingOf(std::string_view text, std::string_view title,
         return joined(pieces);
     const std::string composedText = unicode::composed(text);
     forEachWord(composedText, [&](std::string_view word) {
+        if (!firstBytes.mayHold(word))
+            return;
         const auto forms = formsOfKey.find(unicode::caseFolded(word));
         if (forms != formsOfKey.end())
             ++forms->second[std::string(word)];

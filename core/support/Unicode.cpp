@@ -180,10 +180,7 @@ bool foldsToItself(char32_t scalar) {
 
 } // namespace
 
-Scalar scalarAt(std::string_view text, std::size_t offset) {
-    const auto lead = static_cast<unsigned char>(text[offset]);
-    if (lead < 0x80)
-        return {lead, 1};
+Scalar detail::multibyteScalarAt(std::string_view text, std::size_t offset) {
     const std::string_view window = text.substr(offset, 4);
     std::int32_t position = 0;
     UChar32 scalar = 0;
@@ -191,10 +188,7 @@ Scalar scalarAt(std::string_view text, std::size_t offset) {
     return {static_cast<char32_t>(scalar), static_cast<std::size_t>(position)};
 }
 
-Scalar scalarBefore(std::string_view text, std::size_t offset) {
-    const auto last = static_cast<unsigned char>(text[offset - 1]);
-    if (last < 0x80)
-        return {last, 1};
+Scalar detail::multibyteScalarBefore(std::string_view text, std::size_t offset) {
     const std::size_t start = offset >= 4 ? offset - 4 : 0;
     const std::string_view window = text.substr(start, offset - start);
     auto position = static_cast<std::int32_t>(window.size());
@@ -257,7 +251,7 @@ bool isDecimalDigit(char32_t scalar) {
 bool isSymbol(char32_t scalar) {
     return (categoryMask(scalar) & U_GC_S_MASK) != 0;
 }
-bool isAlphanumeric(char32_t scalar) {
+bool detail::isAlphanumericBeyondASCII(char32_t scalar) {
     return (categoryMask(scalar) & (U_GC_L_MASK | U_GC_M_MASK | U_GC_N_MASK)) != 0;
 }
 bool isWhiteSpace(char32_t scalar) {

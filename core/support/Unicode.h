@@ -20,11 +20,23 @@ struct Scalar {
     std::size_t size; // bytes, at least 1
 };
 
+namespace detail {
+[[nodiscard]] Scalar multibyteScalarAt(std::string_view text, std::size_t offset);
+[[nodiscard]] Scalar multibyteScalarBefore(std::string_view text, std::size_t offset);
+[[nodiscard]] bool isAlphanumericBeyondASCII(char32_t scalar);
+} // namespace detail
+
 /// The scalar that starts at byte `offset`, which must be below the size.
-[[nodiscard]] Scalar scalarAt(std::string_view text, std::size_t offset);
+[[nodiscard]] inline Scalar scalarAt(std::string_view text, std::size_t offset) {
+    const auto first = static_cast<unsigned char>(text[offset]);
+    return first < 0x80 ? Scalar{first, 1} : detail::multibyteScalarAt(text, offset);
+}
 
 /// The scalar that ends right before byte `offset`, which must be above 0.
-[[nodiscard]] Scalar scalarBefore(std::string_view text, std::size_t offset);
+[[nodiscard]] inline Scalar scalarBefore(std::string_view text, std::size_t offset) {
+    const auto last = static_cast<unsigned char>(text[offset - 1]);
+    return last < 0x80 ? Scalar{last, 1} : detail::multibyteScalarBefore(text, offset);
+}
 
 void append(std::string& text, char32_t scalar);
 
@@ -40,13 +52,17 @@ isLetterOrMark(char32_t scalar);              // general categories L and M: the
 [[nodiscard]] bool isLetter(char32_t scalar); // L
 [[nodiscard]] bool isMark(char32_t scalar);   // M
 [[nodiscard]] bool isNumber(char32_t scalar); // N
-[[nodiscard]] bool isDecimalDigit(char32_t scalar); // Nd, a pattern's \d
-[[nodiscard]] bool isSymbol(char32_t scalar);       // S
-[[nodiscard]] bool isAlphanumeric(char32_t scalar); // L, M and N
-[[nodiscard]] bool isWhiteSpace(char32_t scalar);   // property White_Space, a pattern's \s
-[[nodiscard]] bool isNewline(char32_t scalar);      // U+000A to U+000D, U+0085, U+2028, U+2029
-[[nodiscard]] bool isBlank(char32_t scalar);        // white space without line breaks: Zs and tab
-[[nodiscard]] bool isControl(char32_t scalar);      // Cc and Cf
+[[nodiscard]] bool isDecimalDigit(char32_t scalar);         // Nd, a pattern's \d
+[[nodiscard]] bool isSymbol(char32_t scalar);               // S
+[[nodiscard]] inline bool isAlphanumeric(char32_t scalar) { // L, M and N
+    return scalar < 0x80 ? (scalar >= 'a' && scalar <= 'z') || (scalar >= 'A' && scalar <= 'Z') ||
+                               (scalar >= '0' && scalar <= '9')
+                         : detail::isAlphanumericBeyondASCII(scalar);
+}
+[[nodiscard]] bool isWhiteSpace(char32_t scalar); // property White_Space, a pattern's \s
+[[nodiscard]] bool isNewline(char32_t scalar);    // U+000A to U+000D, U+0085, U+2028, U+2029
+[[nodiscard]] bool isBlank(char32_t scalar);      // white space without line breaks: Zs and tab
+[[nodiscard]] bool isControl(char32_t scalar);    // Cc and Cf
 
 /// Whether a pattern's \b holds at byte `offset`. Marks and format characters belong to what stands before
 /// them.
