@@ -15,6 +15,7 @@ public:
     void add(std::string_view line);
 
     [[nodiscard]] bool full() const { return m_room == 0; }
+    [[nodiscard]] std::size_t characters() const { return maxCharacters - m_room; } // scalars
     [[nodiscard]] bool empty() const { return m_lines.empty(); }
     [[nodiscard]] std::vector<std::string> take() { return std::move(m_lines); }
 
