@@ -138,6 +138,7 @@ TEST(PDFReader, StopsWhereItHasEnough) {
 }
 
 TEST(PDFReader, LockedOrNot) {
+    // Both were written by PDFWriter and encrypted with qpdf; the first opens with «sesame» only.
     const std::string folder = VESTO_SOURCE_DIR "/tests/readers/data/";
     const UniqueFd locked(::open((folder + "user-password-aes256.pdf").c_str(), O_RDONLY | O_CLOEXEC));
     EXPECT_EQ(summarize(locked.get()).error(), SummarizerError::locked("a.pdf"));
