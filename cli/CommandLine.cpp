@@ -1,0 +1,184 @@
+#include "cli/CommandLine.h"
+
+#include "cli/Messages.h"
+#include "cli/Options.h"
+#include "cli/Verbs.h"
+
+#include <CLI/CLI.hpp>
+#include <fmt/format.h>
+
+#include <memory>
+#include <ostream>
+
+namespace vesto::cli {
+namespace {
+
+constexpr const char* version = "vesto 0.1.0";
+
+/// Help in French: CLI11 asks its formatter for every word of its own.
+std::shared_ptr<CLI::Formatter> frenchFormatter() {
+    auto formatter = std::make_shared<CLI::Formatter>();
+    formatter->label("Usage", "Utilisation");
+    formatter->label("OPTIONS", "OPTIONS");
+    formatter->label("SUBCOMMAND", "COMMANDE");
+    formatter->label("SUBCOMMANDS", "COMMANDES");
+    formatter->label("Subcommands", "Commandes");
+    formatter->label("Positionals", "Arguments");
+    formatter->label("REQUIRED", "(obligatoire)");
+    formatter->label("TEXT", "TEXTE");
+    formatter->label("FLOAT", "NOMBRE");
+    formatter->column_width(34);
+    return formatter;
+}
+
+std::string inFrench(const CLI::ParseError& error) {
+    const std::string name = error.get_name();
+    if (name == "ExtrasError")
+        return fmt::format("Argument inconnu ou en trop ({}).", printable(error.what()));
+    if (name == "RequiredError")
+        return "Il manque un argument ou une commande.";
+    if (name == "ArgumentMismatch")
+        return "Une option n'a pas la valeur qu'elle attend.";
+    return fmt::format("Arguments incompréhensibles ({}).", printable(error.what()));
+}
+
+/// The words as CLI11 fills them in, before they are checked.
+struct Words {
+    std::vector<std::string> paths;
+    std::vector<std::string> names;
+    std::string pattern;
+    std::string locale;
+    std::string minConfidence;
+};
+
+void addPaths(CLI::App& verb, Words& words, const char* what) {
+    verb.add_option("CHEMIN", words.paths, what)->required();
+}
+
+void addNaming(CLI::App& verb, Words& words, Options& options) {
+    verb.add_option("--template", words.pattern, "Modèle de nom, par exemple « {date:yyyy-MM} {title} »");
+    verb.add_option("--locale", words.locale, "Langue des dates et de {kind}, par exemple fr_FR");
+    verb.add_flag("--generic-only", options.genericOnly, "Seulement les fichiers dont le nom ne dit rien");
+    verb.add_flag("--again", options.again, "Aussi les fichiers que Vesto a déjà traités");
+}
+
+void addJson(CLI::App& verb, Options& options) {
+    verb.add_flag("--json", options.json, "Un objet JSON par ligne, pour les programmes");
+}
+
+void declareVerbs(CLI::App& app, Words& words, Options& options) {
+    constexpr const char* filesOrFolders = "Fichiers, ou dossiers (leurs fichiers, sans les sous-dossiers)";
+
+    CLI::App& nameVerb = *app.add_subcommand("name", "Propose un nom pour chaque fichier, sans rien toucher");
+    addPaths(nameVerb, words, filesOrFolders);
+    addNaming(nameVerb, words, options);
+    addJson(nameVerb, options);
+
+    CLI::App& readVerb = *app.add_subcommand("read", "Montre ce qui est lu dans chaque fichier");
+    addPaths(readVerb, words, filesOrFolders);
+    readVerb.add_option("--locale", words.locale, "Langue du mois dans --prompt");
+    readVerb.add_flag("--prompt", options.prompt, "Le texte exact qui serait donné au modèle");
+    addJson(readVerb, options);
+
+    CLI::App& renameVerb = *app.add_subcommand("rename", "Renomme chaque fichier d'après son contenu");
+    addPaths(renameVerb, words, filesOrFolders);
+    addNaming(renameVerb, words, options);
+    renameVerb.add_option("--min-confidence", words.minConfidence,
+                          "Laisse les fichiers moins sûrs (de 0 à 1)");
+    addJson(renameVerb, options);
+
+    CLI::App& undoVerb = *app.add_subcommand("undo", "Rend à chaque fichier renommé son nom d'avant");
+    addPaths(undoVerb, words, filesOrFolders);
+    addJson(undoVerb, options);
+
+    CLI::App& genericVerb = *app.add_subcommand("generic", "Dit si un nom de fichier est générique");
+    genericVerb.add_option("NOM", words.names, "Noms de fichiers, avec ou sans extension")->required();
+    addJson(genericVerb, options);
+
+    CLI::App& templateVerb =
+        *app.add_subcommand("template", "Vérifie un modèle de nom et en montre un exemple");
+    templateVerb.add_option("MODÈLE", words.pattern, "Le modèle, entre apostrophes")->required();
+    templateVerb.add_option("--locale", words.locale, "Langue des dates et de {kind}");
+    addJson(templateVerb, options);
+}
+
+/// Nothing where the words are right; otherwise what is wrong with them.
+std::optional<std::string> fillIn(Options& options, const Words& words, bool checksPattern) {
+    options.names = words.names;
+    for (const std::string& path : words.paths) {
+        if (path.empty())
+            return "Un chemin est vide.";
+        options.paths.emplace_back(std::filesystem::absolute(path));
+    }
+    if (!words.locale.empty())
+        options.locale = Locale{words.locale};
+    if (!words.pattern.empty() || checksPattern)
+        options.nameTemplate.pattern = words.pattern;
+    if (!checksPattern)
+        if (const auto valid = options.nameTemplate.validate(); !valid)
+            return fmt::format("--template : {}", valid.error().message());
+    if (!words.minConfidence.empty()) {
+        double confidence = 0;
+        if (!CLI::detail::lexical_cast(words.minConfidence, confidence) ||
+            !(confidence >= 0 && confidence <= 1))
+            return "--min-confidence : un nombre de 0 à 1 est attendu, par exemple 0.6.";
+        options.minConfidence = confidence;
+    }
+    return std::nullopt;
+}
+
+ExitStatus perform(const std::string& verb, const Options& options, std::ostream& out) {
+    if (verb == "name")
+        return name(options, out);
+    if (verb == "read")
+        return read(options, out);
+    if (verb == "rename")
+        return rename(options, out);
+    if (verb == "undo")
+        return undo(options, out);
+    if (verb == "generic")
+        return generic(options, out);
+    return checkTemplate(options, out);
+}
+
+} // namespace
+
+int run(int argc, char** argv, std::ostream& out, std::ostream& err) {
+    CLI::App app{
+        "Vesto donne aux fichiers des noms qui disent ce qu'ils contiennent. Tout reste sur cet ordinateur."};
+    app.name("vesto");
+    app.formatter(frenchFormatter());
+    app.set_help_flag("-h,--help", "Affiche cette aide");
+    app.set_version_flag("--version", version, "Affiche la version");
+    app.require_subcommand(1);
+
+    Words words;
+    Options options;
+    declareVerbs(app, words, options);
+    try {
+        app.parse(argc, argv);
+    } catch (const CLI::CallForHelp&) {
+        out << (app.get_subcommands().empty() ? app.help() : app.get_subcommands().front()->help());
+        return static_cast<int>(ExitStatus::done);
+    } catch (const CLI::CallForVersion&) {
+        out << version << '\n';
+        return static_cast<int>(ExitStatus::done);
+    } catch (const CLI::ParseError& error) {
+        err << "vesto : " << inFrench(error) << "\nAide : vesto --help\n";
+        return static_cast<int>(ExitStatus::wrongUsage);
+    }
+    const std::string verb = app.get_subcommands().front()->get_name();
+    if (const auto wrong = fillIn(options, words, verb == "template")) {
+        err << "vesto : " << *wrong << '\n';
+        return static_cast<int>(ExitStatus::wrongUsage);
+    }
+    const ExitStatus status = perform(verb, options, out);
+    out.flush();
+    if (!out) {
+        err << "vesto : la sortie n'a pas pu être écrite.\n";
+        return static_cast<int>(ExitStatus::notAllDone);
+    }
+    return static_cast<int>(status);
+}
+
+} // namespace vesto::cli

@@ -1,0 +1,30 @@
+#pragma once
+#include "core/extraction/SummarizerError.h"
+#include "core/files/RenameError.h"
+#include "core/naming/ConfidenceScorer.h"
+
+#include <filesystem>
+#include <string>
+#include <string_view>
+
+/// What the command line says to people, in French.
+namespace vesto::cli {
+
+/// A text of a stranger made fit for a terminal: control and format characters and bad bytes become U+FFFD,
+/// so that a file's name can neither move the cursor nor turn the line around.
+[[nodiscard]] std::string printable(std::string_view text);
+
+/// The name of a file, printable.
+[[nodiscard]] std::string shownName(const std::filesystem::path& path);
+
+/// "55 %", with a narrow no-break space.
+[[nodiscard]] std::string percentage(double share);
+
+[[nodiscard]] std::string_view sourceWords(ConfidenceScorer::Source source);
+
+[[nodiscard]] std::string messageOf(const SummarizerError& error);
+
+/// The error's own message; for one of the system, what to do about it as well.
+[[nodiscard]] std::string messageOf(const RenameError& error);
+
+} // namespace vesto::cli

@@ -1,0 +1,72 @@
+#include "cli/Naming.h"
+
+#include "cli/Messages.h"
+#include "core/extraction/readers/LocalReader.h"
+#include "core/files/FileName.h"
+#include "core/files/FileURL.h"
+#include "core/naming/RecordCodec.h"
+
+#include <nlohmann/json.hpp>
+
+#include <memory>
+
+namespace vesto::cli {
+
+const Proposal* Naming::proposal() const {
+    const auto* outcome = std::get_if<PipelineOutcome>(&result);
+    return outcome == nullptr ? nullptr : outcome->proposal();
+}
+
+std::string Naming::reason() const {
+    struct Reason {
+        std::string operator()(const PipelineOutcome& outcome) const {
+            return outcome.nothing() == nullptr ? std::string() : outcome.nothing()->reason;
+        }
+        std::string operator()(FileEligibility::Rejection rejection) const {
+            return std::string(FileEligibility::sentence(rejection));
+        }
+        std::string operator()(const SummarizerError& error) const { return messageOf(error); }
+    };
+    return std::visit(Reason{}, result);
+}
+
+Json Naming::record() const {
+    Json record;
+    record["path"] = path.native();
+    if (const Proposal* proposed = proposal()) {
+        record["outcome"] = "proposal";
+        record["fileName"] = proposedFileName(*proposed);
+        record["proposal"] = toJson(*proposed);
+    } else if (const auto* rejection = std::get_if<FileEligibility::Rejection>(&result)) {
+        record["outcome"] = "rejected";
+        record["reason"] = rawValue(*rejection);
+    } else if (const auto* error = std::get_if<SummarizerError>(&result)) {
+        record["outcome"] = "error";
+        record["reason"] = reason();
+        record["error"] = error->name();
+    } else {
+        record["outcome"] = "nothing";
+        record["reason"] = reason();
+    }
+    return record;
+}
+
+Namer::Namer(const Options& options)
+    : m_eligibility{.genericOnly = options.genericOnly, .notBefore = {}, .includeProcessed = options.again}
+    , m_pipeline(std::make_shared<readers::LocalReader>(), nullptr, options.nameTemplate, options.locale,
+                 NamingPolicy{}) {}
+
+Naming Namer::name(const std::filesystem::path& path) const {
+    if (const auto rejection = FileEligibility::check(path, m_eligibility))
+        return {path, *rejection};
+    auto outcome = m_pipeline.run(path);
+    if (!outcome)
+        return {path, outcome.error()};
+    return {path, *std::move(outcome)};
+}
+
+std::string proposedFileName(const Proposal& proposal) {
+    return proposal.policy.fileName(proposal.baseName, extensionOf(lastComponentOf(proposal.url)));
+}
+
+} // namespace vesto::cli

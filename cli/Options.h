@@ -1,0 +1,25 @@
+#pragma once
+#include "core/naming/NameTemplate.h"
+#include "core/support/Locale.h"
+
+#include <filesystem>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace vesto::cli {
+
+/// What the words of the command line ask for; each verb reads its own part.
+struct Options {
+    std::vector<std::filesystem::path> paths;
+    std::vector<std::string> names; // of `generic`
+    NameTemplate nameTemplate = NameTemplate::defaultTemplate();
+    Locale locale = Locale::user();
+    bool genericOnly = false;
+    bool again = false; // marked files too
+    bool json = false;
+    bool prompt = false;
+    std::optional<double> minConfidence;
+};
+
+} // namespace vesto::cli

@@ -1,0 +1,38 @@
+#include "cli/Messages.h"
+#include "cli/Report.h"
+#include "cli/Targets.h"
+#include "cli/Verbs.h"
+#include "core/extraction/Summarizer.h"
+#include "core/extraction/readers/LocalReader.h"
+#include "core/naming/RecordCodec.h"
+#include "core/support/Json.h"
+
+#include <nlohmann/json.hpp>
+
+#include <memory>
+#include <ostream>
+
+namespace vesto::cli {
+
+ExitStatus read(const Options& options, std::ostream& out) {
+    const Targets targets = targetsOf(options.paths);
+    Report report(options, out);
+    report.folders(targets);
+    const Summarizer summarizer({"fr-FR", "en-US"}, std::make_shared<readers::LocalReader>());
+    for (const Target& target : targets.files) {
+        const auto summary = summarizer.summarize(target.path);
+        if (!summary) {
+            Json record;
+            record["path"] = target.path.native();
+            record["error"] = summary.error().name();
+            report.refused(target.path, messageOf(summary.error()), record);
+        } else if (options.prompt) {
+            out << summary->modelPrompt(options.locale) << std::endl;
+        } else {
+            out << writeJson(toJson(*summary)) << std::endl;
+        }
+    }
+    return report.status();
+}
+
+} // namespace vesto::cli

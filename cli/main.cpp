@@ -1,0 +1,14 @@
+#include "cli/CommandLine.h"
+
+#include <exception>
+#include <iostream>
+
+int main(int argc, char** argv) {
+    std::ios::sync_with_stdio(false);
+    try {
+        return vesto::cli::run(argc, argv, std::cout, std::cerr);
+    } catch (const std::exception& error) {
+        std::cerr << "vesto : erreur interne (" << error.what() << "). Aucun fichier n'a été perdu.\n";
+        return 1;
+    }
+}
