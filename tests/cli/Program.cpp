@@ -1,0 +1,91 @@
+#include "tests/cli/Program.h"
+
+#include "core/support/UniqueFd.h"
+
+#include <fcntl.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <cstdlib>
+#include <fstream>
+#include <iterator>
+
+namespace vesto::test {
+namespace fs = std::filesystem;
+
+namespace {
+
+std::string drained(int fd) {
+    std::string text;
+    std::array<char, 4096> buffer{};
+    for (ssize_t size = 0; (size = ::read(fd, buffer.data(), buffer.size())) > 0;)
+        text.append(buffer.data(), static_cast<std::size_t>(size));
+    return text;
+}
+
+[[noreturn]] void becomeVesto(std::vector<char*>& words, int out, int err, std::optional<uid_t> user) {
+    ::dup2(out, STDOUT_FILENO);
+    ::dup2(err, STDERR_FILENO);
+    for (const char* name : {"LANG", "LC_ALL", "LC_TIME"})
+        ::unsetenv(name);
+    if (user && (::setgid(*user) != 0 || ::setuid(*user) != 0))
+        ::_exit(126);
+    ::execv(words[0], words.data());
+    ::_exit(127);
+}
+
+} // namespace
+
+RunResult runVesto(const std::vector<std::string>& words, std::optional<uid_t> user) {
+    std::string program = VESTO_PROGRAM;
+    std::vector<std::string> owned = words;
+    std::vector<char*> pointers{program.data()};
+    for (std::string& word : owned)
+        pointers.push_back(word.data());
+    pointers.push_back(nullptr);
+
+    // Files take the output, so that a long one cannot block the child.
+    const UniqueFd out(::open("/tmp", O_TMPFILE | O_RDWR | O_CLOEXEC, 0600));
+    const UniqueFd err(::open("/tmp", O_TMPFILE | O_RDWR | O_CLOEXEC, 0600));
+    const pid_t child = ::fork();
+    if (child == 0)
+        becomeVesto(pointers, out.get(), err.get(), user);
+    int status = 0;
+    ::waitpid(child, &status, 0);
+    ::lseek(out.get(), 0, SEEK_SET);
+    ::lseek(err.get(), 0, SEEK_SET);
+    return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, drained(out.get()), drained(err.get())};
+}
+
+Folder::Folder() {
+    std::string pattern = (fs::path(VESTO_PROGRAM).parent_path() / "vesto-test-XXXXXX").native();
+    m_path = ::mkdtemp(pattern.data());
+}
+
+Folder::~Folder() {
+    std::error_code ignored;
+    fs::remove_all(m_path, ignored);
+}
+
+std::string Folder::write(std::string_view name, std::string_view content) const {
+    const fs::path path = m_path / name;
+    std::ofstream(path, std::ios::binary) << content;
+    return path.native();
+}
+
+std::vector<std::string> Folder::names() const {
+    std::vector<std::string> names;
+    for (const auto& entry : fs::directory_iterator(m_path))
+        names.push_back(entry.path().filename().native());
+    std::ranges::sort(names);
+    return names;
+}
+
+std::string contentOf(const fs::path& path) {
+    std::ifstream file(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(file), {}};
+}
+
+} // namespace vesto::test

@@ -1,0 +1,45 @@
+#pragma once
+#include <sys/types.h>
+
+#include <filesystem>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace vesto::test {
+
+/// What a run of the real `vesto` left behind.
+struct RunResult {
+    int status = -1; // the exit status; -1 where a signal ended it
+    std::string out;
+    std::string err;
+};
+
+/// Runs `vesto` with these words and no locale in its environment; as another user where one is given.
+[[nodiscard]] RunResult runVesto(const std::vector<std::string>& words,
+                                 std::optional<uid_t> user = std::nullopt);
+
+/// A folder of its own below the build, on a disk that keeps user attributes; removed at the end.
+class Folder {
+public:
+    Folder();
+    ~Folder();
+    Folder(const Folder&) = delete;
+    Folder& operator=(const Folder&) = delete;
+
+    [[nodiscard]] const std::filesystem::path& path() const { return m_path; }
+
+    /// Writes a file and gives its path as a word of the command line.
+    std::string write(std::string_view name, std::string_view content) const;
+
+    /// The names in the folder, sorted.
+    [[nodiscard]] std::vector<std::string> names() const;
+
+private:
+    std::filesystem::path m_path;
+};
+
+[[nodiscard]] std::string contentOf(const std::filesystem::path& path);
+
+} // namespace vesto::test
