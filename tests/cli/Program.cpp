@@ -4,6 +4,7 @@
 
 #include <fcntl.h>
 #include <sys/wait.h>
+#include <sys/xattr.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -11,6 +12,7 @@
 #include <cstdlib>
 #include <fstream>
 #include <iterator>
+#include <stdexcept>
 
 namespace vesto::test {
 namespace fs = std::filesystem;
@@ -25,14 +27,21 @@ std::string drained(int fd) {
     return text;
 }
 
-[[noreturn]] void becomeVesto(std::vector<char*>& words, int out, int err, std::optional<uid_t> user) {
+bool keepsUserAttributes(const fs::path& folder) {
+    return ::setxattr(folder.c_str(), "user.vesto-test", "1", 1, 0) == 0 &&
+           ::removexattr(folder.c_str(), "user.vesto-test") == 0;
+}
+
+/// `program` is opened before: another user may have no way to it through its folders.
+[[noreturn]] void becomeVesto(int program, std::vector<char*>& words, int out, int err,
+                              std::optional<uid_t> user) {
     ::dup2(out, STDOUT_FILENO);
     ::dup2(err, STDERR_FILENO);
     for (const char* name : {"LANG", "LC_ALL", "LC_TIME"})
         ::unsetenv(name);
     if (user && (::setgid(*user) != 0 || ::setuid(*user) != 0))
         ::_exit(126);
-    ::execv(words[0], words.data());
+    ::fexecve(program, words.data(), environ);
     ::_exit(127);
 }
 
@@ -49,9 +58,10 @@ RunResult runVesto(const std::vector<std::string>& words, std::optional<uid_t> u
     // Files take the output, so that a long one cannot block the child.
     const UniqueFd out(::open("/tmp", O_TMPFILE | O_RDWR | O_CLOEXEC, 0600));
     const UniqueFd err(::open("/tmp", O_TMPFILE | O_RDWR | O_CLOEXEC, 0600));
+    const UniqueFd opened(::open(VESTO_PROGRAM, O_PATH | O_CLOEXEC));
     const pid_t child = ::fork();
     if (child == 0)
-        becomeVesto(pointers, out.get(), err.get(), user);
+        becomeVesto(opened.get(), pointers, out.get(), err.get(), user);
     int status = 0;
     ::waitpid(child, &status, 0);
     ::lseek(out.get(), 0, SEEK_SET);
@@ -60,8 +70,19 @@ RunResult runVesto(const std::vector<std::string>& words, std::optional<uid_t> u
 }
 
 Folder::Folder() {
-    std::string pattern = (fs::path(VESTO_PROGRAM).parent_path() / "vesto-test-XXXXXX").native();
-    m_path = ::mkdtemp(pattern.data());
+    // Where every user may pass; Debian 12's tmpfs keeps no user attributes.
+    for (const fs::path& place :
+         {fs::path("/tmp"), fs::path("/var/tmp"), fs::path(VESTO_PROGRAM).parent_path()}) {
+        std::string pattern = (place / "vesto-test-XXXXXX").native();
+        const char* made = ::mkdtemp(pattern.data());
+        if (made == nullptr)
+            continue;
+        m_path = made;
+        if (keepsUserAttributes(m_path))
+            return;
+        fs::remove(m_path);
+    }
+    throw std::runtime_error("no folder here keeps user attributes");
 }
 
 Folder::~Folder() {
