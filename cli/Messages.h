@@ -1,6 +1,5 @@
 #pragma once
 #include "core/extraction/SummarizerError.h"
-#include "core/files/RenameError.h"
 #include "core/naming/ConfidenceScorer.h"
 
 #include <filesystem>
@@ -23,8 +22,5 @@ namespace vesto::cli {
 [[nodiscard]] std::string_view sourceWords(ConfidenceScorer::Source source);
 
 [[nodiscard]] std::string messageOf(const SummarizerError& error);
-
-/// The error's own message; for one of the system, what to do about it as well.
-[[nodiscard]] std::string messageOf(const RenameError& error);
 
 } // namespace vesto::cli

@@ -23,7 +23,7 @@ std::string Naming::reason() const {
             return outcome.nothing() == nullptr ? std::string() : outcome.nothing()->reason;
         }
         std::string operator()(FileEligibility::Rejection rejection) const {
-            return std::string(FileEligibility::sentence(rejection));
+            return std::string(FileEligibility::message(rejection));
         }
         std::string operator()(const SummarizerError& error) const { return messageOf(error); }
     };
@@ -39,7 +39,7 @@ Json Naming::record() const {
         record["proposal"] = toJson(*proposed);
     } else if (const auto* rejection = std::get_if<FileEligibility::Rejection>(&result)) {
         record["outcome"] = "rejected";
-        record["reason"] = rawValue(*rejection);
+        record["reason"] = FileEligibility::rawValue(*rejection);
     } else if (const auto* error = std::get_if<SummarizerError>(&result)) {
         record["outcome"] = "error";
         record["reason"] = reason();

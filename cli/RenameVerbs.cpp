@@ -17,11 +17,8 @@ namespace {
 
 constexpr std::int64_t maxAttempts = 99; // names tried before giving up
 
-std::string adviceOf(const RenameError& error) {
-    const auto number = error.systemError();
-    if (!number)
-        return {};
-    return std::string(adviceFor(*number).value_or(std::string_view{}));
+std::string_view adviceOf(const RenameError& error) {
+    return error.code() == 0 ? std::string_view{} : adviceFor(error.code()).value_or(std::string_view{});
 }
 
 Json failureRecord(Json record, const RenameError& error) {
@@ -34,7 +31,7 @@ Json failureRecord(Json record, const RenameError& error) {
 }
 
 void apply(const Proposal& proposal, Json record, Report& report) {
-    const Renamer renamer{proposal.policy, maxAttempts};
+    const Renamer renamer(proposal.policy, maxAttempts);
     const auto renamed = renamer.rename(proposal.url, proposal.baseName, proposal.identity, /*mark=*/true);
     if (!renamed) {
         report.refused(proposal.url, renamed.error().message(),
