@@ -4,7 +4,7 @@
 #include "cli/Targets.h"
 #include "cli/Verbs.h"
 
-#include <fmt/format.h>
+#include <nlohmann/json.hpp>
 
 namespace vesto::cli {
 
