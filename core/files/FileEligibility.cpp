@@ -99,7 +99,7 @@ std::optional<Rejection> check(const std::filesystem::path& path, const Options&
         return Rejection::locked;
     if (!Summarizer::isSupported(path))
         return Rejection::unsupported;
-    if (ProcessedMarker::isMarked(path, disk))
+    if (!options.includeProcessed && ProcessedMarker::isMarked(path, disk))
         return Rejection::processed;
     if (options.genericOnly && !GenericNameDetector::isGeneric(baseNameOf(name)))
         return Rejection::notGeneric;

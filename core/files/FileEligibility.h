@@ -12,6 +12,7 @@ namespace vesto::FileEligibility {
 struct Options {
     bool genericOnly = false;         // only files whose name says nothing
     std::optional<Instant> notBefore; // files made before it are left alone
+    bool includeProcessed = false;    // marked files too, where a user asks for them again
 
     bool operator==(const Options&) const = default;
 };
