@@ -1,6 +1,6 @@
 #include "cli/Messages.h"
 
-#include "core/files/FileURL.h"
+#include "core/files/FileName.h"
 #include "core/support/Text.h"
 #include "core/support/Unicode.h"
 

@@ -3,7 +3,6 @@
 #include "cli/Messages.h"
 #include "core/extraction/readers/LocalReader.h"
 #include "core/files/FileName.h"
-#include "core/files/FileURL.h"
 #include "core/naming/RecordCodec.h"
 
 #include <nlohmann/json.hpp>

@@ -3,7 +3,7 @@
 #include "cli/Report.h"
 #include "cli/Targets.h"
 #include "cli/Verbs.h"
-#include "core/files/FileURL.h"
+#include "core/files/FileName.h"
 #include "core/files/ProcessedMarker.h"
 #include "core/files/Renamer.h"
 #include "core/files/UndoService.h"

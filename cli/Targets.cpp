@@ -1,6 +1,6 @@
 #include "cli/Targets.h"
 
-#include "core/files/FileURL.h"
+#include "core/files/FileName.h"
 
 #include <algorithm>
 
