@@ -47,7 +47,7 @@ public:
         files[path] = file;
     }
 
-    /// The contents under names that people see; each content once, however many names it has.
+    /// The contents of all files, each once, however many names it has.
     [[nodiscard]] std::multiset<std::string> contents() const {
         std::set<std::shared_ptr<File>> distinct;
         for (const auto& [path, file] : files)

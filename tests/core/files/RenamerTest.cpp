@@ -202,7 +202,8 @@ TEST(RenamerFaults, RacesLoseNothing) {
     struct Race {
         const char* name;
         std::function<void(FakeDisk&)> act;
-        bool mineMayGo; // the other program may itself do away with it
+        bool mineMayGo;            // the other program may itself do away with it
+        bool takesNewName = false; // at the last moment perhaps
     };
     const Race races[] = {
         {"an editor saves over the old name", [](FakeDisk& disk) { disk.add("/d/a.pdf", "theirs"); }, true},
@@ -229,7 +230,8 @@ TEST(RenamerFaults, RacesLoseNothing) {
                  disk.add("/d/x.pdf", "theirs");
          },
          false},
-        {"the new name is replaced", [](FakeDisk& disk) { disk.add("/d/Facture 2.pdf", "theirs"); }, true},
+        {"the new name is replaced", [](FakeDisk& disk) { disk.add("/d/Facture 2.pdf", "theirs"); }, true,
+         true},
     };
     for (const DiskKind& kind : diskKinds) {
         for (const Race& race : races) {
@@ -237,6 +239,8 @@ TEST(RenamerFaults, RacesLoseNothing) {
             for (int moment = 1; reached; ++moment) {
                 SCOPED_TRACE(fmt::format("{}, {}, before call {}", kind.name, race.name, moment));
                 FakeDisk disk = diskOf(kind);
+                const auto expected = FileIdentity::of("/d/a.pdf", disk);
+                disk.calls = 0;
                 Files afterRace;
                 disk.beforeCall = [&](int call) {
                     if (call == moment) {
@@ -245,7 +249,6 @@ TEST(RenamerFaults, RacesLoseNothing) {
                     }
                     return 0;
                 };
-                const auto expected = FileIdentity::of("/d/a.pdf", disk);
                 const auto result = Renamer({}, 99, disk).rename("/d/a.pdf", "Facture", expected, true);
                 reached = disk.calls >= moment;
                 disk.beforeCall = nullptr;
@@ -265,6 +268,9 @@ TEST(RenamerFaults, RacesLoseNothing) {
                 EXPECT_EQ(before, after);
                 for (const auto& [path, file] : disk.files)
                     EXPECT_FALSE(lastComponentOf(path).starts_with(temporaryNamePrefix)) << path;
+                if (result && !race.takesNewName) {
+                    EXPECT_EQ(disk.files[result->to]->content, "mine");
+                }
                 if (!result) {
                     for (const std::string& name : result.error().keptNames())
                         EXPECT_TRUE(disk.files.contains("/d/" + name)) << name;
@@ -299,6 +305,21 @@ TEST(ExclusiveRename, AReplacementUnderTheOldNameStaysAndWhatCannotGoBackIsNamed
         << result.error().message();
     EXPECT_EQ(disk.files["/d/a.pdf"]->content, "a third");
     EXPECT_EQ(disk.files["/d/a 2.pdf"]->content, "theirs");
+}
+
+TEST(ExclusiveRename, TheLastNameOfAFileIsNeverRemoved) {
+    FakeDisk disk = diskOf(diskKinds[1]);
+    disk.beforeCall = [&](int) {
+        if (disk.files.contains("/d/b.pdf") && disk.contents().count("theirs") == 0)
+            disk.add("/d/b.pdf", "theirs"); // over the name that the file has just been given
+        return 0;
+    };
+    const auto result = renameExclusively("/d/a.pdf", "/d/b.pdf", *FileIdentity::of("/d/a.pdf", disk), disk);
+    ASSERT_FALSE(result);
+    EXPECT_EQ(result.error(), Case::identityMismatch);
+    EXPECT_EQ(disk.files["/d/a.pdf"]->content, "mine");
+    EXPECT_EQ(disk.files["/d/b.pdf"]->content, "theirs");
+    EXPECT_EQ(disk.files.size(), 3);
 }
 
 TEST(ExclusiveRename, WithoutLinksItFailsRatherThanRisk) {
