@@ -82,7 +82,8 @@ def rename_all(vesto, folder, before):
         if record.get("to"):
             new = os.path.basename(record["to"])
             proposal = record["proposal"]
-            kind, source = KINDS[proposal["summary"]["kind"]], SOURCES[proposal["source"]]
+            summary, source = proposal["summary"], SOURCES[proposal["source"]]
+            kind = KINDS[summary["kind"]] + (f" ({summary['formatName']})" if "formatName" in summary else "")
             confidence = f"{round(proposal['confidence'] * 100)} %"
             print(f"  {old:{width}}  →  {new}\n  {'':{width}}     {kind} · {source} · confiance {confidence}")
             require(record["marked"], f"{old} : la marque n'a pas pu être écrite")
