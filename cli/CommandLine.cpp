@@ -18,7 +18,7 @@ constexpr const char* version = "vesto 0.1.0";
 /// Help in French: CLI11 asks its formatter for every word of its own.
 std::shared_ptr<CLI::Formatter> frenchFormatter() {
     auto formatter = std::make_shared<CLI::Formatter>();
-    formatter->label("Usage", "Utilisation");
+    formatter->label("Usage", "Utilisation ");
     formatter->label("OPTIONS", "OPTIONS");
     formatter->label("SUBCOMMAND", "COMMANDE");
     formatter->label("SUBCOMMANDS", "COMMANDES");
@@ -31,13 +31,23 @@ std::shared_ptr<CLI::Formatter> frenchFormatter() {
     return formatter;
 }
 
-std::string inFrench(const CLI::ParseError& error) {
-    const std::string name = error.get_name();
-    if (name == "ExtrasError")
-        return fmt::format("Argument inconnu ou en trop ({}).", printable(error.what()));
-    if (name == "RequiredError")
+/// The first word where it should be a verb and is none.
+std::optional<std::string> unknownVerb(const CLI::App& app, int argc, char** argv) {
+    if (argc < 2 || std::string_view(argv[1]).starts_with('-'))
+        return std::nullopt;
+    const auto named = app.get_subcommands([&](const CLI::App* verb) { return verb->get_name() == argv[1]; });
+    return named.empty() ? std::optional<std::string>(argv[1]) : std::nullopt;
+}
+
+std::string inFrench(const CLI::ParseError& error, const std::optional<std::string>& wrongVerb) {
+    const auto code = static_cast<CLI::ExitCodes>(error.get_exit_code());
+    if (wrongVerb)
+        return fmt::format("Commande inconnue : {}.", printable(*wrongVerb));
+    if (code == CLI::ExitCodes::ExtrasError)
+        return "Un argument est inconnu ou en trop.";
+    if (code == CLI::ExitCodes::RequiredError)
         return "Il manque un argument ou une commande.";
-    if (name == "ArgumentMismatch")
+    if (code == CLI::ExitCodes::ArgumentMismatch)
         return "Une option n'a pas la valeur qu'elle attend.";
     return fmt::format("Arguments incompréhensibles ({}).", printable(error.what()));
 }
@@ -69,34 +79,36 @@ void addJson(CLI::App& verb, Options& options) {
 void declareVerbs(CLI::App& app, Words& words, Options& options) {
     constexpr const char* filesOrFolders = "Fichiers, ou dossiers (leurs fichiers, sans les sous-dossiers)";
 
-    CLI::App& nameVerb = *app.add_subcommand("name", "Propose un nom pour chaque fichier, sans rien toucher");
+    const auto verb = [&app](const char* word, const char* what) -> CLI::App& {
+        return *app.add_subcommand(word, what)->group("Commandes");
+    };
+    CLI::App& nameVerb = verb("name", "Propose un nom pour chaque fichier, sans rien toucher");
     addPaths(nameVerb, words, filesOrFolders);
     addNaming(nameVerb, words, options);
     addJson(nameVerb, options);
 
-    CLI::App& readVerb = *app.add_subcommand("read", "Montre ce qui est lu dans chaque fichier");
+    CLI::App& readVerb = verb("read", "Montre ce qui est lu dans chaque fichier");
     addPaths(readVerb, words, filesOrFolders);
     readVerb.add_option("--locale", words.locale, "Langue du mois dans --prompt");
     readVerb.add_flag("--prompt", options.prompt, "Le texte exact qui serait donné au modèle");
     addJson(readVerb, options);
 
-    CLI::App& renameVerb = *app.add_subcommand("rename", "Renomme chaque fichier d'après son contenu");
+    CLI::App& renameVerb = verb("rename", "Renomme chaque fichier d'après son contenu");
     addPaths(renameVerb, words, filesOrFolders);
     addNaming(renameVerb, words, options);
     renameVerb.add_option("--min-confidence", words.minConfidence,
                           "Laisse les fichiers moins sûrs (de 0 à 1)");
     addJson(renameVerb, options);
 
-    CLI::App& undoVerb = *app.add_subcommand("undo", "Rend à chaque fichier renommé son nom d'avant");
+    CLI::App& undoVerb = verb("undo", "Rend à chaque fichier renommé son nom d'avant");
     addPaths(undoVerb, words, filesOrFolders);
     addJson(undoVerb, options);
 
-    CLI::App& genericVerb = *app.add_subcommand("generic", "Dit si un nom de fichier est générique");
+    CLI::App& genericVerb = verb("generic", "Dit si un nom de fichier est générique");
     genericVerb.add_option("NOM", words.names, "Noms de fichiers, avec ou sans extension")->required();
     addJson(genericVerb, options);
 
-    CLI::App& templateVerb =
-        *app.add_subcommand("template", "Vérifie un modèle de nom et en montre un exemple");
+    CLI::App& templateVerb = verb("template", "Vérifie un modèle de nom et en montre un exemple");
     templateVerb.add_option("MODÈLE", words.pattern, "Le modèle, entre apostrophes")->required();
     templateVerb.add_option("--locale", words.locale, "Langue des dates et de {kind}");
     addJson(templateVerb, options);
@@ -158,13 +170,13 @@ int run(int argc, char** argv, std::ostream& out, std::ostream& err) {
     try {
         app.parse(argc, argv);
     } catch (const CLI::CallForHelp&) {
-        out << (app.get_subcommands().empty() ? app.help() : app.get_subcommands().front()->help());
+        out << app.help();
         return static_cast<int>(ExitStatus::done);
     } catch (const CLI::CallForVersion&) {
         out << version << '\n';
         return static_cast<int>(ExitStatus::done);
     } catch (const CLI::ParseError& error) {
-        err << "vesto : " << inFrench(error) << "\nAide : vesto --help\n";
+        err << "vesto : " << inFrench(error, unknownVerb(app, argc, argv)) << "\nAide : vesto --help\n";
         return static_cast<int>(ExitStatus::wrongUsage);
     }
     const std::string verb = app.get_subcommands().front()->get_name();
