@@ -53,7 +53,7 @@ TEST(CommandLine, ExitStatusTellsWrongUsageFromWorkLeft) {
         {{"rename", "--min-confidence", "60", file}, 2, "--min-confidence"},
         {{"rename", "--min-confidence", "nan", file}, 2, "--min-confidence"},
         {{"name", file}, 0, "confiance"},
-        {{"name", plain}, 1, "pas pris en charge"},
+        {{"name", plain}, 1, "non pris en charge"},
         {{"name", file + ".absent.txt"}, 1, "n'existe plus"},
         {{"undo", file}, 1, "n'a pas renommé"},
         {{"--version"}, 0, "vesto"},
@@ -168,7 +168,7 @@ TEST(CommandLine, OneBadFileDoesNotStopTheOthers) {
     EXPECT_THAT(run.out, HasSubstr(std::string("scan0004.txt → ") + invoiceBase + ".txt"));
     EXPECT_THAT(run.out, HasSubstr("marque impossible")); // read-only: renamed, and said to be unmarked
     EXPECT_TRUE(std::filesystem::exists(inside));
-    EXPECT_TRUE(std::filesystem::exists(folder.path() / "Contrat de location meublée entre les.txt"));
+    EXPECT_TRUE(std::filesystem::exists(folder.path() / "Contrat de location meublée.txt"));
 }
 
 TEST(CommandLine, NamesOfStrangersCannotDriveTheTerminal) {
