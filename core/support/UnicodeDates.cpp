@@ -18,8 +18,17 @@ icu::UnicodeString fromUtf8(std::string_view text) {
         icu::StringPiece(text.data(), static_cast<std::int32_t>(text.size())));
 }
 
+/// With the Gregorian calendar, whose patterns of month and year name no era. English for an identifier
+/// without a language or longer than ICU can hold.
 icu::Locale icuLocale(const Locale& locale) {
-    return icu::Locale::createFromName(locale.identifier().c_str());
+    constexpr std::size_t maxIdentifier = 100; // bytes; ICU has 157 with the calendar
+    if (locale.identifier().size() > maxIdentifier)
+        return icu::Locale::getEnglish();
+    icu::Locale result = icu::Locale::createFromName(locale.identifier().c_str());
+    UErrorCode status = U_ZERO_ERROR;
+    result.setKeywordValue("calendar", "gregorian", status);
+    const bool isUsable = U_SUCCESS(status) && !result.isBogus() && *result.getLanguage() != '\0';
+    return isUsable ? result : icu::Locale::getEnglish();
 }
 
 std::unique_ptr<icu::TimeZone> zoneOf(std::string_view name) {
@@ -29,7 +38,7 @@ std::unique_ptr<icu::TimeZone> zoneOf(std::string_view name) {
 }
 
 /// A calendar that never leaves the Gregorian one, also before 1582, so that an ISO date comes out as it went
-/// in.
+/// in. Null where ICU refuses.
 std::unique_ptr<icu::GregorianCalendar> calendarOf(std::string_view timeZone, const icu::Locale& locale) {
     UErrorCode status = U_ZERO_ERROR;
     auto calendar = std::make_unique<icu::GregorianCalendar>(zoneOf(timeZone).release(), locale, status);
@@ -62,11 +71,11 @@ icu::SimpleDateFormat* formatterFor(const Locale& locale, std::string_view patte
         kept.clear();
     UErrorCode status = U_ZERO_ERROR;
     auto formatter = std::make_unique<icu::SimpleDateFormat>(fromUtf8(pattern), icuLocale(locale), status);
-    if (U_SUCCESS(status)) {
-        formatter->adoptCalendar(calendarOf(timeZone, icuLocale(locale)).release());
-    } else {
+    auto calendar = calendarOf(timeZone, icuLocale(locale));
+    if (U_SUCCESS(status) && calendar)
+        formatter->adoptCalendar(calendar.release());
+    else
         formatter.reset();
-    }
     return kept.emplace(std::move(key), std::move(formatter)).first->second.get();
 }
 

@@ -55,6 +55,12 @@ TEST(Unicode, ClustersAreThoseOfIcu) {
         ASSERT_EQ(graphemeCount(text), ends.size()) << text;
         for (std::size_t count = 0; count < ends.size(); ++count)
             ASSERT_EQ(graphemePrefix(text, count + 1).size(), ends[count]) << text;
+        std::size_t within = 0;
+        for (std::size_t bytes = 0, next = 0; bytes <= text.size(); ++bytes) {
+            if (next < ends.size() && ends[next] == bytes)
+                within = ends[next++];
+            ASSERT_EQ(graphemePrefixWithin(text, bytes).size(), within) << text;
+        }
         if (!ends.empty()) {
             const std::size_t before = ends.size() > 1 ? ends[ends.size() - 2] : 0;
             ASSERT_EQ(lastGraphemeSize(text), text.size() - before) << text;
@@ -188,6 +194,25 @@ TEST(Dates, SpeakTheLocale) {
               "1500-03-01");
     EXPECT_EQ(formatDate(*instantOf({1969, 12, 31, 23, 59, 59}, "UTC"), "yyyy-MM-dd", Locale("fr"), "UTC"),
               "1969-12-31");
+}
+
+TEST(Dates, KeepTheGregorianCalendarInEveryLocale) {
+    // No era, though the calendar of these countries is another one.
+    EXPECT_EQ(formatMonthAndYear(3, 2026, Locale("ar_SA")), "مارس ٢٠٢٦");
+    EXPECT_EQ(formatMonthAndYear(3, 2026, Locale("fa_IR")), "مارس ۲۰۲۶");
+    EXPECT_EQ(monthNames(Locale("fa_IR"))[2], "مارس");
+}
+
+TEST(Dates, SpeakEnglishForALocaleThatIsNone) {
+    const Instant epoch{};
+    for (const std::string& identifier :
+         {std::string(), std::string("../../etc"), std::string("\xFF\xFE"), std::string("a_b_c_d_e_f"),
+          std::string(5000, 'a'), "fr_FR_" + std::string(300, 'b')}) {
+        const Locale locale(identifier);
+        EXPECT_EQ(formatMonthAndYear(3, 2026, locale), "March 2026") << identifier;
+        EXPECT_EQ(formatDate(epoch, "yyyy-MM-dd MMMM", locale, "UTC"), "1970-01-01 January") << identifier;
+        EXPECT_EQ(monthNames(locale)[2], "March") << identifier;
+    }
 }
 
 } // namespace
