@@ -119,22 +119,14 @@ bool holdsTwoLetters(std::string_view text) {
     return letters == 2;
 }
 
-/// The longest prefix of whole grapheme clusters within `bytes`, but never less than the first cluster.
+/// The longest prefix of whole grapheme clusters within `bytes`, which may be negative, but never less than
+/// the first cluster.
 std::string_view cutToBytes(std::string_view text, std::int64_t bytes) {
     if (static_cast<std::int64_t>(text.size()) <= bytes)
         return text;
-    // Whether a cluster ends depends on what stands before and on the one scalar after: the rest need not be
-    // seen.
-    const std::string_view window =
-        text.substr(0, static_cast<std::size_t>(std::max<std::int64_t>(bytes, 0)) + 4);
-    std::size_t end = unicode::firstGraphemeSize(text);
-    while (end < window.size()) {
-        const std::size_t next = end + unicode::firstGraphemeSize(window.substr(end));
-        if (static_cast<std::int64_t>(next) > bytes)
-            break;
-        end = next;
-    }
-    return text.substr(0, end);
+    const std::string_view prefix =
+        unicode::graphemePrefixWithin(text, static_cast<std::size_t>(std::max<std::int64_t>(bytes, 0)));
+    return prefix.empty() ? text.substr(0, unicode::firstGraphemeSize(text)) : prefix;
 }
 
 } // namespace
@@ -173,8 +165,10 @@ std::string NamingPolicy::fileName(std::string_view base, std::string_view ext,
         tail = " " + std::to_string(*suffix) + dottedExtension;
     if (tail.size() > maxNumberedTailBytes)
         tail = dottedExtension;
-    const std::string_view cut = cutToBytes(stem, maxFileNameBytes - static_cast<std::int64_t>(tail.size()));
-    const std::int64_t room = maxFileNameBytes - static_cast<std::int64_t>(cut.size());
+    // A limit from a stored record may be anything; below 0 it is as strict as 0.
+    const std::int64_t limit = std::max<std::int64_t>(maxFileNameBytes, 0);
+    const std::string_view cut = cutToBytes(stem, limit - static_cast<std::int64_t>(tail.size()));
+    const std::int64_t room = limit - static_cast<std::int64_t>(cut.size());
     std::string_view end = tail;
     if (static_cast<std::int64_t>(tail.size()) > room)
         end = unicode::graphemePrefix(tail, static_cast<std::size_t>(std::max<std::int64_t>(room, 0)));

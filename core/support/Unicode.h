@@ -95,6 +95,9 @@ isLetterOrMark(char32_t scalar);              // general categories L and M: the
 /// The first `count` grapheme clusters, or the whole text where it has no more.
 [[nodiscard]] std::string_view graphemePrefix(std::string_view text, std::size_t count);
 
+/// The longest prefix of whole grapheme clusters in at most `bytes` bytes; may be empty.
+[[nodiscard]] std::string_view graphemePrefixWithin(std::string_view text, std::size_t bytes);
+
 /// Bytes of the first, respectively last, grapheme cluster; 0 for an empty text.
 [[nodiscard]] std::size_t firstGraphemeSize(std::string_view text);
 [[nodiscard]] std::size_t lastGraphemeSize(std::string_view text);

@@ -119,6 +119,21 @@ std::string_view graphemePrefix(std::string_view text, std::size_t count) {
     return text.substr(0, walk.offset());
 }
 
+std::string_view graphemePrefixWithin(std::string_view text, std::size_t bytes) {
+    if (text.size() <= bytes)
+        return text;
+    // Whether a cluster ends depends on what stands before and on the one scalar after: the rest need not be
+    // seen.
+    constexpr std::size_t maxScalar = 4; // bytes
+    std::size_t end = 0;
+    for (ClusterWalk walk(text.substr(0, bytes + maxScalar)); !walk.atEnd(); end = walk.offset()) {
+        walk.advance();
+        if (walk.offset() > bytes)
+            break;
+    }
+    return text.substr(0, end);
+}
+
 std::size_t firstGraphemeSize(std::string_view text) {
     return graphemePrefix(text, 1).size();
 }

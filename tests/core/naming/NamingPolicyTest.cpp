@@ -5,6 +5,7 @@
 
 #include <gtest/gtest.h>
 
+#include <limits>
 #include <utility>
 #include <vector>
 
@@ -103,6 +104,17 @@ TEST(NamingPolicy, JoinsFileNames) {
         EXPECT_EQ(NamingPolicy().fileName(row.base, row.ext, row.suffix), row.expected) << row.base;
 }
 
+TEST(NamingPolicy, TakesAnyLimits) {
+    constexpr auto least = std::numeric_limits<std::int64_t>::min();
+    constexpr auto most = std::numeric_limits<std::int64_t>::max();
+    for (const std::int64_t limit : {least, std::int64_t{-1}, std::int64_t{0}}) {
+        EXPECT_EQ((NamingPolicy{limit, limit}.fileName("bail", "pdf", 2)), "b") << limit;
+        EXPECT_EQ((NamingPolicy{limit, limit}.cleanTitle("bail")), "") << limit;
+    }
+    EXPECT_EQ((NamingPolicy{most, most}.fileName("bail", "pdf", 2)), "bail 2.pdf");
+    EXPECT_EQ((NamingPolicy{most, most}.cleanTitle("bail")), "Bail");
+}
+
 TEST(NamingPolicy, HoldsItsPromisesOnAnyText) {
     RandomText random(3);
     const NamingPolicy policy;
@@ -139,6 +151,8 @@ TEST(NamingPolicy, HostileTextsAreNoWork) {
             EXPECT_LE(policy.fileName(sane, "pdf").size(),
                       std::max<std::size_t>(unicode::firstGraphemeSize(sane), 255));
         }
+        const NamingPolicy wide{.maxFileNameBytes = static_cast<std::int64_t>(much.size()) - 1};
+        EXPECT_FALSE(wide.fileName(much, "pdf").empty());
     }
 }
 
