@@ -31,6 +31,13 @@ std::string fieldMark(const std::string& type) {
     return "<w:r><w:fldChar w:fldCharType='" + type + "'/></w:r>";
 }
 
+std::string repeated(const std::string& text, int times) {
+    std::string all;
+    for (int i = 0; i < times; ++i)
+        all += text;
+    return all;
+}
+
 TEST(OfficeReader, ReadsWhatIsSeenOfWordDocuments) {
     const std::string styles =
         "<w:styles><w:style w:styleId='H'><w:rPr><w:vanish/></w:rPr></w:style>"
@@ -81,6 +88,10 @@ TEST(OfficeReader, ReadsWhatIsSeenOfWordDocuments) {
         {"a field without end",
          "<w:p>" + fieldMark("begin") + run("code") + "</w:p><w:p>" + run("a") + "</w:p>",
          {"a"}},
+        {"fields in one another without end",
+         "<w:p>" + repeated(fieldMark("begin") + fieldMark("separate"), 30) + run("a") +
+             repeated(fieldMark("end"), 30) + field + "</w:p>",
+         {"a3 mars"}},
         {"a table of contents by its control",
          "<w:sdt><w:sdtPr><w:docPartObj><w:docPartGallery w:val='Table of "
          "Contents'/></w:docPartObj></w:sdtPr><w:sdtContent><w:p>" +

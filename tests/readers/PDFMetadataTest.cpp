@@ -24,6 +24,16 @@ TEST(PDFMetadata, TextStrings) {
         {units("\xEF\xBB\xBF\xC3\x89t\xC3\xA9"), "Été"},
         {units("\xFF\xFE\xC9\0t\0\xE9\0"s), "Été"},
         {u"Titre\u00A0: été", "Titre\u00A0: été"},
+        {u"\x1B"
+         u"fr\x1BRelevé",
+         "Relevé"}, // with the language that it is in
+        {u"\x1B"
+         u"frFR\x1BŒuvre\x1B"
+         u"en\x1B",
+         "Œuvre"},
+        {u"\x1B"
+         u"f1\x1B",
+         "˙f1˙"},
         {u"Œuvre – \U0001F600", "Œuvre – 😀"},
         {u"a\xD83D", "a\uFFFD"},
         {u"\xDE00\xD83D\u0416", "\uFFFD\uFFFDЖ"},

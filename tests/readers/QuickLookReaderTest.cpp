@@ -1,5 +1,6 @@
 #include "core/extraction/readers/QuickLookReader.h"
 
+#include "core/extraction/readers/ZipReader.h"
 #include "tests/readers/support/TemporaryFile.h"
 #include "tests/readers/support/ZipWriter.h"
 
@@ -52,6 +53,40 @@ TEST(QuickLookReader, FillsTheSummary) {
     EXPECT_EQ(odp->kind, ContentSummary::Kind::presentation);
     EXPECT_EQ(odp->formatName, "OpenDocument");
     EXPECT_EQ(odp->pageCount, 1);
+}
+
+TEST(QuickLookReader, BoundsWhatItGives) {
+    std::string cells;
+    for (int i = 0; i < 30'000; ++i)
+        cells += "<c><v>7</v></c>";
+    const UniqueFd file = temporaryFile(
+        zipArchive({{"xl/worksheets/sheet1.xml", "<s><row>" + cells + "</row></s>"},
+                    {"docProps/core.xml", "<c><dc:title>" + std::string(1'000, 'a') + "</dc:title></c>"}}));
+    const auto summary = readers::summarizeQuickLook(requestOf(file, xlsx), {});
+    ASSERT_TRUE(summary.has_value());
+    ASSERT_EQ(summary->lines.size(), 1);
+    EXPECT_EQ(summary->lines.front().size(), 19'999); // the last of 20,000 is a blank
+    EXPECT_EQ(summary->documentTitle, std::string(300, 'a'));
+}
+
+// Entries may share one part that claims to be small; going through it for each would take hours.
+TEST(QuickLookReader, SharesOneBudgetAmongOverlappingSlides) {
+    const std::string slide = "<p:sld><a:p><a:t>a</a:t></a:p>" +
+                              std::string(readers::ZipReader::maxMemberSize / 2, ' ') + "</p:sld>";
+    std::vector<tests::ZipPart> parts{
+        {.name = "ppt/slides/slide1.xml", .content = slide, .method = 0, .size = 0}};
+    for (int i = 2; i <= 20; ++i)
+        parts.push_back({.name = "ppt/slides/slide" + std::to_string(i) + ".xml",
+                         .content = "",
+                         .method = 0,
+                         .compressedSize = static_cast<std::uint32_t>(slide.size()),
+                         .offset = 0});
+    const UniqueFd file = temporaryFile(zipArchive(parts));
+    const auto summary =
+        readers::summarizeQuickLook(requestOf(file, "org.openxmlformats.presentationml.presentation"), {});
+    ASSERT_TRUE(summary.has_value());
+    EXPECT_EQ(summary->pageCount, 20);
+    EXPECT_EQ(summary->lines.size(), 3); // four would be more than 32 MiB
 }
 
 TEST(QuickLookReader, RefusesWhatItCannotRead) {

@@ -49,7 +49,7 @@ std::optional<int> takeOffset(std::string_view& text) {
 
 } // namespace
 
-std::optional<std::string> usableTitle(std::string_view text) {
+std::string titleLine(std::string_view text) {
     std::string title;
     std::size_t count = 0;
     bool blank = false;
@@ -66,6 +66,11 @@ std::optional<std::string> usableTitle(std::string_view text) {
         unicode::append(title, scalar);
         ++count;
     }
+    return title;
+}
+
+std::optional<std::string> usableTitle(std::string_view text) {
+    std::string title = titleLine(text);
     constexpr std::array<std::string_view, 7> made{
         "untitled", "untitled document", "sans titre",      "document sans titre",
         "no title", "new document",      "nouveau document"};

@@ -17,6 +17,9 @@ struct DocumentText {
     bool operator==(const DocumentText&) const = default;
 };
 
+/// `text` on one line: trimmed, white space collapsed, at most 300 scalars. Perhaps empty.
+[[nodiscard]] std::string titleLine(std::string_view text);
+
 /// `text` fit to be a document's title: white space collapsed, at most 300 scalars; nothing where it is empty
 /// or only what a program puts there by itself («sans titre», «Microsoft Word - …»).
 [[nodiscard]] std::optional<std::string> usableTitle(std::string_view text);

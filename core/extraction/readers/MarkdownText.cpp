@@ -132,8 +132,11 @@ private:
     }
 
     void skipTarget() {
+        // Addresses are short; looking further for each link whose brackets do not match would cost a square.
+        constexpr std::size_t longest = 2000; // bytes
         std::size_t depth = 0;
-        for (std::size_t i = m_offset; i < m_line.size(); ++i) {
+        const std::size_t end = std::min(m_line.size(), m_offset + longest);
+        for (std::size_t i = m_offset; i < end; ++i) {
             if (m_line[i] == '(')
                 ++depth;
             if (m_line[i] == ')' && --depth == 0) {

@@ -4,6 +4,7 @@
 #include "core/extraction/readers/XMLText.h"
 #include "core/support/Unicode.h"
 
+#include <algorithm>
 #include <charconv>
 #include <utility>
 
@@ -75,9 +76,13 @@ std::optional<std::int64_t> pageCountOf(std::string_view text) {
 
 std::optional<ZipMember> OfficePackage::part(std::string_view name) {
     const auto found = m_reader.entries().find(name);
-    if (found == m_reader.entries().end() || found->second.size > m_budget)
+    if (found == m_reader.entries().end())
         return std::nullopt;
-    m_budget -= found->second.size;
+    // The declared size says nothing of a stored part, nor of the work that empty blocks make.
+    const std::int64_t cost = std::max(found->second.size, found->second.compressedSize);
+    if (cost > m_budget)
+        return std::nullopt;
+    m_budget -= cost;
     return m_reader.data(name);
 }
 

@@ -12,8 +12,8 @@
 /// What the office formats have in common; shared by their readers only.
 namespace vesto::readers {
 
-/// The parts of one document. Inflates at most `maxInflated` bytes in its life, however many parts ask for
-/// it.
+/// The parts of one document. Goes through at most `maxInflated` bytes in its life, stored or inflated,
+/// however many entries of the archive share them.
 class OfficePackage {
 public:
     static constexpr std::int64_t maxInflated = 8 * ZipReader::maxMemberSize;

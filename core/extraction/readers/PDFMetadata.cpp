@@ -29,6 +29,26 @@ char16_t ofPDFDocEncoding(char16_t unit) {
     return unit;
 }
 
+/// Without the language codes that a title in UTF-16 may hold: two or four letters between escapes.
+std::u16string withoutLanguageCodes(std::u16string_view units) {
+    constexpr char16_t escape = 0x1B;
+    const auto isLetter = [](char16_t unit) {
+        return (unit >= 'a' && unit <= 'z') || (unit >= 'A' && unit <= 'Z');
+    };
+    std::u16string kept;
+    for (std::size_t i = 0; i < units.size(); ++i) {
+        const std::u16string_view rest = units.substr(i);
+        const std::size_t size = rest[0] == escape ? rest.substr(0, 6).find(escape, 1) : rest.npos;
+        const bool isCode =
+            (size == 3 || size == 5) && std::ranges::all_of(rest.substr(1, size - 1), isLetter);
+        if (isCode)
+            i += size;
+        else
+            kept += units[i];
+    }
+    return kept;
+}
+
 std::u16string unitsOfLittleEndian(std::string_view bytes) {
     std::u16string units;
     for (std::size_t i = 0; i + 1 < bytes.size(); i += 2)
@@ -122,7 +142,8 @@ std::string utf8OfUnits(std::u16string_view units) {
     return text;
 }
 
-std::string textOfPDFString(std::u16string_view units) {
+std::string textOfPDFString(std::u16string_view raw) {
+    const std::u16string units = withoutLanguageCodes(raw);
     std::string bytes;
     for (const char16_t unit : units) {
         if (unit > 0xFF)
@@ -134,7 +155,7 @@ std::string textOfPDFString(std::u16string_view units) {
     const bool isASCII = std::ranges::all_of(units, [](char16_t unit) { return unit < 0x80; });
     if (!isASCII && unicode::isValid(bytes))
         return bytes.starts_with("\xEF\xBB\xBF") ? bytes.substr(3) : bytes;
-    std::u16string decoded(units);
+    std::u16string decoded = units;
     std::ranges::transform(decoded, decoded.begin(), ofPDFDocEncoding);
     return utf8OfUnits(decoded);
 }

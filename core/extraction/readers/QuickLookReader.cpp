@@ -1,6 +1,8 @@
 #include "core/extraction/readers/QuickLookReader.h"
 
+#include "core/extraction/readers/DocumentText.h"
 #include "core/extraction/readers/FileBytes.h"
+#include "core/extraction/readers/LineCollector.h"
 #include "core/extraction/readers/OfficeReader.h"
 #include "core/support/Unicode.h"
 
@@ -48,9 +50,13 @@ std::expected<ContentSummary, SummarizerError> summarizeQuickLook(const ReadRequ
         return unreadable;
     ContentSummary summary;
     std::tie(summary.kind, summary.formatName) = kindAndFormat(request.type);
-    summary.lines = std::move(text->lines);
-    if (text->title.has_value() && !isNoTitle(*text->title))
-        summary.documentTitle = std::move(text->title);
+    LineCollector lines;
+    for (const std::string& line : text->lines)
+        lines.add(line);
+    summary.lines = lines.take();
+    const std::string title = titleLine(text->title.value_or(""));
+    if (!title.empty() && !isNoTitle(title))
+        summary.documentTitle = title;
     summary.pageCount = text->pageCount;
     summary.date = text->date.has_value() ? text->date : request.bestDate;
     return summary;

@@ -18,6 +18,7 @@ namespace {
 
 constexpr std::size_t maxDepth = 1000; // groups; deeper ones are skipped
 constexpr std::size_t maxLineBytes = 4 * maxCharacters;
+constexpr std::size_t maxTitleBytes = 4096;
 constexpr std::size_t maxFonts = 4096;
 constexpr int smallestHalfPoints = 4; // smaller text is not to be seen
 
@@ -315,7 +316,8 @@ private:
     [[nodiscard]] bool isShown() const {
         if (m_tooDeep > 0 || m_state.isHidden || m_state.isDeleted || m_state.isTiny)
             return false;
-        return m_state.destination == Destination::body || m_state.destination == Destination::title;
+        return m_state.destination == Destination::body ||
+               (m_state.destination == Destination::title && m_title.size() < maxTitleBytes);
     }
 
     /// Whether the next character only stands in for the \u before it.

@@ -13,6 +13,7 @@ namespace {
 
 constexpr std::string_view slidePrefix = "ppt/slides/slide";
 constexpr std::string_view slideSuffix = ".xml";
+constexpr std::size_t maxSlideBytes = 2 * ZipReader::maxMemberSize; // of all slides that are looked into
 
 class SlideFilter final : public ParagraphFilter {
 public:
@@ -120,11 +121,15 @@ std::optional<OfficeText> readSlides(OfficePackage& package) {
     if (!slides.empty())
         result.pageCount = static_cast<std::int64_t>(slides.size());
     std::size_t room = maxCharacters;
+    std::size_t bytes = 0;
     bool anyReadable = slides.empty();
     for (const std::string& slide : slides) {
         const std::optional<ZipMember> part = package.part(slide);
         if (!part.has_value())
             continue;
+        bytes += part->view().size();
+        if (bytes > maxSlideBytes)
+            break;
         XMLText::Collector collector("a:p", "a:t");
         SlideFilter filter(collector, room);
         anyReadable = parseXML(part->view(), filter) || anyReadable;

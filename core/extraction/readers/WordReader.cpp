@@ -14,6 +14,7 @@ namespace vesto::readers {
 namespace {
 
 constexpr int smallestVisibleSize = 4; // half points
+constexpr std::size_t maxFields = 20;  // in one another, as many as the format's own program allows
 
 // Whether a run property makes its run invisible.
 bool isHiding(std::string_view name, const XMLAttributes& attributes) {
@@ -77,11 +78,13 @@ private:
     // A field stands as begin, code, separator, result, end, each in a run of its own.
     struct Field {
         bool inCode = true;
-        std::string code; // its first letters
-        [[nodiscard]] bool isTableOfContents() const {
-            return unicode::trimmedWhiteSpace(code).starts_with("TOC");
-        }
+        bool isTableOfContents = false; // known once its code is
+        std::string code;               // its first letters
     };
+
+    static bool isTableOfContents(std::string_view code) {
+        return unicode::trimmedWhiteSpace(code).starts_with("TOC");
+    }
 
     Verdict enter(std::string_view name, const XMLAttributes& attributes) override {
         if (name == "w:del" || name == "w:moveFrom" || name == "w:rt" || name == "mc:Fallback")
@@ -115,8 +118,7 @@ private:
         } else if (name == "w:instrText") {
             m_inCode = true;
         } else if (name == "w:fldSimple") {
-            const Field field{.code = std::string(attributes.find("w:instr").value_or(""))};
-            return field.isTableOfContents() ? Verdict::skip : Verdict::show;
+            return isTableOfContents(attributes.find("w:instr").value_or("")) ? Verdict::skip : Verdict::show;
         } else if (name == "w:sdt") {
             m_controls.push_back(depth());
         } else if (name == "w:docPartGallery") {
@@ -131,14 +133,22 @@ private:
     }
 
     void enterFieldMark(const XMLAttributes& attributes) {
-        if (attributes.has("w:fldCharType", "begin"))
-            m_fields.emplace_back();
-        else if (m_fields.empty())
+        const std::string_view mark = attributes.find("w:fldCharType").value_or("");
+        if (mark == "begin") {
+            if (m_fields.size() < maxFields)
+                m_fields.emplace_back();
+            else
+                ++m_fieldsBeyond;
+        } else if (m_fieldsBeyond > 0) {
+            m_fieldsBeyond -= mark == "end" ? 1U : 0U;
+        } else if (m_fields.empty()) {
             return;
-        else if (attributes.has("w:fldCharType", "separate"))
+        } else if (mark == "separate") {
             m_fields.back().inCode = false;
-        else if (attributes.has("w:fldCharType", "end"))
+            m_fields.back().isTableOfContents = isTableOfContents(m_fields.back().code);
+        } else if (mark == "end") {
             m_fields.pop_back();
+        }
     }
 
     void leave(std::string_view name) override {
@@ -169,7 +179,7 @@ private:
 
     void text(std::string_view text) override {
         constexpr std::size_t enough = 32; // bytes of a code that are kept
-        if (m_inCode && !m_fields.empty() && m_fields.back().code.size() < enough)
+        if (m_inCode && m_fieldsBeyond == 0 && !m_fields.empty() && m_fields.back().code.size() < enough)
             m_fields.back().code += text.substr(0, enough);
         if (!isMuted())
             ParagraphFilter::text(text);
@@ -178,7 +188,7 @@ private:
     [[nodiscard]] bool isMuted() const {
         return (!m_hiddenParagraphs.empty() && m_hiddenParagraphs.back()) ||
                std::any_of(m_fields.begin(), m_fields.end(),
-                           [](const Field& field) { return field.inCode || field.isTableOfContents(); });
+                           [](const Field& field) { return field.inCode || field.isTableOfContents; });
     }
 
     [[nodiscard]] bool isRunProperty() const {
@@ -193,6 +203,8 @@ private:
     std::vector<int> m_runs;              // depths of the open runs
     std::vector<int> m_controls;          // and content controls
     std::vector<Field> m_fields;
+    std::size_t m_fieldsBeyond =
+        0; // open fields inside the innermost of `maxFields`; nothing is kept of them
 };
 
 // Where the main part lies elsewhere, the package says so.
