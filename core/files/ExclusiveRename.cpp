@@ -78,22 +78,26 @@ std::expected<void, RenameError> removeName(const path& name, const path& witnes
     return std::unexpected(std::move(error));
 }
 
-/// After a failure: takes back the second name `to` that `file` was given. It stays where it has become the
-/// only one, or where it cannot be removed; then the names that stay.
-std::vector<std::string> withdraw(const path& to, const path& witness, const FileIdentity& file, Disk& disk) {
+/// After a failure: takes back the second name `to`, given to the file that was `before` or to one that had
+/// come under its old name and stands as `witness` now. It stays where it has become the only name of the
+/// file, or where it cannot be removed; then the names that stay.
+std::vector<std::string> withdraw(const path& to, const path& witness, const FileIdentity& before,
+                                  Disk& disk) {
     const auto status = disk.status(to);
-    const bool isThere = status || status.error() != ENOENT;
-    if (!isThere || (status && !names(to, file, disk)))
+    if (!status && status.error() == ENOENT)
         return {};
-    std::vector<std::string> stays{std::string(lastComponentOf(to))};
-    if (!names(witness, file, disk))
+    const std::vector<std::string> stays{std::string(lastComponentOf(to))};
+    const auto given = FileIdentity::of(to, disk);
+    if (!given)
         return stays;
-    const auto removed = removeName(to, witness, file, disk);
+    if (!names(witness, *given, disk)) // the only name of ours, or a stranger's that came under `to`
+        return isSameAcrossRename(before, *given) ? stays : std::vector<std::string>();
+    const auto removed = removeName(to, witness, *given, disk);
     if (removed)
         return {};
     if (!removed.error().keptNames().empty())
         return removed.error().keptNames(); // of another file that had come under `to`
-    return names(to, file, disk) ? stays : std::vector<std::string>();
+    return names(to, *given, disk) ? stays : std::vector<std::string>();
 }
 
 std::expected<void, RenameError> renameByLink(const path& from, const path& to, const FileIdentity& before,
@@ -104,12 +108,11 @@ std::expected<void, RenameError> renameByLink(const path& from, const path& to, 
             code == EPERM || code == EINVAL || code == ENOSYS || code == EOPNOTSUPP || code == EMLINK;
         return std::unexpected(RenameError::system(refusesLinks ? firstAnswer : code));
     }
-    const auto linked = FileIdentity::of(to, disk).value_or(before); // another file where `from` was replaced
     auto removed = removeName(from, to, before, disk);
     if (!removed) {
         std::vector<std::string> kept = removed.error().keptNames();
         const path standsAt = kept.empty() ? from : siblingOf(from, kept.front());
-        for (std::string& name : withdraw(to, standsAt, linked, disk))
+        for (std::string& name : withdraw(to, standsAt, before, disk))
             kept.push_back(std::move(name));
         removed = std::unexpected(removed.error().keeping(std::move(kept)));
     }
