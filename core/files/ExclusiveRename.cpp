@@ -115,8 +115,8 @@ std::expected<void, RenameError> renameByLink(const path& from, const path& to, 
         for (std::string& name : withdraw(to, standsAt, before, disk))
             kept.push_back(std::move(name));
         removed = std::unexpected(removed.error().keeping(std::move(kept)));
+        (void)disk.syncFolder(folderOf(to));
     }
-    (void)disk.syncFolder(folderOf(to));
     return removed;
 }
 
@@ -125,10 +125,8 @@ std::expected<void, RenameError> renameByLink(const path& from, const path& to, 
 std::expected<void, RenameError> renameExclusively(const path& from, const path& to,
                                                    const FileIdentity& before, Disk& disk) {
     const auto renamed = disk.renameExclusively(from, to);
-    if (renamed) {
-        (void)disk.syncFolder(folderOf(to)); // where it cannot be synced the rename stands all the same
+    if (renamed)
         return {};
-    }
     if (renamed.error() == EINVAL || renamed.error() == ENOSYS)
         return renameByLink(from, to, before, renamed.error(), disk);
     return std::unexpected(RenameError::system(renamed.error()));
@@ -150,6 +148,7 @@ std::expected<FileIdentity, RenameError> renameVerified(const path& from, const 
             kept.emplace_back(lastComponentOf(to));
         mismatch = mismatch.keeping(std::move(kept));
     }
+    (void)disk.syncFolder(folderOf(from));
     return std::unexpected(std::move(mismatch));
 }
 

@@ -14,8 +14,9 @@ namespace vesto {
 /// renamed file, or its only one.
 inline constexpr std::string_view temporaryNamePrefix = ".vesto-rename-";
 
-/// Renames `from`, which was the file `before`, to `to` in the same folder, and never replaces anything. The
-/// folder has reached the disk when it returns.
+/// Renames `from`, which was the file `before`, to `to` in the same folder, and never replaces anything. To
+/// sync the folder after a success is left to the caller, who first marks the file: a process that is killed
+/// waiting for the disk must not leave a new name without the mark that tells the old one.
 ///
 /// Where the file system cannot promise not to replace, the file gets `to` as a second name and loses `from`
 /// under a guard: whoever saves a new file as `from` meanwhile keeps it. Where second names are refused too,

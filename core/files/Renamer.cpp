@@ -40,10 +40,13 @@ std::expected<RenameResult, RenameError> Renamer::rename(const std::filesystem::
     if (isSameName(oldName, m_policy.fileName(base, extensionOf(oldName))))
         return std::unexpected(Case::unchanged);
     auto result = renameToFreeName(path, base, *current);
-    if (result && mark)
+    if (!result)
+        return result;
+    if (mark)
         result->marked = ProcessedMarker::write(result->to, ProcessedMarker::State::renamed, oldName,
                                                 m_clock.now(), m_disk)
                              .has_value();
+    (void)m_disk.syncFolder(folderOf(path)); // where it cannot be synced the rename stands all the same
     return result;
 }
 

@@ -41,6 +41,7 @@ UndoService::undo(const std::filesystem::path& path, std::string_view originalNa
     if (!after)
         return std::unexpected(after.error());
     (void)ProcessedMarker::write(target, ProcessedMarker::State::undone, originalName, m_clock.now(), m_disk);
+    (void)m_disk.syncFolder(folderOf(target));
     return target;
 }
 

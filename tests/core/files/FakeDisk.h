@@ -30,6 +30,7 @@ public:
     /// another program and change `files`.
     std::function<int(int call)> beforeCall;
     int calls = 0;
+    std::function<void()> beforeSync; // what stands then is what a power cut leaves
 
     std::map<std::string, std::shared_ptr<File>> files;
 
@@ -106,6 +107,8 @@ public:
 
     Result syncFolder(const std::filesystem::path&) override {
         ++calls;
+        if (beforeSync)
+            beforeSync();
         if (const int error = beforeCall ? beforeCall(calls) : 0)
             return std::unexpected(error);
         return {};

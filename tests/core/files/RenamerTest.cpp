@@ -285,6 +285,27 @@ TEST(RenamerFaults, RacesLoseNothing) {
     }
 }
 
+TEST(RenamerFaults, TheMarkIsThereBeforeTheWaitForTheDisk) {
+    for (const DiskKind& kind : diskKinds) {
+        SCOPED_TRACE(kind.name);
+        FakeDisk disk = diskOf(kind);
+        std::optional<State> atLastSync;
+        const auto watch = [&](const std::string& path) {
+            atLastSync.reset();
+            disk.beforeSync = [&disk, &atLastSync, path] {
+                const auto marker = ProcessedMarker::read(path, disk);
+                atLastSync = marker ? std::optional(marker->state) : std::nullopt;
+            };
+        };
+        watch("/d/Facture 2.pdf");
+        ASSERT_TRUE(Renamer({}, 99, disk).rename("/d/a.pdf", "Facture", {}, true));
+        EXPECT_EQ(atLastSync, State::renamed);
+        watch("/d/a.pdf");
+        ASSERT_TRUE(UndoService(disk).undo("/d/Facture 2.pdf", "a.pdf", {}));
+        EXPECT_EQ(atLastSync, State::undone);
+    }
+}
+
 TEST(ExclusiveRename, AReplacementUnderTheOldNameStaysAndWhatCannotGoBackIsNamed) {
     FakeDisk disk = diskOf(diskKinds[1]);
     const auto before = *FileIdentity::of("/d/a.pdf", disk);
