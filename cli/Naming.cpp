@@ -4,6 +4,8 @@
 #include "core/extraction/readers/LocalReader.h"
 #include "core/files/FileName.h"
 #include "core/naming/RecordCodec.h"
+#include "core/support/Text.h"
+#include "core/support/Unicode.h"
 
 #include <nlohmann/json.hpp>
 
@@ -58,6 +60,10 @@ Namer::Namer(const Options& options)
 Naming Namer::name(const std::filesystem::path& path) const {
     if (const auto rejection = FileEligibility::check(path, m_eligibility))
         return {path, *rejection};
+    if (!unicode::isValid(lastComponentOf(path)))
+        return {path, PipelineOutcome::Nothing{std::string(text("Le nom de ce fichier n'est pas en UTF-8 : "
+                                                                "Vesto ne le change pas.")),
+                                               std::nullopt}};
     auto outcome = m_pipeline.run(path);
     if (!outcome)
         return {path, outcome.error()};

@@ -12,6 +12,8 @@
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>
 
+#include <set>
+
 namespace vesto::cli {
 namespace {
 
@@ -83,8 +85,14 @@ ExitStatus undo(const Options& options, std::ostream& out) {
     const Targets targets = targetsOf(options.paths);
     Report report(options, out);
     report.folders(targets);
+    std::set<std::filesystem::path> withNothing; // folders named, of which no file was renamed
+    std::set<std::filesystem::path> withSomething;
     for (const Target& target : targets.files) {
+        // Before the marker, so that the marker is never another file's.
+        const auto identity = FileIdentity::of(target.path);
         const auto marker = ProcessedMarker::read(target.path);
+        if (target.fromFolder)
+            (wasRenamed(marker) ? withSomething : withNothing).insert(folderOf(target.path));
         if (target.fromFolder && !wasRenamed(marker))
             continue;
         Json record;
@@ -97,8 +105,7 @@ ExitStatus undo(const Options& options, std::ostream& out) {
             report.refused(target.path, reason, record);
             continue;
         }
-        const auto restored =
-            UndoService{}.undo(target.path, marker->originalName, FileIdentity::of(target.path));
+        const auto restored = UndoService{}.undo(target.path, marker->originalName, identity);
         if (!restored) {
             report.refused(target.path, restored.error().message(), failureRecord(record, restored.error()),
                            adviceOf(restored.error()));
@@ -109,6 +116,9 @@ ExitStatus undo(const Options& options, std::ostream& out) {
         record["to"] = restored->native();
         report.done(target.path, lastComponentOf(*restored), {}, record);
     }
+    for (const std::filesystem::path& folder : withNothing)
+        if (!withSomething.contains(folder))
+            report.nothingIn(folder, text("Aucun fichier à rétablir dans ce dossier."));
     return report.status();
 }
 

@@ -12,17 +12,18 @@
 namespace vesto::cli {
 
 void Report::folders(const Targets& targets) {
-    const auto say = [this](const std::filesystem::path& folder, std::string_view reason) {
-        Json record;
-        record["path"] = folder.native();
-        record["outcome"] = "nothing";
-        record["reason"] = reason;
-        refused(folder, reason, record);
-    };
     for (const auto& folder : targets.unreadable)
-        say(folder, text("Ce dossier n'a pas pu être lu en entier. Vérifiez ses droits d'accès."));
+        nothingIn(folder, text("Ce dossier n'a pas pu être lu en entier. Vérifiez ses droits d'accès."));
     for (const auto& folder : targets.empty)
-        say(folder, text("Aucun fichier dans ce dossier."));
+        nothingIn(folder, text("Aucun fichier dans ce dossier."));
+}
+
+void Report::nothingIn(const std::filesystem::path& folder, std::string_view reason) {
+    Json record;
+    record["path"] = folder.native();
+    record["outcome"] = "nothing";
+    record["reason"] = reason;
+    refused(folder, reason, record);
 }
 
 void Report::done(const std::filesystem::path& before, std::string_view after, std::string_view more,
@@ -44,7 +45,7 @@ void Report::refused(const std::filesystem::path& path, std::string_view reason,
         m_out << writeJson(record) << std::endl;
         return;
     }
-    m_out << shownName(path) << " : " << reason << '\n';
+    m_out << shownName(path) << " : " << printable(reason) << '\n';
     if (!advice.empty())
         m_out << "    " << advice << '\n';
     m_out.flush();

@@ -22,11 +22,15 @@ public:
     /// Folders that gave no files; each counts as not done.
     void folders(const Targets& targets);
 
+    /// One of them, and why.
+    void nothingIn(const std::filesystem::path& folder, std::string_view reason);
+
     /// `before` → `after`, and a line that says more, unless empty.
     void done(const std::filesystem::path& before, std::string_view after, std::string_view more,
               const Json& record);
 
-    /// What was not done, and why; `advice` says what to do, unless empty.
+    /// What was not done, and why, which may quote names of strangers; `advice` says what to do, unless
+    /// empty.
     void refused(const std::filesystem::path& path, std::string_view reason, const Json& record,
                  std::string_view advice = {});
 

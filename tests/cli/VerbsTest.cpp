@@ -111,6 +111,9 @@ TEST(CommandLine, RenamesNumbersAndUndoes) {
                                             "scan0003.txt", "vide.txt"));
     EXPECT_EQ(contentOf(folder.path() / "scan0003.txt"), invoice);
     EXPECT_EQ(runVesto({"undo", (folder.path() / "scan0001.txt").native()}).status, 1); // not twice
+    const RunResult again = runVesto({"undo", folder.path()});
+    EXPECT_EQ(again.status, 1);
+    EXPECT_THAT(again.out, HasSubstr("Aucun fichier à rétablir"));
 }
 
 TEST(CommandLine, LeavesTheUnsureOnesAndSaysSo) {
@@ -183,9 +186,11 @@ TEST(CommandLine, NamesOfStrangersCannotDriveTheTerminal) {
 TEST(CommandLine, ANameThatIsNotTextIsNeverChanged) {
     const Folder folder;
     const std::string file = folder.write("scan\xE9.txt", invoice);
-    const RunResult run = runVesto({"rename", file});
-    EXPECT_EQ(run.status, 1);
-    EXPECT_THAT(run.out, HasSubstr("Nom invalide."));
+    for (const char* verb : {"name", "rename"}) {
+        const RunResult run = runVesto({verb, file});
+        EXPECT_EQ(run.status, 1);
+        EXPECT_THAT(run.out, HasSubstr("n'est pas en UTF-8"));
+    }
     EXPECT_THAT(folder.names(), ElementsAre("scan\xE9.txt"));
 }
 
