@@ -15,7 +15,7 @@ struct SummarizerSettings;
 
 /// One file to read. Everything a reader may know of it; a reader never opens a path.
 struct ReadRequest {
-    int fd = -1; // open for reading, a regular file; borrowed for the call
+    int fd = -1;                // open for reading, a regular file; borrowed for the call
     std::filesystem::path path; // its name tells the format; never opened
     ContentType type;
     Route route = Route::document;
@@ -28,8 +28,8 @@ public:
     virtual ~ContentReading() = default;
 
     /// A complete summary, or `unreadable` or `locked`. Callable from any thread.
-    [[nodiscard]] virtual std::expected<ContentSummary, SummarizerError> read(const ReadRequest& request,
-                                                                              const SummarizerSettings& settings) = 0;
+    [[nodiscard]] virtual std::expected<ContentSummary, SummarizerError>
+    read(const ReadRequest& request, const SummarizerSettings& settings) = 0;
 };
 
 } // namespace vesto

@@ -17,8 +17,8 @@ struct RouteEntry {
 };
 
 /// A type that the registry does not know is dropped from its list.
-RouteEntry entry(Route route, std::vector<std::string_view> identifiers,
-                 std::vector<std::string_view> extensions = {}) {
+RouteEntry entry(Route route, const std::vector<std::string_view>& identifiers,
+                 const std::vector<std::string_view>& extensions = {}) {
     RouteEntry built{route, {}};
     for (const std::string_view identifier : identifiers) {
         if (std::ranges::any_of(typeTable(),

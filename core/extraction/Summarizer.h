@@ -66,7 +66,8 @@ public:
     Summarizer(std::vector<std::string> recognitionLanguages, std::shared_ptr<ContentReading> reading);
 
     /// Nothing is read from a file without a route.
-    [[nodiscard]] std::expected<ContentSummary, SummarizerError> summarize(const std::filesystem::path& path) const;
+    [[nodiscard]] std::expected<ContentSummary, SummarizerError>
+    summarize(const std::filesystem::path& path) const;
 
     /// By the extension; a name without one is told by its first 16 bytes. Links are not followed.
     [[nodiscard]] static std::optional<ContentType> contentType(const std::filesystem::path& path);

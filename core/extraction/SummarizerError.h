@@ -44,7 +44,8 @@ public:
     bool operator==(const SummarizerError&) const = default;
 
 private:
-    explicit SummarizerError(Case value) : m_case(std::move(value)) {}
+    explicit SummarizerError(Case value)
+        : m_case(std::move(value)) {}
 
     Case m_case;
 };

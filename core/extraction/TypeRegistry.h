@@ -15,8 +15,8 @@ struct ContentType {
 /// The types that Vesto knows and how they conform to each other. Immutable and thread-safe.
 namespace TypeRegistry {
 
-/// The type of an extension in any letter case, without its dot. An unknown one gets an identifier of its own,
-/// "dyn." followed by it; an empty one nothing.
+/// The type of an extension in any letter case, without its dot. An unknown one gets an identifier of its
+/// own, "dyn." followed by it; an empty one nothing.
 [[nodiscard]] std::optional<ContentType> typeOfExtension(std::string_view extension);
 
 /// The type that the first 16 bytes of a file show by fixed signatures. A comparison, not a parser.

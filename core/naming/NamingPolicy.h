@@ -8,7 +8,7 @@ namespace vesto {
 
 /// The limits that every proposed name obeys, and what enforces them. Pure and thread-safe, linear time.
 struct NamingPolicy {
-    std::int64_t maxTitleLength = 60; // grapheme clusters
+    std::int64_t maxTitleLength = 60;    // grapheme clusters
     std::int64_t maxFileNameBytes = 255; // bytes of UTF-8
 
     bool operator==(const NamingPolicy&) const = default;

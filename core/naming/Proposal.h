@@ -14,8 +14,8 @@ namespace vesto {
 
 /// A new name for one file, with all that is needed to judge it and to apply it later.
 struct Proposal {
-    std::string id; // a random UUID, lower case
-    std::filesystem::path url; // the file as it was
+    std::string id;                       // a random UUID, lower case
+    std::filesystem::path url;            // the file as it was
     std::optional<FileIdentity> identity; // taken before it was read
     std::string title;
     std::string baseName; // the proposed name without extension
@@ -39,8 +39,10 @@ public:
     };
     using Case = std::variant<Proposal, Nothing>;
 
-    PipelineOutcome(Proposal proposal) : m_case(std::move(proposal)) {}
-    PipelineOutcome(Nothing nothing) : m_case(std::move(nothing)) {}
+    PipelineOutcome(Proposal proposal)
+        : m_case(std::move(proposal)) {}
+    PipelineOutcome(Nothing nothing)
+        : m_case(std::move(nothing)) {}
 
     [[nodiscard]] const Proposal* proposal() const { return std::get_if<Proposal>(&m_case); }
     [[nodiscard]] const Nothing* nothing() const { return std::get_if<Nothing>(&m_case); }

@@ -11,11 +11,11 @@ namespace vesto {
 struct NameGenerationError {
     enum class Code {
         modelUnavailable, // `message` is one of the availability messages
-        timeout, // the deadline passed first
-        busy, // another generation runs
+        timeout,          // the deadline passed first
+        busy,             // another generation runs
         nothingToPropose,
         cancelled, // the caller asked to stop
-        platform, // the engine failed; `message` is its own text
+        platform,  // the engine failed; `message` is its own text
     };
     Code code = Code::nothingToPropose;
     std::string message;

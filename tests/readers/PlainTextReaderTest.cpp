@@ -83,9 +83,7 @@ TEST(JSON, givesItsStringsInOrder) {
     const std::vector<Row> rows{
         {R"({"id": 7, "client": "Dupont", "tags": ["a b", "c"], "ok": true})",
          {"client : Dupont", "a b", "c"}},
-        {R"({"name": "n", "x": {"title": "inner"}, "title": "Bilan"})",
-         {"n", "inner", "Bilan"},
-         "Bilan"},
+        {R"({"name": "n", "x": {"title": "inner"}, "title": "Bilan"})", {"n", "inner", "Bilan"}, "Bilan"},
         {R"([{"title": "pas du tout"}])", {"pas du tout"}},
         {R"({"t": "un\ndeux"})", {"t : un", "deux"}},
         {R"({"data": ")" + std::string(300, 'A') + R"(", "sign": "--", "é": "à"})", {"é : à"}},
