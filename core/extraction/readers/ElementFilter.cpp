@@ -76,9 +76,10 @@ void ParagraphFilter::leave(std::string_view name) {
 }
 
 void ParagraphFilter::dropBlankLine() {
-    const std::size_t first = m_suspended.empty() ? 0 : m_suspended.back().firstLine;
-    if (m_collector.out.size() > first && unicode::trimmedWhiteSpace(m_collector.out.back()).empty())
-        m_collector.out.pop_back();
+    std::vector<std::string>& lines = m_collector.out;
+    if (lines.size() > m_checkedLines && unicode::trimmedWhiteSpace(lines.back()).empty())
+        lines.pop_back();
+    m_checkedLines = lines.size();
 }
 
 void ParagraphFilter::openBox() {
@@ -97,28 +98,31 @@ void ParagraphFilter::closeBox() {
     m_collector.inRun = waiting.inRun;
     m_collector.current = std::move(waiting.current);
     m_suspended.pop_back();
+    m_checkedLines = m_collector.out.size();
 }
 
 std::vector<std::string> ParagraphFilter::tidied(const std::vector<std::string>& lines, bool collapsing) {
     std::vector<std::string> result;
+    std::size_t room = maxCharacters;
     for (const std::string& raw : lines) {
-        const std::string valid = unicode::repaired(raw);
         std::string line;
         bool afterSpace = false;
-        for (std::size_t offset = 0; offset < valid.size();) {
-            const unicode::Scalar scalar = unicode::scalarAt(valid, offset);
-            const bool asciiSpace = scalar.value == ' ' || scalar.value == '\t';
-            const bool space = asciiSpace || unicode::isNewline(scalar.value);
-            if (!space)
-                line.append(valid, offset, scalar.size);
-            else if (!collapsing || !afterSpace)
-                line += ' ';
-            afterSpace = space;
+        for (std::size_t offset = 0; offset < raw.size() && room > 0;) {
+            const unicode::Scalar scalar = unicode::scalarAt(raw, offset);
             offset += scalar.size;
+            const bool plain =
+                scalar.value == ' ' || scalar.value == '\t' || unicode::isNewline(scalar.value);
+            if (plain && (line.empty() || (collapsing && afterSpace)))
+                continue;
+            unicode::append(line, plain ? U' ' : scalar.value);
+            afterSpace = plain;
+            --room;
         }
         const std::string_view trimmed = unicode::trimmedWhiteSpace(line);
         if (!trimmed.empty())
             result.emplace_back(trimmed);
+        if (room == 0)
+            break;
     }
     return result;
 }

@@ -47,8 +47,8 @@ private:
 /// which they hang on; the parse ends once `maxCharacters` are there, a paragraph that is cut by it included.
 class ParagraphFilter : public ElementFilter {
 public:
-    /// Lines without line breaks, trimmed, none empty, valid UTF-8; with `collapsing`, white space inside
-    /// them is one space.
+    /// Lines without line breaks, trimmed, none empty, valid UTF-8, at most `maxCharacters` in all: the last
+    /// one may be cut. With `collapsing`, white space inside them is one space.
     static std::vector<std::string> tidied(const std::vector<std::string>& lines, bool collapsing);
 
     /// Scalars that may still come.
@@ -81,6 +81,7 @@ private:
 
     XMLText::Collector& m_collector;
     std::size_t m_room;                  // scalars
+    std::size_t m_checkedLines = 0;      // of `out`, known not to be blank
     std::vector<Suspended> m_suspended;  // paragraphs that wait for the text boxes inside them
     std::vector<std::string> m_boxLines; // wait for the end of their paragraph
 };

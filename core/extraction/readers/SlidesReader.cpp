@@ -101,8 +101,9 @@ std::vector<std::string> slidesByNumber(const OfficePackage& package) {
             entry->first.ends_with(slideSuffix))
             slides.push_back(entry->first);
     }
-    std::stable_sort(slides.begin(), slides.end(), [](const std::string& left, const std::string& right) {
-        return slideNumber(left) < slideNumber(right);
+    std::sort(slides.begin(), slides.end(), [](const std::string& left, const std::string& right) {
+        return std::pair(slideNumber(left), std::string_view(left)) <
+               std::pair(slideNumber(right), std::string_view(right));
     });
     return slides;
 }
