@@ -7,6 +7,7 @@
 #include <CLI/CLI.hpp>
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <memory>
 #include <ostream>
 
@@ -62,7 +63,7 @@ struct Words {
 };
 
 void addPaths(CLI::App& verb, Words& words, const char* what) {
-    verb.add_option("CHEMIN", words.paths, what)->required();
+    verb.add_option("CHEMIN", words.paths, what);
 }
 
 void addNaming(CLI::App& verb, Words& words, Options& options) {
@@ -105,22 +106,52 @@ void declareVerbs(CLI::App& app, Words& words, Options& options) {
     addJson(undoVerb, options);
 
     CLI::App& genericVerb = verb("generic", "Dit si un nom de fichier est générique");
-    genericVerb.add_option("NOM", words.names, "Noms de fichiers, avec ou sans extension")->required();
+    genericVerb.add_option("NOM", words.names, "Noms de fichiers, avec ou sans extension");
     addJson(genericVerb, options);
 
     CLI::App& templateVerb = verb("template", "Vérifie un modèle de nom et en montre un exemple");
-    templateVerb.add_option("MODÈLE", words.pattern, "Le modèle, entre apostrophes")->required();
+    templateVerb.add_option("MODÈLE", words.pattern, "Le modèle, entre apostrophes");
     templateVerb.add_option("--locale", words.locale, "Langue des dates et de {kind}");
     addJson(templateVerb, options);
 }
 
+/// One more word for `verb`, which is no option whatever it looks like.
+void takeWord(Words& words, std::string_view verb, const char* word) {
+    if (verb == "generic")
+        words.names.emplace_back(word);
+    else if (verb == "template")
+        words.pattern = word;
+    else
+        words.paths.emplace_back(word);
+}
+
+/// Absolute and without "." in it; links stay as they are. Nothing where there is no current folder any more.
+std::optional<std::filesystem::path> absolutePath(const std::string& word) {
+    std::error_code error;
+    const std::filesystem::path whole = std::filesystem::absolute(word, error);
+    if (error)
+        return std::nullopt;
+    std::filesystem::path cleaned;
+    for (const auto& part : whole)
+        if (part != "." && !part.empty())
+            cleaned /= part;
+    return cleaned;
+}
+
 /// Nothing where the words are right; otherwise what is wrong with them.
 std::optional<std::string> fillIn(Options& options, const Words& words, bool checksPattern) {
+    if (words.paths.empty() && words.names.empty() && !checksPattern)
+        return "Il manque un fichier, un dossier ou un nom.";
+    if (checksPattern && words.pattern.empty())
+        return "Il manque un modèle.";
     options.names = words.names;
-    for (const std::string& path : words.paths) {
-        if (path.empty())
+    for (const std::string& word : words.paths) {
+        if (word.empty())
             return "Un chemin est vide.";
-        options.paths.emplace_back(std::filesystem::absolute(path));
+        const auto path = absolutePath(word);
+        if (!path)
+            return "Le dossier courant n'existe plus : donnez des chemins complets.";
+        options.paths.push_back(*path);
     }
     if (!words.locale.empty())
         options.locale = Locale{words.locale};
@@ -167,8 +198,11 @@ int run(int argc, char** argv, std::ostream& out, std::ostream& err) {
     Words words;
     Options options;
     declareVerbs(app, words, options);
+    // What follows "--" is never an option; CLI11 takes that word only where nothing stands before it.
+    const auto rest = std::find(argv, argv + argc, std::string_view("--"));
+    const int parsed = static_cast<int>(rest - argv);
     try {
-        app.parse(argc, argv);
+        app.parse(parsed, argv);
     } catch (const CLI::CallForHelp&) {
         out << app.help();
         return static_cast<int>(ExitStatus::done);
@@ -180,6 +214,9 @@ int run(int argc, char** argv, std::ostream& out, std::ostream& err) {
         return static_cast<int>(ExitStatus::wrongUsage);
     }
     const std::string verb = app.get_subcommands().front()->get_name();
+    for (char** word = rest; word < argv + argc; ++word)
+        if (word != rest)
+            takeWord(words, verb, *word);
     if (const auto wrong = fillIn(options, words, verb == "template")) {
         err << "vesto : " << *wrong << '\n';
         return static_cast<int>(ExitStatus::wrongUsage);

@@ -63,6 +63,8 @@ ExitStatus rename(const Options& options, std::ostream& out) {
     report.folders(targets);
     const Namer namer(options);
     for (const Target& target : targets.files) {
+        if (!report.heard())
+            break;
         const Naming naming = namer.name(target.path);
         Json record = naming.record();
         const Proposal* proposal = naming.proposal();
@@ -88,6 +90,8 @@ ExitStatus undo(const Options& options, std::ostream& out) {
     std::set<std::filesystem::path> withNothing; // folders named, of which no file was renamed
     std::set<std::filesystem::path> withSomething;
     for (const Target& target : targets.files) {
+        if (!report.heard())
+            break;
         // Before the marker, so that the marker is never another file's.
         const auto identity = FileIdentity::of(target.path);
         const auto marker = ProcessedMarker::read(target.path);

@@ -51,6 +51,10 @@ void Report::refused(const std::filesystem::path& path, std::string_view reason,
     m_out.flush();
 }
 
+bool Report::heard() const {
+    return m_out.good();
+}
+
 std::string evidenceOf(const Proposal& proposal) {
     std::string kind(NameTemplate::kindWord(proposal.summary.kind, Locale{"fr"}));
     if (proposal.summary.formatName)

@@ -34,6 +34,9 @@ public:
     void refused(const std::filesystem::path& path, std::string_view reason, const Json& record,
                  std::string_view advice = {});
 
+    /// Whether anybody still hears: a verb that changes files stops where it can no longer say so.
+    [[nodiscard]] bool heard() const;
+
     [[nodiscard]] ExitStatus status() const { return m_status; }
 
 private:

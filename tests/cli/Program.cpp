@@ -47,7 +47,7 @@ bool keepsUserAttributes(const fs::path& folder) {
 
 } // namespace
 
-RunResult runVesto(const std::vector<std::string>& words, std::optional<uid_t> user) {
+RunResult runVesto(const std::vector<std::string>& words, std::optional<uid_t> user, const char* output) {
     std::string program = VESTO_PROGRAM;
     std::vector<std::string> owned = words;
     std::vector<char*> pointers{program.data()};
@@ -56,7 +56,8 @@ RunResult runVesto(const std::vector<std::string>& words, std::optional<uid_t> u
     pointers.push_back(nullptr);
 
     // Files take the output, so that a long one cannot block the child.
-    const UniqueFd out(::open("/tmp", O_TMPFILE | O_RDWR | O_CLOEXEC, 0600));
+    const UniqueFd out(output == nullptr ? ::open("/tmp", O_TMPFILE | O_RDWR | O_CLOEXEC, 0600)
+                                         : ::open(output, O_RDWR | O_CLOEXEC));
     const UniqueFd err(::open("/tmp", O_TMPFILE | O_RDWR | O_CLOEXEC, 0600));
     const UniqueFd opened(::open(VESTO_PROGRAM, O_PATH | O_CLOEXEC));
     const pid_t child = ::fork();
@@ -66,7 +67,8 @@ RunResult runVesto(const std::vector<std::string>& words, std::optional<uid_t> u
     ::waitpid(child, &status, 0);
     ::lseek(out.get(), 0, SEEK_SET);
     ::lseek(err.get(), 0, SEEK_SET);
-    return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, drained(out.get()), drained(err.get())};
+    return {WIFEXITED(status) ? WEXITSTATUS(status) : -1,
+            output == nullptr ? drained(out.get()) : std::string(), drained(err.get())};
 }
 
 Folder::Folder() {

@@ -16,11 +16,12 @@ struct RunResult {
     std::string err;
 };
 
-/// Runs `vesto` with these words and no locale in its environment; as another user where one is given.
+/// Runs `vesto` with these words and no locale in its environment; as another user and with another standard
+/// output where one is given.
 [[nodiscard]] RunResult runVesto(const std::vector<std::string>& words,
-                                 std::optional<uid_t> user = std::nullopt);
+                                 std::optional<uid_t> user = std::nullopt, const char* output = nullptr);
 
-/// A folder of its own below the build, on a disk that keeps user attributes; removed at the end.
+/// A folder of its own, on a disk that keeps user attributes; removed at the end.
 class Folder {
 public:
     Folder();

@@ -48,6 +48,9 @@ TEST(CommandLine, ExitStatusTellsWrongUsageFromWorkLeft) {
         {{}, 2, "--help"},
         {{"nome", file}, 2, "--help"},
         {{"name"}, 2, "manque"},
+        {{"name", "--"}, 2, "manque"},
+        {{"read", file, "--", "-absent.txt"}, 1, "-absent.txt"},
+        {{"template", "--", "{x} {title}"}, 1, "Jeton inconnu : {x}."},
         {{"name", "--template", "{titre}", file}, 2, "Jeton inconnu : {titre}."},
         {{"name", "--template", "{date}", file}, 2, "Le modèle doit contenir {title}."},
         {{"rename", "--min-confidence", "60", file}, 2, "--min-confidence"},
@@ -172,6 +175,16 @@ TEST(CommandLine, OneBadFileDoesNotStopTheOthers) {
     EXPECT_THAT(run.out, HasSubstr("marque impossible")); // read-only: renamed, and said to be unmarked
     EXPECT_TRUE(std::filesystem::exists(inside));
     EXPECT_TRUE(std::filesystem::exists(folder.path() / "Contrat de location meublée.txt"));
+}
+
+TEST(CommandLine, StopsChangingFilesWhereItCannotSaySo) {
+    const Folder folder;
+    for (const char* name : {"scan0001.txt", "scan0002.txt", "scan0003.txt"})
+        folder.write(name, invoice);
+    EXPECT_EQ(runVesto({"rename", "--template", "{title}", folder.path()}, std::nullopt, "/dev/full").status,
+              1);
+    EXPECT_THAT(folder.names(),
+                ElementsAre(std::string(invoiceBase) + ".txt", "scan0002.txt", "scan0003.txt"));
 }
 
 TEST(CommandLine, NamesOfStrangersCannotDriveTheTerminal) {
