@@ -2,6 +2,8 @@
 
 #include "core/support/Unicode.h"
 
+#include <string.h>
+
 namespace vesto {
 namespace {
 
@@ -11,11 +13,16 @@ std::string_view withoutTrailingSlashes(std::string_view path) {
     return path;
 }
 
+std::size_t offsetIn(std::string_view text, const void* place) {
+    return static_cast<std::size_t>(static_cast<const char*>(place) - text.data());
+}
+
 } // namespace
 
 std::string_view lastComponentOf(const std::filesystem::path& path) {
-    std::string_view text = withoutTrailingSlashes(path.native());
-    return text.substr(text.rfind('/') + 1); // npos + 1 is 0
+    const std::string_view text = withoutTrailingSlashes(path.native());
+    const void* slash = ::memrchr(text.data(), '/', text.size()); // rfind goes byte by byte
+    return slash == nullptr ? text : text.substr(offsetIn(text, slash) + 1);
 }
 
 std::filesystem::path folderOf(const std::filesystem::path& path) {
@@ -39,6 +46,13 @@ std::string_view extensionOf(std::string_view fileName) {
         return {};
     const std::string_view extension = fileName.substr(dot + 1);
     for (std::size_t at = 0; at < extension.size();) {
+        const char byte = extension[at];
+        if (byte == ' ' || (byte >= '\t' && byte <= '\r'))
+            return {};
+        if (static_cast<unsigned char>(byte) < 0x80) {
+            ++at; // most extensions need no look into the tables
+            continue;
+        }
         const auto scalar = unicode::scalarAt(extension, at);
         if (unicode::isWhiteSpace(scalar.value))
             return {};
