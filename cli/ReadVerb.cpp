@@ -27,9 +27,9 @@ ExitStatus read(const Options& options, std::ostream& out) {
             record["error"] = summary.error().name();
             report.refused(target.path, messageOf(summary.error()), record);
         } else if (options.prompt) {
-            out << summary->modelPrompt(options.locale) << std::endl;
+            out << summary->modelPrompt(options.locale) << '\n' << std::flush;
         } else {
-            out << writeJson(toJson(*summary)) << std::endl;
+            out << writeJson(toJson(*summary)) << '\n' << std::flush;
         }
     }
     return report.status();

@@ -29,7 +29,7 @@ void Report::nothingIn(const std::filesystem::path& folder, std::string_view rea
 void Report::done(const std::filesystem::path& before, std::string_view after, std::string_view more,
                   const Json& record) {
     if (m_json) {
-        m_out << writeJson(record) << std::endl;
+        m_out << writeJson(record) << '\n' << std::flush;
         return;
     }
     m_out << shownName(before) << " → " << printable(after) << '\n';
@@ -42,7 +42,7 @@ void Report::refused(const std::filesystem::path& path, std::string_view reason,
                      std::string_view advice) {
     m_status = ExitStatus::notAllDone;
     if (m_json) {
-        m_out << writeJson(record) << std::endl;
+        m_out << writeJson(record) << '\n' << std::flush;
         return;
     }
     m_out << shownName(path) << " : " << printable(reason) << '\n';

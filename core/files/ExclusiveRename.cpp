@@ -86,7 +86,7 @@ std::vector<std::string> withdraw(const path& to, const path& witness, const Fil
     const auto status = disk.status(to);
     if (!status && status.error() == ENOENT)
         return {};
-    const std::vector<std::string> stays{std::string(lastComponentOf(to))};
+    std::vector<std::string> stays{std::string(lastComponentOf(to))};
     const auto given = FileIdentity::of(to, disk);
     if (!given)
         return stays;

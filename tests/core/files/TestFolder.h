@@ -85,6 +85,7 @@ inline bool asOrdinaryUser(const std::function<bool()>& action) {
 inline bool runs(std::initializer_list<std::string> words) {
     std::vector<char*> arguments;
     std::vector<std::string> copies(words);
+    arguments.reserve(copies.size() + 1);
     for (std::string& word : copies)
         arguments.push_back(word.data());
     arguments.push_back(nullptr);
