@@ -54,28 +54,40 @@ const std::vector<RouteEntry>& routeTable() {
     return table;
 }
 
-std::optional<Route> walkTable(const ContentType& type) {
-    for (const RouteEntry& entry : routeTable()) {
-        for (const ContentType& accepted : entry.types) {
-            if (TypeRegistry::conforms(type, accepted.identifier))
-                return entry.route;
-        }
+/// The route of every type of the registry, by its identifier: the first entry of the table that it conforms
+/// to.
+std::unordered_map<std::string_view, Route> routesOfAllTypes() {
+    std::unordered_map<std::string_view, std::size_t> entryOf;
+    for (std::size_t entry = 0; entry < routeTable().size(); ++entry)
+        for (const ContentType& accepted : routeTable()[entry].types)
+            entryOf.emplace(accepted.identifier, entry);
+    std::unordered_map<std::string_view, Route> routes;
+    for (const TypeRow& row : typeTable()) {
+        std::size_t first = routeTable().size();
+        for (const std::string_view ancestor : TypeRegistry::lineage(row.identifier))
+            if (const auto found = entryOf.find(ancestor); found != entryOf.end())
+                first = std::min(first, found->second);
+        if (first < routeTable().size())
+            routes.emplace(row.identifier, routeTable()[first].route);
     }
-    return std::nullopt;
+    return routes;
+}
+
+std::optional<Route> routeOfIdentifier(std::string_view identifier) {
+    // Every file of a folder comes by here.
+    static const auto routes = routesOfAllTypes();
+    const auto found = routes.find(identifier);
+    return found == routes.end() ? std::nullopt : std::optional(found->second);
 }
 
 } // namespace
 
 std::optional<Route> routeOf(const ContentType& type) {
-    // Every file of a folder comes by here: the walk is done once for each type.
-    static const auto known = [] {
-        std::unordered_map<std::string_view, std::optional<Route>> routes;
-        for (const TypeRow& row : typeTable())
-            routes.emplace(row.identifier, walkTable({std::string(row.identifier)}));
-        return routes;
-    }();
-    const auto found = known.find(type.identifier);
-    return found == known.end() ? std::nullopt : found->second;
+    return routeOfIdentifier(type.identifier);
+}
+
+std::optional<Route> routeOfExtension(std::string_view extension) {
+    return routeOfIdentifier(TypeRegistry::identifierOfExtension(extension));
 }
 
 const std::vector<ContentType>& supportedTypes() {

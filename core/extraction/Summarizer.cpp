@@ -91,7 +91,10 @@ std::optional<ContentType> Summarizer::contentType(const std::filesystem::path& 
 }
 
 bool Summarizer::isSupported(const std::filesystem::path& path) {
-    const auto type = contentType(path);
+    const std::string_view extension = extensionOf(fileNameOf(path));
+    if (!extension.empty())
+        return routeOfExtension(extension).has_value();
+    const auto type = typeOfFirstBytes(path);
     return type && routeOf(*type);
 }
 

@@ -161,6 +161,26 @@ std::optional<ContentType> typeOfSignature(std::string_view firstBytes) {
     return std::nullopt;
 }
 
+std::string_view identifierOfExtension(std::string_view extension) {
+    const TypeRow* row = rowOfExtension(extension);
+    return row == nullptr ? std::string_view() : row->identifier;
+}
+
+std::vector<std::string_view> lineage(std::string_view identifier) {
+    std::vector<std::string_view> found;
+    if (const TypeRow* row = rowOfIdentifier(identifier))
+        found.push_back(row->identifier);
+    for (std::size_t i = 0; i < found.size(); ++i) {
+        std::string_view parents = rowOfIdentifier(found[i])->parents;
+        while (!parents.empty()) {
+            const std::string_view parent = nextWord(parents);
+            if (std::ranges::find(found, parent) == found.end())
+                found.push_back(parent);
+        }
+    }
+    return found;
+}
+
 bool conforms(const ContentType& type, std::string_view identifier) {
     return rowConforms(type.identifier, identifier);
 }

@@ -3,6 +3,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace vesto {
 
@@ -21,6 +22,12 @@ namespace TypeRegistry {
 
 /// The type that the first 16 bytes of a file show by fixed signatures. A comparison, not a parser.
 [[nodiscard]] std::optional<ContentType> typeOfSignature(std::string_view firstBytes);
+
+/// The identifier of a known extension, as `typeOfExtension` gives it; empty for an unknown one.
+[[nodiscard]] std::string_view identifierOfExtension(std::string_view extension);
+
+/// A known type and all that it conforms to, itself first; empty for an unknown one.
+[[nodiscard]] std::vector<std::string_view> lineage(std::string_view identifier);
 
 /// Equality or inheritance, over any number of steps.
 [[nodiscard]] bool conforms(const ContentType& type, std::string_view identifier);

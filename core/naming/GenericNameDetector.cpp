@@ -136,6 +136,7 @@ struct Counts {
     std::size_t numbers = 0;
     bool hasLongNumber = false;         // five ASCII digits in a row
     bool isDigitsAndPunctuation = true; // nothing but digits, white space and "_-.()"
+    bool mayJoin = false;               // scalars into characters, white space aside
 };
 
 Counts counted(std::string_view name) {
@@ -148,6 +149,7 @@ Counts counted(std::string_view name) {
         counts.visible += isWhiteSpace ? 0u : 1u;
         counts.letters += unicode::isLetterOrMark(value) ? 1u : 0u;
         counts.numbers += unicode::isNumber(value) ? 1u : 0u;
+        counts.mayJoin = counts.mayJoin || value >= 0x300; // the first mark
         digitsInARow = value >= U'0' && value <= U'9' ? digitsInARow + 1 : 0;
         counts.hasLongNumber = counts.hasLongNumber || digitsInARow >= 5;
         counts.isDigitsAndPunctuation =
@@ -158,7 +160,9 @@ Counts counted(std::string_view name) {
 }
 
 /// Grapheme clusters once the white space is gone.
-std::size_t visibleCharacters(std::string_view name) {
+std::size_t visibleCharacters(std::string_view name, const Counts& counts) {
+    if (!counts.mayJoin)
+        return counts.visible;
     std::string compact;
     for (std::size_t offset = 0; offset < name.size();) {
         const auto [value, size] = unicode::scalarAt(name, offset);
@@ -182,10 +186,10 @@ bool startsWithScreenshot(std::string_view normalized) {
                                [&](std::string_view prefix) { return normalized.starts_with(prefix); });
 }
 
-/// Whether next to nothing follows one of the generic prefixes.
+/// Whether next to nothing follows one of the generic prefixes. The name is not empty.
 bool isPrefixWithoutContent(std::string_view normalized) {
     for (const std::string_view prefix : genericPrefixes) {
-        if (!normalized.starts_with(prefix))
+        if (normalized.front() != prefix.front() || !normalized.starts_with(prefix))
             continue;
         std::string_view rest = normalized.substr(prefix.size());
         if (!rest.empty() && unicode::isLetterOrMark(unicode::scalarAt(rest, 0).value))
@@ -225,11 +229,11 @@ bool isMostlyNumber(std::string_view name, const Counts& counts) {
     // A character has at least one scalar: where scalars are few enough or letters many enough, nobody need
     // count.
     if (counts.visible > 5 && 4 * counts.letters < counts.visible) {
-        const std::size_t characters = visibleCharacters(name);
+        const std::size_t characters = visibleCharacters(name, counts);
         if (characters > 5 && 4 * counts.letters < characters)
             return true;
     }
-    return counts.hasLongNumber && 5 * counts.numbers >= 2 * visibleCharacters(name);
+    return counts.hasLongNumber && 5 * counts.numbers >= 2 * visibleCharacters(name, counts);
 }
 
 bool isMonthWithNumbers(std::string_view rest) {
@@ -249,6 +253,10 @@ std::string normalize(std::string_view name) {
     std::string plain;
     plain.reserve(text.size());
     for (std::size_t offset = 0; offset < text.size();) {
+        if (text[offset] != '\xC2' && text[offset] != '\xE2') {
+            plain += text[offset++];
+            continue;
+        }
         const std::string_view rest = std::string_view(text).substr(offset);
         const std::size_t noBreakSpace = rest.starts_with("\u00A0") ? 2 : rest.starts_with("\u202F") ? 3 : 0;
         plain += noBreakSpace > 0 ? ' ' : text[offset];

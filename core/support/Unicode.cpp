@@ -233,19 +233,19 @@ std::string repaired(std::string_view text) {
     return result;
 }
 
-bool isLetterOrMark(char32_t scalar) {
+bool detail::isLetterOrMarkBeyondASCII(char32_t scalar) {
     return (categoryMask(scalar) & (U_GC_L_MASK | U_GC_M_MASK)) != 0;
 }
-bool isLetter(char32_t scalar) {
+bool detail::isLetterBeyondASCII(char32_t scalar) {
     return (categoryMask(scalar) & U_GC_L_MASK) != 0;
 }
-bool isMark(char32_t scalar) {
+bool detail::isMarkBeyondASCII(char32_t scalar) {
     return (categoryMask(scalar) & U_GC_M_MASK) != 0;
 }
-bool isNumber(char32_t scalar) {
+bool detail::isNumberBeyondASCII(char32_t scalar) {
     return (categoryMask(scalar) & U_GC_N_MASK) != 0;
 }
-bool isDecimalDigit(char32_t scalar) {
+bool detail::isDecimalDigitBeyondASCII(char32_t scalar) {
     return (categoryMask(scalar) & U_GC_ND_MASK) != 0;
 }
 bool isSymbol(char32_t scalar) {
@@ -254,7 +254,7 @@ bool isSymbol(char32_t scalar) {
 bool detail::isAlphanumericBeyondASCII(char32_t scalar) {
     return (categoryMask(scalar) & (U_GC_L_MASK | U_GC_M_MASK | U_GC_N_MASK)) != 0;
 }
-bool isWhiteSpace(char32_t scalar) {
+bool detail::isWhiteSpaceBeyondASCII(char32_t scalar) {
     return u_isUWhiteSpace(static_cast<UChar32>(scalar)) != 0;
 }
 bool isNewline(char32_t scalar) {
@@ -348,15 +348,18 @@ std::string folded(std::string_view text) {
 std::string withStraightApostrophes(std::string_view text) {
     std::string result;
     result.reserve(text.size());
+    std::size_t start = 0; // of what stays as it is
     for (std::size_t offset = 0; offset < text.size();) {
         const Scalar scalar = scalarAt(text, offset);
-        if (isStraightenedApostrophe(scalar.value))
-            result.push_back('\'');
-        else
-            append(result, scalar.value);
-        offset += scalar.size;
+        const std::size_t end = offset + scalar.size;
+        if (isStraightenedApostrophe(scalar.value) || scalar.value == replacementCharacter) {
+            result.append(text, start, offset - start);
+            append(result, scalar.value == replacementCharacter ? replacementCharacter : U'\'');
+            start = end;
+        }
+        offset = end;
     }
-    return result;
+    return result.append(text, start);
 }
 
 namespace {

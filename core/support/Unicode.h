@@ -23,7 +23,20 @@ struct Scalar {
 namespace detail {
 [[nodiscard]] Scalar multibyteScalarAt(std::string_view text, std::size_t offset);
 [[nodiscard]] Scalar multibyteScalarBefore(std::string_view text, std::size_t offset);
+[[nodiscard]] bool isLetterOrMarkBeyondASCII(char32_t scalar);
+[[nodiscard]] bool isLetterBeyondASCII(char32_t scalar);
+[[nodiscard]] bool isMarkBeyondASCII(char32_t scalar);
+[[nodiscard]] bool isNumberBeyondASCII(char32_t scalar);
+[[nodiscard]] bool isDecimalDigitBeyondASCII(char32_t scalar);
 [[nodiscard]] bool isAlphanumericBeyondASCII(char32_t scalar);
+[[nodiscard]] bool isWhiteSpaceBeyondASCII(char32_t scalar);
+
+[[nodiscard]] constexpr bool isASCIILetter(char32_t scalar) {
+    return (scalar >= 'a' && scalar <= 'z') || (scalar >= 'A' && scalar <= 'Z');
+}
+[[nodiscard]] constexpr bool isASCIIDigit(char32_t scalar) {
+    return scalar >= '0' && scalar <= '9';
+}
 } // namespace detail
 
 /// The scalar that starts at byte `offset`, which must be below the size.
@@ -47,22 +60,36 @@ void append(std::string& text, char32_t scalar);
 
 // ---- Classes of one scalar ----
 
-[[nodiscard]] bool
-isLetterOrMark(char32_t scalar);              // general categories L and M: the «letters» that are counted
-[[nodiscard]] bool isLetter(char32_t scalar); // L
-[[nodiscard]] bool isMark(char32_t scalar);   // M
-[[nodiscard]] bool isNumber(char32_t scalar); // N
-[[nodiscard]] bool isDecimalDigit(char32_t scalar);         // Nd, a pattern's \d
-[[nodiscard]] bool isSymbol(char32_t scalar);               // S
+// ASCII, most of what is asked about, is answered on the spot.
+
+/// General categories L and M: the «letters» that are counted.
+[[nodiscard]] inline bool isLetterOrMark(char32_t scalar) {
+    return scalar < 0x80 ? detail::isASCIILetter(scalar) : detail::isLetterOrMarkBeyondASCII(scalar);
+}
+[[nodiscard]] inline bool isLetter(char32_t scalar) { // L
+    return scalar < 0x80 ? detail::isASCIILetter(scalar) : detail::isLetterBeyondASCII(scalar);
+}
+[[nodiscard]] inline bool isMark(char32_t scalar) { // M
+    return scalar >= 0x80 && detail::isMarkBeyondASCII(scalar);
+}
+[[nodiscard]] inline bool isNumber(char32_t scalar) { // N
+    return scalar < 0x80 ? detail::isASCIIDigit(scalar) : detail::isNumberBeyondASCII(scalar);
+}
+[[nodiscard]] inline bool isDecimalDigit(char32_t scalar) { // Nd, a pattern's \d
+    return scalar < 0x80 ? detail::isASCIIDigit(scalar) : detail::isDecimalDigitBeyondASCII(scalar);
+}
 [[nodiscard]] inline bool isAlphanumeric(char32_t scalar) { // L, M and N
-    return scalar < 0x80 ? (scalar >= 'a' && scalar <= 'z') || (scalar >= 'A' && scalar <= 'Z') ||
-                               (scalar >= '0' && scalar <= '9')
+    return scalar < 0x80 ? detail::isASCIILetter(scalar) || detail::isASCIIDigit(scalar)
                          : detail::isAlphanumericBeyondASCII(scalar);
 }
-[[nodiscard]] bool isWhiteSpace(char32_t scalar); // property White_Space, a pattern's \s
-[[nodiscard]] bool isNewline(char32_t scalar);    // U+000A to U+000D, U+0085, U+2028, U+2029
-[[nodiscard]] bool isBlank(char32_t scalar);      // white space without line breaks: Zs and tab
-[[nodiscard]] bool isControl(char32_t scalar);    // Cc and Cf
+[[nodiscard]] inline bool isWhiteSpace(char32_t scalar) { // property White_Space, a pattern's \s
+    return scalar < 0x80 ? scalar == ' ' || (scalar >= '\t' && scalar <= '\r')
+                         : detail::isWhiteSpaceBeyondASCII(scalar);
+}
+[[nodiscard]] bool isSymbol(char32_t scalar);  // S
+[[nodiscard]] bool isNewline(char32_t scalar); // U+000A to U+000D, U+0085, U+2028, U+2029
+[[nodiscard]] bool isBlank(char32_t scalar);   // white space without line breaks: Zs and tab
+[[nodiscard]] bool isControl(char32_t scalar); // Cc and Cf
 
 /// Whether a pattern's \b holds at byte `offset`. Marks and format characters belong to what stands before
 /// them.

@@ -7,6 +7,7 @@
 #include <gtest/gtest.h>
 #include <unicode/brkiter.h>
 #include <unicode/normalizer2.h>
+#include <unicode/uchar.h>
 
 #include <memory>
 #include <random>
@@ -45,6 +46,21 @@ std::vector<std::size_t> clusterEndsOfIcu(const std::string& text) {
         ends.push_back(part.size());
     }
     return ends;
+}
+
+TEST(Unicode, ClassesAreThoseOfIcu) {
+    for (char32_t scalar = 0; scalar < 0x3400; ++scalar) {
+        SCOPED_TRACE(static_cast<std::uint32_t>(scalar));
+        const auto code = static_cast<UChar32>(scalar);
+        const std::uint32_t category = U_GET_GC_MASK(code);
+        EXPECT_EQ(isLetterOrMark(scalar), (category & (U_GC_L_MASK | U_GC_M_MASK)) != 0);
+        EXPECT_EQ(isLetter(scalar), (category & U_GC_L_MASK) != 0);
+        EXPECT_EQ(isMark(scalar), (category & U_GC_M_MASK) != 0);
+        EXPECT_EQ(isNumber(scalar), (category & U_GC_N_MASK) != 0);
+        EXPECT_EQ(isDecimalDigit(scalar), (category & U_GC_ND_MASK) != 0);
+        EXPECT_EQ(isAlphanumeric(scalar), (category & (U_GC_L_MASK | U_GC_M_MASK | U_GC_N_MASK)) != 0);
+        EXPECT_EQ(isWhiteSpace(scalar), u_isUWhiteSpace(code) != 0);
+    }
 }
 
 TEST(Unicode, ClustersAreThoseOfIcu) {
