@@ -2,6 +2,7 @@
 
 #include "core/extraction/readers/ReadingLimits.h"
 #include "tests/readers/support/TemporaryFile.h"
+#include "tests/readers/support/ZipWriter.h"
 
 #include <gtest/gtest.h>
 
@@ -31,6 +32,12 @@ TEST(DocumentReader, readsEachFormatByItsExtension) {
         std::string name, bytes, format;
         Lines lines;
     };
+    const std::string docx = tests::zipArchive(
+        {{"word/document.xml",
+          "<w:document><w:body><w:p><w:r><w:t>Café</w:t></w:r></w:p></w:body></w:document>"}});
+    const std::string odt = tests::zipArchive(
+        {{"content.xml",
+          "<r><office:body><office:text><text:p>Café</text:p></office:text></office:body></r>"}});
     const std::vector<Row> rows{
         {"a.txt", "Pay\xE9\n\n  le 3 ", "Texte", {"Payé", "le 3"}},
         {"A.TXT", "x", "Texte", {"x"}},
@@ -43,6 +50,8 @@ TEST(DocumentReader, readsEachFormatByItsExtension) {
         {"a.html", "<p>Caf\xE9", "HTML", {"Café"}},
         {"a.rtf", R"({\rtf1 Caf\'e9})", "RTF", {"Café"}},
         {"a.rtf", "en clair", "RTF", {"en clair"}},
+        {"a.docx", docx, "Word", {"Café"}},
+        {"a.odt", odt, "OpenDocument", {"Café"}},
         {"a.doc", R"({\rtf1 Caf\'e9})", "Word", {"Café"}},
         {"a.doc", "\n<html><p>Bonjour", "Word", {"Bonjour"}},
         {"a.py", "# Copyright A\n\ndef paie():", "Python", {"def paie():"}},

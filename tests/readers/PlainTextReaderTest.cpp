@@ -157,11 +157,12 @@ TEST(SourceText, putsLicencesAndImportsAside) {
 
 /// Each is some hundred kilobytes of what could cost a square; a run that does not end is the failure.
 TEST(PlainTextReader, staysLinearOnHostileText) {
-    for (const char* piece : {"[",       "![", "[[a|", "[a](", "<",   "<a", "*",    "`",  "]",   "&", "{",
-                              "{\"a\":", "[[", "\"",   ",\"",  "\\u", "a;", "<!--", "/*", " \n", "\r"}) {
+    for (const char* piece :
+         {"[", "![",      "[[a|", "[a](", "[a](()", "<",   "<a", "*",    "`",  "]",   "&",
+          "{", "{\"a\":", "[[",   "\"",   ",\"",    "\\u", "a;", "<!--", "/*", " \n", "\r"}) {
         SCOPED_TRACE(piece);
         std::string text;
-        while (text.size() < 128 * 1024)
+        while (text.size() < 131'072)
             text += piece;
         for (const DocumentText& read : {plainText(text), markdownText(text), jsonText(text, true),
                                          delimitedText(text), sourceText(text, CommentStyle::slashes)}) {

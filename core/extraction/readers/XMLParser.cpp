@@ -1,5 +1,8 @@
 #include "core/extraction/readers/XMLParser.h"
 
+#include "core/support/Charset.h"
+#include "core/support/Unicode.h"
+
 #include <expat.h>
 
 #include <limits>
@@ -65,6 +68,23 @@ void XMLCALL onEntityDeclaration(void* data, const XML_Char*, int, const XML_Cha
     static_cast<Parse*>(data)->stop();
 }
 
+/// Expat itself knows UTF-8, UTF-16, Latin-1 and ASCII. Of the others it can be told those of one byte each.
+int XMLCALL onUnknownEncoding(void*, const XML_Char* name, XML_Encoding* encoding) {
+    for (int byte = 0; byte < 256; ++byte) {
+        const char single = static_cast<char>(byte);
+        const std::optional<std::string> text = unicode::decodeCharset({&single, 1}, name);
+        if (!text)
+            return XML_STATUS_ERROR;
+        encoding->map[byte] = -1;
+        if (text->empty())
+            continue;
+        const unicode::Scalar scalar = unicode::scalarAt(*text, 0);
+        if (scalar.size == text->size() && scalar.value != unicode::replacementCharacter)
+            encoding->map[byte] = static_cast<int>(scalar.value);
+    }
+    return XML_STATUS_OK;
+}
+
 struct FreeParser {
     void operator()(XML_Parser parser) const { ::XML_ParserFree(parser); }
 };
@@ -94,6 +114,7 @@ bool parseXML(std::string_view xml, XMLHandler& handler) {
     ::XML_SetElementHandler(parser.get(), onStart, onEnd);
     ::XML_SetCharacterDataHandler(parser.get(), onCharacters);
     ::XML_SetEntityDeclHandler(parser.get(), onEntityDeclaration);
+    ::XML_SetUnknownEncodingHandler(parser.get(), onUnknownEncoding, nullptr);
     // All in one go: given in pieces, a token of many pieces would be scanned once for each.
     ::XML_Parse(parser.get(), xml.data(), static_cast<int>(xml.size()), XML_TRUE);
     return parse.sawRoot;
