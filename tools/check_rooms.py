@@ -38,7 +38,7 @@ QT = ("app/", "tests/app/")
 FOREIGN = [
     (r"unicode/", ("core/support/Unicode", "core/support/Charset", "tests/core/"),
      "ICU stays in core/support/Unicode*.cpp and Charset.cpp"),
-    (r"(zlib|expat)\.h$|poppler", READERS, "parsing libraries stay in core/extraction/readers"),
+    (r"(zlib|expat)\.h$|poppler|tesseract/|leptonica/|libheif/|exiv2/|opencv2/|libav|libsw|gmime/|libetonyek/|librevenge", READERS, "parsing libraries stay in core/extraction/readers"),
     (r"Q[A-Z]|Qt", QT, "Qt stays in app"),
     (r"sqlite3\.h$", ("app/model/", "tests/app/"), "SQLite stays in app/model"),
     (r"seccomp\.h$|linux/(landlock|seccomp)\.h$", ("services/sandbox/", "tests/"),
@@ -51,7 +51,7 @@ FOREIGN = [
 ]
 FOREIGN = [(re.compile(pattern), places, why) for pattern, places, why in FOREIGN]
 # These slow every file that includes them, and tie a room's users to its library.
-NOT_IN_HEADERS = re.compile(r"fmt/|nlohmann/(?!json_fwd\.hpp$)|unicode/|CLI/|poppler|zlib\.h$|expat\.h$")
+NOT_IN_HEADERS = re.compile(r"fmt/|nlohmann/(?!json_fwd\.hpp$)|unicode/|CLI/|poppler|zlib\.h$|expat\.h$|tesseract/|leptonica/|libheif/|exiv2/|opencv2/|libav|libsw|gmime/|lib(etonyek|revenge)")
 
 STANDARD = re.compile(r"[a-z][a-z0-9_]*$")
 POSIX = re.compile(

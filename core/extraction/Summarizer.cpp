@@ -82,7 +82,10 @@ Summarizer::summarize(const std::filesystem::path& path) const {
                               .type = *std::move(type),
                               .route = *route,
                               .bestDate = FileDates::bestDate(path)};
-    return m_reading->read(request, m_settings);
+    auto reading = m_reading->read(request, m_settings);
+    if (!reading)
+        return std::unexpected(std::move(reading).error());
+    return std::move(reading)->summary;
 }
 
 std::optional<ContentType> Summarizer::contentType(const std::filesystem::path& path) {

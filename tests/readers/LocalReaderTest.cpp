@@ -12,12 +12,12 @@ std::string outcome(Route route, const std::string& extension, const std::string
     const UniqueFd file = tests::temporaryFile(bytes);
     const auto type = TypeRegistry::typeOfExtension(extension);
     LocalReader reader;
-    const auto summary = reader.read(
+    const auto reading = reader.read(
         {.fd = file.get(), .path = "a." + extension, .type = *type, .route = route, .bestDate = {}},
         SummarizerSettings({"fr-FR"}));
-    if (!summary)
-        return std::string(summary.error().name());
-    return summary->lines.empty() ? "" : summary->lines.front();
+    if (!reading)
+        return std::string(reading.error().name());
+    return reading->summary.lines.empty() ? "" : reading->summary.lines.front();
 }
 
 TEST(LocalReader, AsksTheReaderOfTheRoute) {

@@ -7,15 +7,22 @@
 namespace vesto::readers {
 namespace {
 
-std::expected<ContentSummary, SummarizerError> dispatch(const ReadRequest& request,
-                                                        const SummarizerSettings& settings) {
+using Outcome = std::expected<Reading, SummarizerError>;
+
+Outcome readingOf(std::expected<ContentSummary, SummarizerError> summary) {
+    if (!summary)
+        return std::unexpected(std::move(summary).error());
+    return Reading{.summary = *std::move(summary)};
+}
+
+Outcome dispatch(const ReadRequest& request, const SummarizerSettings& settings) {
     switch (request.route) {
     case Route::pdf:
-        return summarizePDF(request, settings.pdf);
+        return readingOf(summarizePDF(request, settings.pdf));
     case Route::quickLook:
-        return summarizeQuickLook(request, settings.quickLook);
+        return readingOf(summarizeQuickLook(request, settings.quickLook));
     case Route::document:
-        return summarizeDocument(request, settings.document);
+        return readingOf(summarizeDocument(request, settings.document));
     case Route::image:
     case Route::email:
     case Route::video:
@@ -27,13 +34,17 @@ std::expected<ContentSummary, SummarizerError> dispatch(const ReadRequest& reque
 
 } // namespace
 
-std::expected<ContentSummary, SummarizerError> LocalReader::read(const ReadRequest& request,
-                                                                 const SummarizerSettings& settings) {
+std::expected<Reading, SummarizerError> LocalReader::read(const ReadRequest& request,
+                                                          const SummarizerSettings& settings) {
     try {
         return dispatch(request, settings);
     } catch (...) {
         return std::unexpected(SummarizerError::unreadable(request.path));
     }
+}
+
+std::expected<Preview, SummarizerError> LocalReader::preview(const ReadRequest& request) {
+    return std::unexpected(SummarizerError::unreadable(request.path));
 }
 
 } // namespace vesto::readers

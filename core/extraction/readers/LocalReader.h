@@ -10,8 +10,9 @@ namespace vesto::readers {
 /// thread.
 class LocalReader : public ContentReading {
 public:
-    [[nodiscard]] std::expected<ContentSummary, SummarizerError>
-    read(const ReadRequest& request, const SummarizerSettings& settings) override;
+    [[nodiscard]] std::expected<Reading, SummarizerError> read(const ReadRequest& request,
+                                                               const SummarizerSettings& settings) override;
+    [[nodiscard]] std::expected<Preview, SummarizerError> preview(const ReadRequest& request) override;
 };
 
 } // namespace vesto::readers

@@ -18,8 +18,8 @@ using namespace std::string_literals;
 /// Hands back what it is asked with, and what the descriptor holds.
 class EchoReading : public ContentReading {
 public:
-    std::expected<ContentSummary, SummarizerError> read(const ReadRequest& request,
-                                                        const SummarizerSettings&) override {
+    std::expected<Reading, SummarizerError> read(const ReadRequest& request,
+                                                 const SummarizerSettings&) override {
         std::string bytes(64, '\0');
         const ssize_t count = ::pread(request.fd, bytes.data(), bytes.size(), 0);
         bytes.resize(count < 0 ? 0 : static_cast<std::size_t>(count));
@@ -27,7 +27,10 @@ public:
         ContentSummary summary;
         summary.lines = {bytes};
         summary.date = request.bestDate;
-        return summary;
+        return Reading{.summary = summary};
+    }
+    std::expected<Preview, SummarizerError> preview(const ReadRequest& request) override {
+        return std::unexpected(SummarizerError::unreadable(request.path));
     }
     std::vector<ReadRequest> asked;
 };

@@ -25,10 +25,14 @@ class ScriptedReading : public ContentReading {
 public:
     explicit ScriptedReading(HandClock& clock)
         : m_clock(clock) {}
-    std::expected<ContentSummary, SummarizerError> read(const ReadRequest&,
-                                                        const SummarizerSettings&) override {
+    std::expected<Reading, SummarizerError> read(const ReadRequest&, const SummarizerSettings&) override {
         m_clock.time += 2s;
-        return answer;
+        if (!answer)
+            return std::unexpected(answer.error());
+        return Reading{.summary = *answer};
+    }
+    std::expected<Preview, SummarizerError> preview(const ReadRequest& request) override {
+        return std::unexpected(SummarizerError::unreadable(request.path));
     }
     std::expected<ContentSummary, SummarizerError> answer{ContentSummary{}};
 
