@@ -25,11 +25,12 @@ TEST(LocalReader, AsksTheReaderOfTheRoute) {
     EXPECT_EQ(outcome(Route::document, "txt", "Contrat"), "Contrat");
     EXPECT_EQ(outcome(Route::quickLook, "xlsx", "Contrat"), "unreadable");
     EXPECT_EQ(outcome(Route::pdf, "pdf", "Contrat"), "unreadable");
+    EXPECT_EQ(outcome(Route::image, "png", "Contrat"), "unreadable");
 }
 
 TEST(LocalReader, RoutesWithoutAReaderAreUnreadable) {
     const std::vector<std::pair<Route, std::string>> rows{
-        {Route::image, "png"}, {Route::email, "eml"}, {Route::video, "mp4"}, {Route::audio, "mp3"}};
+        {Route::email, "eml"}, {Route::video, "mp4"}, {Route::audio, "mp3"}};
     for (const auto& [route, extension] : rows)
         EXPECT_EQ(outcome(route, extension, "Contrat"), "unreadable") << extension;
 }

@@ -1,6 +1,7 @@
 #include "core/extraction/readers/LocalReader.h"
 
 #include "core/extraction/readers/DocumentReader.h"
+#include "core/extraction/readers/ImageReader.h"
 #include "core/extraction/readers/PDFReader.h"
 #include "core/extraction/readers/QuickLookReader.h"
 
@@ -24,6 +25,7 @@ Outcome dispatch(const ReadRequest& request, const SummarizerSettings& settings)
     case Route::document:
         return readingOf(summarizeDocument(request, settings.document));
     case Route::image:
+        return summarizeImage(request, settings.image);
     case Route::email:
     case Route::video:
     case Route::audio:

@@ -1,0 +1,47 @@
+#include "core/extraction/readers/ImageReader.h"
+
+#include "core/extraction/readers/FileBytes.h"
+#include "core/extraction/readers/PictureContent.h"
+#include "core/extraction/readers/PictureFile.h"
+#include "core/extraction/readers/TextRecognition.h"
+
+#include <utility>
+
+namespace vesto::readers {
+namespace {
+
+constexpr std::uint64_t maxFileSize = 200ULL << 20; // bytes
+
+ContentSummary::Kind kindOf(const ReadRequest& request, const PictureMetadata& metadata) {
+    if (isScreenCapture(request.path, metadata.comment))
+        return ContentSummary::Kind::screenshot;
+    return metadata.hasCameraMetadata ? ContentSummary::Kind::photo : ContentSummary::Kind::image;
+}
+
+} // namespace
+
+std::expected<Reading, SummarizerError> summarizeImage(const ReadRequest& request,
+                                                       const ImageSummarizer& settings) {
+    const auto unreadable = [&] { return std::unexpected(SummarizerError::unreadable(request.path)); };
+    const auto bytes = FileBytes::map(request.fd, maxFileSize);
+    if (!bytes)
+        return unreadable();
+    const auto file = openPicture(bytes->view(), maxRecognizedPixels);
+    if (!file || bytes->wasTruncated())
+        return unreadable();
+    PictureContent content = readPicture(file->raster, settings, request);
+
+    Reading reading;
+    reading.missingLanguages = std::move(content.missingLanguages);
+    ContentSummary& summary = reading.summary;
+    summary.kind = kindOf(request, file->metadata);
+    summary.lines = std::move(content.lines);
+    summary.textFromOCR = !summary.lines.empty();
+    summary.labels = std::move(content.labels);
+    summary.pixelWidth = file->size.width;
+    summary.pixelHeight = file->size.height;
+    summary.date = file->metadata.date ? file->metadata.date : request.bestDate;
+    return reading;
+}
+
+} // namespace vesto::readers
