@@ -60,14 +60,17 @@ SummarizerSettings::SummarizerSettings(std::vector<std::string> recognitionLangu
     video.ocr = image;
 }
 
-Summarizer::Summarizer(std::vector<std::string> recognitionLanguages, std::shared_ptr<ContentReading> reading)
+Summarizer::Summarizer(std::vector<std::string> recognitionLanguages, std::shared_ptr<ContentReading> reading,
+                       std::shared_ptr<SpeechTranscribing> transcriber, SummarizerEvents events)
     : m_settings(std::move(recognitionLanguages))
-    , m_reading(std::move(reading)) {
+    , m_reading(std::move(reading))
+    , m_transcriber(std::move(transcriber))
+    , m_events(std::move(events)) {
     VESTO_ASSERT(m_reading != nullptr);
 }
 
-std::expected<ContentSummary, SummarizerError>
-Summarizer::summarize(const std::filesystem::path& path) const {
+std::expected<ContentSummary, SummarizerError> Summarizer::summarize(const std::filesystem::path& path,
+                                                                     std::stop_token /*stop*/) const {
     auto type = contentType(path);
     if (!type)
         return std::unexpected(SummarizerError::unsupportedType(std::string(extensionOf(fileNameOf(path)))));
@@ -77,14 +80,18 @@ Summarizer::summarize(const std::filesystem::path& path) const {
     const UniqueFd fd = openRegular(path);
     if (!fd)
         return std::unexpected(SummarizerError::unreadable(path));
-    const ReadRequest request{.fd = fd.get(),
-                              .path = path,
-                              .type = *std::move(type),
-                              .route = *route,
-                              .bestDate = FileDates::bestDate(path)};
+    ReadRequest request{.fd = fd.get(),
+                        .path = path,
+                        .type = *std::move(type),
+                        .route = *route,
+                        .bestDate = FileDates::bestDate(path)};
+    if (m_events.onStage)
+        request.onStage = [&](ReadingStage stage) { m_events.onStage(path, stage); };
     auto reading = m_reading->read(request, m_settings);
     if (!reading)
         return std::unexpected(std::move(reading).error());
+    if (!reading->missingLanguages.empty() && m_events.onMissingLanguages)
+        m_events.onMissingLanguages(reading->missingLanguages);
     return std::move(reading)->summary;
 }
 

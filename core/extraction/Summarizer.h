@@ -1,6 +1,7 @@
 #pragma once
 #include "core/extraction/ContentReading.h"
 #include "core/extraction/Route.h"
+#include "core/extraction/SpeechTranscribing.h"
 #include "core/extraction/SummarizerError.h"
 #include "core/naming/ContentSummary.h"
 
@@ -8,8 +9,10 @@
 #include <cstdint>
 #include <expected>
 #include <filesystem>
+#include <functional>
 #include <memory>
 #include <optional>
+#include <stop_token>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -59,15 +62,26 @@ struct SummarizerSettings {
     explicit SummarizerSettings(std::vector<std::string> recognitionLanguages);
 };
 
+/// What a caller may want to hear of while a file is read. Called on the thread that summarizes; each may be
+/// empty.
+struct SummarizerEvents {
+    /// A stage begins that can take a second.
+    std::function<void(const std::filesystem::path&, ReadingStage)> onStage{};
+    /// Text should have been recognised in languages (Tesseract's codes) whose data is not installed.
+    std::function<void(const std::vector<std::string>&)> onMissingLanguages{};
+};
+
 /// Turns a file into a summary: tells its type, chooses the route, has it read. Immutable; callable from any
 /// thread as far as its reader is.
 class Summarizer {
 public:
-    Summarizer(std::vector<std::string> recognitionLanguages, std::shared_ptr<ContentReading> reading);
+    /// `transcriber` may be null: what is said in a recording then stays unknown.
+    Summarizer(std::vector<std::string> recognitionLanguages, std::shared_ptr<ContentReading> reading,
+               std::shared_ptr<SpeechTranscribing> transcriber = nullptr, SummarizerEvents events = {});
 
-    /// Nothing is read from a file without a route.
-    [[nodiscard]] std::expected<ContentSummary, SummarizerError>
-    summarize(const std::filesystem::path& path) const;
+    /// Nothing is read from a file without a route. `stop` ends a transcription early.
+    [[nodiscard]] std::expected<ContentSummary, SummarizerError> summarize(const std::filesystem::path& path,
+                                                                           std::stop_token stop = {}) const;
 
     /// By the extension; a name without one is told by its first 16 bytes. Links are not followed.
     [[nodiscard]] static std::optional<ContentType> contentType(const std::filesystem::path& path);
@@ -79,6 +93,8 @@ public:
 private:
     SummarizerSettings m_settings;
     std::shared_ptr<ContentReading> m_reading;
+    std::shared_ptr<SpeechTranscribing> m_transcriber;
+    SummarizerEvents m_events;
 };
 
 /// What an office or e-book type is called; (`document`, nothing) for any other type and for none.

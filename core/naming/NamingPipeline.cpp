@@ -26,7 +26,13 @@ std::string renderedName(const NameTemplate& nameTemplate, const NamingPolicy& p
 NamingPipeline::NamingPipeline(std::shared_ptr<ContentReading> reading,
                                std::shared_ptr<TitleGenerating> generator, NameTemplate nameTemplate,
                                Locale locale, NamingPolicy policy, const Clock& clock)
-    : m_summarizer({"fr-FR", "en-US"}, std::move(reading))
+    : NamingPipeline(Summarizer({"fr-FR", "en-US"}, std::move(reading)), std::move(generator),
+                     std::move(nameTemplate), std::move(locale), policy, clock) {}
+
+NamingPipeline::NamingPipeline(Summarizer summarizer, std::shared_ptr<TitleGenerating> generator,
+                               NameTemplate nameTemplate, Locale locale, NamingPolicy policy,
+                               const Clock& clock)
+    : m_summarizer(std::move(summarizer))
     , m_generator(std::move(generator))
     , m_policy(policy)
     , m_template(std::move(nameTemplate))
@@ -59,7 +65,7 @@ std::expected<PipelineOutcome, SummarizerError> NamingPipeline::run(const std::f
                                                                     std::stop_token stop) const {
     const std::optional<FileIdentity> identity = FileIdentity::of(path);
     const auto start = m_clock.sinceBoot();
-    std::expected<ContentSummary, SummarizerError> summary = m_summarizer.summarize(path);
+    std::expected<ContentSummary, SummarizerError> summary = m_summarizer.summarize(path, stop);
     if (!summary)
         return std::unexpected(std::move(summary).error());
     const auto summarized = m_clock.sinceBoot();

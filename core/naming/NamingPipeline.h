@@ -24,6 +24,9 @@ namespace vesto {
 class NamingPipeline {
 public:
     /// `generator` may be null: titles then come from the first usable lines.
+    NamingPipeline(Summarizer summarizer, std::shared_ptr<TitleGenerating> generator,
+                   NameTemplate nameTemplate, Locale locale, NamingPolicy policy,
+                   const Clock& clock = systemClock());
     NamingPipeline(std::shared_ptr<ContentReading> reading, std::shared_ptr<TitleGenerating> generator,
                    NameTemplate nameTemplate, Locale locale, NamingPolicy policy,
                    const Clock& clock = systemClock());

@@ -24,10 +24,12 @@ public:
         const ssize_t count = ::pread(request.fd, bytes.data(), bytes.size(), 0);
         bytes.resize(count < 0 ? 0 : static_cast<std::size_t>(count));
         asked.push_back(request);
+        if (request.onStage)
+            request.onStage(ReadingStage::recognizingText);
         ContentSummary summary;
         summary.lines = {bytes};
         summary.date = request.bestDate;
-        return Reading{.summary = summary};
+        return Reading{.summary = summary, .missingLanguages = {"fra"}};
     }
     std::expected<Preview, SummarizerError> preview(const ReadRequest& request) override {
         return std::unexpected(SummarizerError::unreadable(request.path));
@@ -65,6 +67,16 @@ TEST_F(SummarizerTest, HandsTheFileToItsRoute) {
     EXPECT_EQ(reading->asked[0].path, path);
     ASSERT_TRUE(reading->asked[0].bestDate);
     EXPECT_EQ(reading->asked[0].bestDate, FileDates::bestDate(path));
+}
+
+TEST_F(SummarizerTest, TellsWhatTheReaderIsDoingAndMisses) {
+    std::vector<std::string> heard;
+    const Summarizer telling(
+        {"fr-FR"}, reading, nullptr,
+        {.onStage = [&](const auto& path, ReadingStage) { heard.push_back(path.filename().string()); },
+         .onMissingLanguages = [&](const auto& languages) { heard.push_back(languages.at(0)); }});
+    EXPECT_TRUE(telling.summarize(write("a.txt", "bonjour")));
+    EXPECT_EQ(heard, (std::vector{"a.txt"s, "fra"s}));
 }
 
 TEST_F(SummarizerTest, RefusesWithTheExactPayload) {
