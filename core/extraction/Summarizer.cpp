@@ -1,10 +1,12 @@
 #include "core/extraction/Summarizer.h"
 
 #include "core/extraction/FileDates.h"
+#include "core/extraction/Transcription.h"
 #include "core/extraction/TypeRegistry.h"
 #include "core/files/FileName.h"
 #include "core/naming/GenericNameDetector.h"
 #include "core/support/Assert.h"
+#include "core/support/Clock.h"
 #include "core/support/Unicode.h"
 #include "core/support/UniqueFd.h"
 
@@ -70,7 +72,7 @@ Summarizer::Summarizer(std::vector<std::string> recognitionLanguages, std::share
 }
 
 std::expected<ContentSummary, SummarizerError> Summarizer::summarize(const std::filesystem::path& path,
-                                                                     std::stop_token /*stop*/) const {
+                                                                     std::stop_token stop) const {
     auto type = contentType(path);
     if (!type)
         return std::unexpected(SummarizerError::unsupportedType(std::string(extensionOf(fileNameOf(path)))));
@@ -87,11 +89,14 @@ std::expected<ContentSummary, SummarizerError> Summarizer::summarize(const std::
                         .bestDate = FileDates::bestDate(path)};
     if (m_events.onStage)
         request.onStage = [&](ReadingStage stage) { m_events.onStage(path, stage); };
+    const auto start = systemClock().sinceBoot();
     auto reading = m_reading->read(request, m_settings);
     if (!reading)
         return std::unexpected(std::move(reading).error());
     if (!reading->missingLanguages.empty() && m_events.onMissingLanguages)
         m_events.onMissingLanguages(reading->missingLanguages);
+    if (m_transcriber)
+        addTranscript(*reading, *route, m_settings, *m_transcriber, systemClock().sinceBoot() - start, stop);
     return std::move(reading)->summary;
 }
 

@@ -1,9 +1,11 @@
 #include "core/extraction/readers/LocalReader.h"
 
+#include "core/extraction/readers/AudioReader.h"
 #include "core/extraction/readers/DocumentReader.h"
 #include "core/extraction/readers/ImageReader.h"
 #include "core/extraction/readers/PDFReader.h"
 #include "core/extraction/readers/QuickLookReader.h"
+#include "core/extraction/readers/VideoReader.h"
 
 namespace vesto::readers {
 namespace {
@@ -24,11 +26,13 @@ Outcome dispatch(const ReadRequest& request, const SummarizerSettings& settings)
         return readingOf(summarizeQuickLook(request, settings.quickLook));
     case Route::document:
         return readingOf(summarizeDocument(request, settings.document));
+    case Route::video:
+        return summarizeVideo(request, settings.video);
+    case Route::audio:
+        return summarizeAudio(request, settings.audio);
     case Route::image:
         return summarizeImage(request, settings.image);
     case Route::email:
-    case Route::video:
-    case Route::audio:
         break; // no reader yet
     }
     return std::unexpected(SummarizerError::unreadable(request.path));
