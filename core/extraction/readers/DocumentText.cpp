@@ -81,6 +81,13 @@ std::optional<std::string> usableTitle(std::string_view text) {
     return title;
 }
 
+std::string joinedLines(const std::vector<std::string>& lines) {
+    std::string text;
+    for (const std::string& line : lines)
+        text.append(line) += '\n';
+    return text;
+}
+
 std::optional<Instant> instantOfISODate(std::string_view text) {
     text = ascii::trimmed(text);
     unicode::CalendarTime time;

@@ -24,6 +24,9 @@ struct DocumentText {
 /// or only what a program puts there by itself («sans titre», «Microsoft Word - …»).
 [[nodiscard]] std::optional<std::string> usableTitle(std::string_view text);
 
+/// The lines, each with a line feed behind it.
+[[nodiscard]] std::string joinedLines(const std::vector<std::string>& lines);
+
 /// The instant of «2025-03-12», with or without a time («T» or a blank before it) and an offset from UTC.
 /// Without an offset it is local time. Nothing for any other text.
 [[nodiscard]] std::optional<Instant> instantOfISODate(std::string_view text);

@@ -2,10 +2,13 @@
 
 #include "core/extraction/readers/AudioReader.h"
 #include "core/extraction/readers/DocumentReader.h"
+#include "core/extraction/readers/EmailReader.h"
 #include "core/extraction/readers/ImageReader.h"
 #include "core/extraction/readers/PDFReader.h"
 #include "core/extraction/readers/QuickLookReader.h"
 #include "core/extraction/readers/VideoReader.h"
+
+#include <utility>
 
 namespace vesto::readers {
 namespace {
@@ -33,9 +36,9 @@ Outcome dispatch(const ReadRequest& request, const SummarizerSettings& settings)
     case Route::image:
         return summarizeImage(request, settings.image);
     case Route::email:
-        break; // no reader yet
+        return readingOf(summarizeEmail(request, settings.email));
     }
-    return std::unexpected(SummarizerError::unreadable(request.path));
+    std::unreachable();
 }
 
 } // namespace
