@@ -1,7 +1,9 @@
 #include "core/extraction/readers/DocumentReader.h"
 
 #include "core/extraction/readers/Ascii.h"
+#include "core/extraction/readers/BinaryOffice.h"
 #include "core/extraction/readers/CharsetDetector.h"
+#include "core/extraction/readers/CompoundFile.h"
 #include "core/extraction/readers/FileBytes.h"
 #include "core/extraction/readers/HTMLText.h"
 #include "core/extraction/readers/LineCollector.h"
@@ -21,7 +23,7 @@ namespace {
 /// Enough for `maxCharacters` in any charset with a good deal of blanks and licence before them.
 constexpr std::size_t textBytes = 256 * 1024;
 
-enum class Format { text, markdown, json, table, source, html, rtf, word, openDocument, none };
+enum class Format { text, markdown, json, table, source, html, rtf, word, binaryWord, openDocument, none };
 
 struct FileFormat {
     Format format = Format::text;
@@ -37,7 +39,7 @@ struct ExtensionRow {
 
 constexpr std::array<ExtensionRow, 11> extensionRows{{
     {" docx ", Format::word, "Word"},
-    {" doc ", Format::none, "Word"},
+    {" doc ", Format::binaryWord, "Word"},
     {" odt ", Format::openDocument, "OpenDocument"},
     {" html htm shtml xhtml xht ", Format::html, "HTML"},
     {" rtf ", Format::rtf, "RTF"},
@@ -90,6 +92,8 @@ Format actualFormat(Format format, const std::string& name, std::string_view byt
         return Format::rtf;
     if (bytes.starts_with("PK"))
         return format == Format::openDocument ? format : Format::word;
+    if (CompoundFile::isOne(bytes))
+        return Format::binaryWord;
     if (isHTML(bytes))
         return Format::html;
     return format == Format::rtf ? Format::text : format;
@@ -100,8 +104,7 @@ struct Content {
     std::optional<std::int64_t> pageCount;
 };
 
-std::optional<Content> readArchive(std::string_view bytes, OfficeFormat format) {
-    std::optional<OfficeText> office = readOffice(bytes, format);
+std::optional<Content> contentOf(std::optional<OfficeText> office) {
     if (!office)
         return std::nullopt;
     Content content{.pageCount = office->pageCount};
@@ -133,6 +136,7 @@ std::optional<Content> readText(std::string_view bytes, const FileFormat& format
     case Format::html:
     case Format::rtf:
     case Format::word:
+    case Format::binaryWord:
     case Format::openDocument:
     case Format::none:
         break;
@@ -151,9 +155,11 @@ std::optional<Content> readContent(std::string_view bytes, const FileFormat& for
     case Format::rtf:
         return wrap(readRTF(bytes));
     case Format::word:
-        return readArchive(bytes, OfficeFormat::wordprocessing);
+        return contentOf(readOffice(bytes, OfficeFormat::wordprocessing));
+    case Format::binaryWord:
+        return contentOf(readBinaryWord(bytes));
     case Format::openDocument:
-        return readArchive(bytes, OfficeFormat::openDocumentText);
+        return contentOf(readOffice(bytes, OfficeFormat::openDocumentText));
     case Format::none:
         return std::nullopt;
     case Format::text:
@@ -164,13 +170,6 @@ std::optional<Content> readContent(std::string_view bytes, const FileFormat& for
         break;
     }
     return readText(bytes, format);
-}
-
-std::string joined(const std::vector<std::string>& lines) {
-    std::string text;
-    for (const std::string& line : lines)
-        text += line + '\n';
-    return text;
 }
 
 } // namespace
@@ -188,7 +187,7 @@ std::expected<ContentSummary, SummarizerError> summarizeDocument(const ReadReque
         return std::unexpected(SummarizerError::unreadable(request.path));
     ContentSummary summary;
     summary.kind = ContentSummary::Kind::document;
-    summary.period = DocumentPeriodExtractor::period(joined(content->text.lines), true);
+    summary.period = DocumentPeriodExtractor::period(joinedLines(content->text.lines), true);
     summary.lines = std::move(content->text.lines);
     summary.documentTitle = std::move(content->text.title);
     summary.pageCount = content->pageCount;
