@@ -26,11 +26,11 @@ TEST(LocalReader, AsksTheReaderOfTheRoute) {
     EXPECT_EQ(outcome(Route::quickLook, "xlsx", "Contrat"), "unreadable");
     EXPECT_EQ(outcome(Route::pdf, "pdf", "Contrat"), "unreadable");
     EXPECT_EQ(outcome(Route::image, "png", "Contrat"), "unreadable");
+    EXPECT_EQ(outcome(Route::email, "eml", "Subject: Contrat"), "Contrat");
 }
 
 TEST(LocalReader, RoutesWithoutAReaderAreUnreadable) {
-    const std::vector<std::pair<Route, std::string>> rows{
-        {Route::email, "eml"}, {Route::video, "mp4"}, {Route::audio, "mp3"}};
+    const std::vector<std::pair<Route, std::string>> rows{{Route::video, "mp4"}, {Route::audio, "mp3"}};
     for (const auto& [route, extension] : rows)
         EXPECT_EQ(outcome(route, extension, "Contrat"), "unreadable") << extension;
 }
