@@ -2,7 +2,9 @@
 
 #include "cli/Messages.h"
 #include "cli/Options.h"
+#include "cli/ReadingSession.h"
 #include "cli/Verbs.h"
+#include "services/sandbox/SystemCalls.h"
 
 #include <CLI/CLI.hpp>
 #include <fmt/format.h>
@@ -77,6 +79,11 @@ void addJson(CLI::App& verb, Options& options) {
     verb.add_flag("--json", options.json, "Un objet JSON par ligne, pour les programmes");
 }
 
+void addVerbose(CLI::App& verb, Options& options) {
+    verb.add_flag("-v,--verbose", options.verbose,
+                  "Dit ce qui est en cours et comment les fichiers sont isolés");
+}
+
 void declareVerbs(CLI::App& app, Words& words, Options& options) {
     constexpr const char* filesOrFolders = "Fichiers, ou dossiers (leurs fichiers, sans les sous-dossiers)";
 
@@ -87,12 +94,14 @@ void declareVerbs(CLI::App& app, Words& words, Options& options) {
     addPaths(nameVerb, words, filesOrFolders);
     addNaming(nameVerb, words, options);
     addJson(nameVerb, options);
+    addVerbose(nameVerb, options);
 
     CLI::App& readVerb = verb("read", "Montre ce qui est lu dans chaque fichier");
     addPaths(readVerb, words, filesOrFolders);
     readVerb.add_option("--locale", words.locale, "Langue du mois dans --prompt");
     readVerb.add_flag("--prompt", options.prompt, "Le texte exact qui serait donné au modèle");
     addJson(readVerb, options);
+    addVerbose(readVerb, options);
 
     CLI::App& renameVerb = verb("rename", "Renomme chaque fichier d'après son contenu");
     addPaths(renameVerb, words, filesOrFolders);
@@ -100,6 +109,7 @@ void declareVerbs(CLI::App& app, Words& words, Options& options) {
     renameVerb.add_option("--min-confidence", words.minConfidence,
                           "Laisse les fichiers moins sûrs (de 0 à 1)");
     addJson(renameVerb, options);
+    addVerbose(renameVerb, options);
 
     CLI::App& undoVerb = verb("undo", "Rend à chaque fichier renommé son nom d'avant");
     addPaths(undoVerb, words, filesOrFolders);
@@ -170,13 +180,24 @@ std::optional<std::string> fillIn(Options& options, const Words& words, bool che
     return std::nullopt;
 }
 
-ExitStatus perform(const std::string& verb, const Options& options, std::ostream& out) {
+/// Does what reads files, once it is sure that they stay on this computer and in their jail.
+ExitStatus performReading(const std::string& verb, const Options& options, bool offline, std::ostream& out,
+                          std::ostream& err) {
+    ReadingSession session(options, err);
+    if (!session.begin(offline))
+        return ExitStatus::notAllDone;
     if (verb == "name")
-        return name(options, out);
+        return name(options, session, out);
     if (verb == "read")
-        return read(options, out);
-    if (verb == "rename")
-        return rename(options, out);
+        return read(options, session, out);
+    return rename(options, session, out);
+}
+
+ExitStatus perform(const std::string& verb, const Options& options, std::ostream& out, std::ostream& err) {
+    // Before the first file is touched; what is started later inherits it.
+    const bool offline = sandbox::refuseNetwork();
+    if (verb == "name" || verb == "read" || verb == "rename")
+        return performReading(verb, options, offline, out, err);
     if (verb == "undo")
         return undo(options, out);
     if (verb == "generic")
@@ -221,7 +242,7 @@ int run(int argc, char** argv, std::ostream& out, std::ostream& err) {
         err << "vesto : " << *wrong << '\n';
         return static_cast<int>(ExitStatus::wrongUsage);
     }
-    const ExitStatus status = perform(verb, options, out);
+    const ExitStatus status = perform(verb, options, out, err);
     out.flush();
     if (!out) {
         err << "vesto : la sortie n'a pas pu être écrite.\n";

@@ -1,15 +1,12 @@
 #include "cli/Naming.h"
 
 #include "cli/Messages.h"
-#include "core/extraction/readers/LocalReader.h"
 #include "core/files/FileName.h"
 #include "core/naming/RecordCodec.h"
 #include "core/support/Text.h"
 #include "core/support/Unicode.h"
 
 #include <nlohmann/json.hpp>
-
-#include <memory>
 
 namespace vesto::cli {
 
@@ -52,10 +49,10 @@ Json Naming::record() const {
     return record;
 }
 
-Namer::Namer(const Options& options)
-    : m_eligibility{.genericOnly = options.genericOnly, .notBefore = {}, .includeProcessed = options.again}
-    , m_pipeline(std::make_shared<readers::LocalReader>(), nullptr, options.nameTemplate, options.locale,
-                 NamingPolicy{}) {}
+Namer::Namer(const Options& options, ReadingSession& session)
+    : m_session(session)
+    , m_eligibility{.genericOnly = options.genericOnly, .notBefore = {}, .includeProcessed = options.again}
+    , m_pipeline(session.summarizer(), nullptr, options.nameTemplate, options.locale, NamingPolicy{}) {}
 
 Naming Namer::name(const std::filesystem::path& path) const {
     if (const auto rejection = FileEligibility::check(path, m_eligibility))
@@ -64,6 +61,7 @@ Naming Namer::name(const std::filesystem::path& path) const {
         return {path, PipelineOutcome::Nothing{std::string(text("Le nom de ce fichier n'est pas en UTF-8 : "
                                                                 "Vesto ne le change pas.")),
                                                std::nullopt}};
+    m_session.tellStart(path);
     auto outcome = m_pipeline.run(path);
     if (!outcome)
         return {path, outcome.error()};

@@ -1,5 +1,6 @@
 #pragma once
 #include "cli/Options.h"
+#include "cli/ReadingSession.h"
 #include "core/extraction/SummarizerError.h"
 #include "core/files/FileEligibility.h"
 #include "core/naming/NamingPipeline.h"
@@ -30,11 +31,12 @@ struct Naming {
 /// Names files by the words of the command line, without touching them.
 class Namer {
 public:
-    explicit Namer(const Options& options);
+    Namer(const Options& options, ReadingSession& session);
 
     [[nodiscard]] Naming name(const std::filesystem::path& path) const;
 
 private:
+    ReadingSession& m_session;
     FileEligibility::Options m_eligibility;
     NamingPipeline m_pipeline;
 };

@@ -19,6 +19,7 @@ struct Options {
     bool again = false; // marked files too
     bool json = false;
     bool prompt = false;
+    bool verbose = false; // says what takes its time
     std::optional<double> minConfidence;
 };
 

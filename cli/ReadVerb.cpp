@@ -3,23 +3,22 @@
 #include "cli/Targets.h"
 #include "cli/Verbs.h"
 #include "core/extraction/Summarizer.h"
-#include "core/extraction/readers/LocalReader.h"
 #include "core/naming/RecordCodec.h"
 #include "core/support/Json.h"
 
 #include <nlohmann/json.hpp>
 
-#include <memory>
 #include <ostream>
 
 namespace vesto::cli {
 
-ExitStatus read(const Options& options, std::ostream& out) {
+ExitStatus read(const Options& options, ReadingSession& session, std::ostream& out) {
     const Targets targets = targetsOf(options.paths);
     Report report(options, out);
     report.folders(targets);
-    const Summarizer summarizer({"fr-FR", "en-US"}, std::make_shared<readers::LocalReader>());
+    const Summarizer summarizer = session.summarizer();
     for (const Target& target : targets.files) {
+        session.tellStart(target.path);
         const auto summary = summarizer.summarize(target.path);
         if (!summary) {
             Json record;

@@ -25,6 +25,7 @@ add_compile_definitions(_FILE_OFFSET_BITS=64)
 # A program depends on what it uses, not on all that the package files of its libraries name.
 add_link_options(-Wl,--as-needed)
 if(VESTO_SANITIZE)
+  add_compile_definitions(VESTO_SANITIZED)
   add_compile_options(-fsanitize=${VESTO_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=all)
   add_link_options(-fsanitize=${VESTO_SANITIZE})
 else()

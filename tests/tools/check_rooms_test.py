@@ -36,6 +36,8 @@ class CheckRooms(unittest.TestCase):
             ({"core/naming/A.cpp": "#include <unicode/uchar.h>\n"}, "core/naming/A.cpp:1", "ICU"),
             ({"core/support/Unicode.h": "#include <unicode/uchar.h>\n"}, "core/support/Unicode.h:1", ".cpp"),
             ({"core/support/Json.h": "#include <nlohmann/json.hpp>\n"}, "core/support/Json.h:1", ".cpp"),
+            ({"cli/A.cpp": '#include "core/extraction/readers/B.h"\n', "core/extraction/readers/B.h": empty},
+             "cli/A.cpp:1", "must not"),
             ({"cli/A.cpp": "#include <poppler-document.h>\n"}, "cli/A.cpp:1", "parsing"),
             ({"cli/A.cpp": "#include <poppler/cpp/poppler-document.h>\n"}, "cli/A.cpp:1", "parsing"),
             ({"core/files/A.cpp": "#include <zlib.h>\n"}, "core/files/A.cpp:1", "parsing"),
@@ -78,7 +80,8 @@ class CheckRooms(unittest.TestCase):
             "core/extraction/readers/Zip.cpp": '#include "core/files/B.h"\n#include <zlib.h>\n'
                                                'auto t = R"x(\n#include <regex>\nstd::regex)x";\n',
             "core/extraction/readers/Zip.h": "#pragma once\n",
-            "cli/main.cpp": '#include "core/extraction/readers/Zip.h"\n#include <CLI/CLI.hpp>\n',
+            "cli/main.cpp": '#include "services/client/Remote.h"\n#include <CLI/CLI.hpp>\n',
+            "services/client/Remote.h": "",
             "tests/core/A.cpp": '#include "core/extraction/readers/Zip.h"\n#include <gtest/gtest.h>\n'
                                 "std::filesystem::rename(a, b);\n",
         }

@@ -1,0 +1,145 @@
+#include "services/client/RemoteReader.h"
+
+#include "core/extraction/Summarizer.h"
+#include "core/files/FileName.h"
+#include "services/ipc/Packet.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <array>
+#include <cerrno>
+#include <utility>
+
+namespace vesto {
+namespace {
+
+using std::chrono::milliseconds;
+using std::chrono::steady_clock;
+
+constexpr int mostDeaths = 2;         // of the service with one file
+constexpr int mostIdleDepartures = 3; // of the service just when one file was handed over
+constexpr milliseconds sendTimeout{2000};
+constexpr milliseconds deathTakes{20}; // between the end of a dying service's pipes and of its socket
+
+ipc::Question questionOf(const ReadRequest& request, ipc::Question::About about,
+                         std::vector<std::string> languages) {
+    return {.about = about,
+            .route = request.route,
+            .type = request.type.identifier,
+            .fileName = std::string(lastComponentOf(request.path)),
+            .bestDate = request.bestDate,
+            .recognitionLanguages = std::move(languages)};
+}
+
+SummarizerError errorOf(const std::optional<ipc::Answer>& answer, const ReadRequest& request) {
+    const auto* failure = answer ? std::get_if<ipc::Failure>(&*answer) : nullptr;
+    return failure != nullptr && *failure == ipc::Failure::locked ? SummarizerError::locked(request.path)
+                                                                  : SummarizerError::unreadable(request.path);
+}
+
+/// All that comes out of `pipe` until its other end is closed, as far as it is an answer.
+std::optional<ipc::Answer> answerFrom(int pipe, const std::function<void(ReadingStage)>& onStage,
+                                      steady_clock::time_point end) {
+    ipc::AnswerDecoder decoder(onStage);
+    std::vector<char> buffer(std::size_t{1} << 16);
+    for (;;) {
+        const auto left = std::chrono::ceil<milliseconds>(end - steady_clock::now());
+        if (left.count() <= 0 || !ipc::waitReadable(pipe, left))
+            return std::nullopt;
+        const ssize_t size = ::read(pipe, buffer.data(), buffer.size());
+        if (size < 0 && errno == EINTR)
+            continue;
+        if (size < 0)
+            return std::nullopt;
+        if (size == 0)
+            return decoder.finish();
+        if (!decoder.take({buffer.data(), static_cast<std::size_t>(size)}))
+            return std::nullopt;
+    }
+}
+
+} // namespace
+
+RemoteReader::RemoteReader(Settings settings)
+    : m_settings(std::move(settings))
+    , m_places(static_cast<std::ptrdiff_t>(ipc::readingsAtOnce())) {}
+
+std::expected<ipc::Jail, ReaderStartFailure> RemoteReader::start() {
+    auto service = running();
+    if (!service)
+        return std::unexpected(service.error());
+    return (*service)->jail();
+}
+
+std::optional<pid_t> RemoteReader::process() const {
+    const std::scoped_lock lock(m_mutex);
+    return m_running ? std::optional(m_running->pid()) : std::nullopt;
+}
+
+std::expected<RemoteReader::Running, ReaderStartFailure> RemoteReader::running() {
+    const std::scoped_lock lock(m_mutex);
+    if (m_running && !m_running->isGone(milliseconds(0)))
+        return m_running;
+    m_running.reset();
+    auto started = ReaderProcess::start(m_settings.program, m_settings.arguments);
+    if (started)
+        m_running = *started;
+    return started;
+}
+
+std::optional<ipc::Answer> RemoteReader::askOnce(const ReaderProcess& service, const ReadRequest& request,
+                                                 std::string_view question) const {
+    std::array<int, 2> ends{};
+    if (::pipe2(ends.data(), O_CLOEXEC) != 0)
+        return std::nullopt;
+    const UniqueFd ours(ends[0]);
+    UniqueFd theirs(ends[1]);
+    const std::array handed{request.fd, theirs.get()};
+    const auto end = steady_clock::now() + m_settings.patience(request.route);
+    if (!ipc::sendPacket(service.socket(), question, handed, sendTimeout))
+        return std::nullopt;
+    theirs.reset(); // else the end of the answer would never be seen
+    return answerFrom(ours.get(), request.onStage, end);
+}
+
+std::optional<ipc::Answer> RemoteReader::ask(const ReadRequest& request, const ipc::Question& question) {
+    const std::string bytes = ipc::encode(question);
+    m_places.acquire();
+    struct Place {
+        std::counting_semaphore<>& places;
+        ~Place() { places.release(); }
+    } const place{m_places};
+    int deaths = 0;
+    int departures = 0;
+    while (deaths < mostDeaths && departures < mostIdleDepartures) {
+        const auto service = running();
+        if (!service)
+            return std::nullopt;
+        auto answer = askOnce(**service, request, bytes);
+        if (answer || !(*service)->isGone(deathTakes))
+            return answer;
+        ++((*service)->leftIdle() ? departures : deaths);
+    }
+    return std::nullopt;
+}
+
+std::expected<Reading, SummarizerError> RemoteReader::read(const ReadRequest& request,
+                                                           const SummarizerSettings& settings) {
+    auto answer =
+        ask(request, questionOf(request, ipc::Question::About::summary, settings.image.recognitionLanguages));
+    auto* reading = answer ? std::get_if<Reading>(&*answer) : nullptr;
+    if (reading == nullptr)
+        return std::unexpected(errorOf(answer, request));
+    return std::move(*reading);
+}
+
+std::expected<Preview, SummarizerError> RemoteReader::preview(const ReadRequest& request) {
+    auto answer = ask(request, questionOf(request, ipc::Question::About::preview, {}));
+    auto* preview = answer ? std::get_if<Preview>(&*answer) : nullptr;
+    if (preview == nullptr)
+        return std::unexpected(errorOf(answer, request));
+    return std::move(*preview);
+}
+
+} // namespace vesto

@@ -1,0 +1,33 @@
+#pragma once
+#include "services/ipc/Question.h"
+#include "services/ipc/ReadingLimits.h"
+
+#include <chrono>
+#include <cstddef>
+#include <functional>
+#include <string>
+#include <vector>
+
+/// The fork server: never parses, has one thread, forks a jailed child for each file.
+namespace vesto::reader {
+
+struct ServerSettings {
+    /// Runs in the child, shut in already: reads `file` and writes the answer into `answer`. `warm`: the
+    /// recognition of text has been loaded before the fork.
+    std::function<void(const ipc::Question&, int file, int answer, bool warm)> work;
+    /// Runs in the server: loads the recognition of text for these languages (BCP 47). May start no thread.
+    std::function<void(const std::vector<std::string>& languages)> warmRecognition;
+    std::function<ipc::ReadingLimits(Route)> limits = ipc::limitsOf;
+    std::chrono::milliseconds idle = std::chrono::minutes(5); // after which the server leaves
+    std::size_t readingsAtOnce = ipc::readingsAtOnce();
+};
+
+/// The exit status of a child that met text to recognise while recognition was not loaded: it is loaded then,
+/// and the file read again.
+inline constexpr int coldStatus = 77;
+
+/// Greets, then answers questions until the other side is gone or nothing was asked for a while. Gives the
+/// exit status of the process.
+[[nodiscard]] int serve(int socket, const ServerSettings& settings);
+
+} // namespace vesto::reader
