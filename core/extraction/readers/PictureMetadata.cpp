@@ -138,6 +138,9 @@ std::optional<std::string> commentOf(const Exiv2::XmpData& data) {
     return unicode::repaired(found->toString());
 }
 
+// The library's own signatures ask for std::auto_ptr.
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wdeprecated-declarations"
 std::unique_ptr<Exiv2::Image> imageOf(std::string_view bytes, PictureFormat format) {
     const auto* data = reinterpret_cast<const Exiv2::byte*>(bytes.data());
     Exiv2::BasicIo::AutoPtr io(new Exiv2::MemIo(data, static_cast<long>(bytes.size())));
@@ -157,6 +160,7 @@ std::unique_ptr<Exiv2::Image> imageOf(std::string_view bytes, PictureFormat form
     }
     return nullptr;
 }
+#pragma GCC diagnostic pop
 
 std::optional<int> takeNumber(std::string_view& text, std::size_t digits) {
     if (text.size() < digits)
