@@ -15,9 +15,11 @@ import subprocess
 import sys
 import tempfile
 
+sys.dont_write_bytecode = True
+sys.path.insert(0, os.path.join(os.path.dirname(os.path.abspath(__file__)), "samples"))
+from expected import EXPECTED, LOCKED, NOTHING  # noqa: E402  (found through the path above)
+
 MARKER = "user.com.vesto.processed"
-# These samples are there to be refused: name and error.
-REFUSED = {"scan0003.pdf": "locked"}
 KINDS = {"pdf": "PDF", "document": "document", "spreadsheet": "tableur", "presentation": "présentation",
          "screenshot": "capture", "photo": "photo", "image": "image", "email": "e-mail", "audio": "audio",
          "video": "vidéo", "ebook": "livre"}
@@ -75,7 +77,7 @@ def rename_all(vesto, folder, before):
     """Renames every file and returns {old name: new name}."""
     records, status = ask(vesto, "rename", "--json", *(os.path.join(folder, name) for name in before))
     require(len(records) == len(before), f"{len(records)} réponses pour {len(before)} fichiers")
-    renamed, refused = {}, 0
+    renamed, left = {}, 0
     width = max(map(len, before))
     for record in records:
         old = os.path.basename(record["path"])
@@ -91,10 +93,11 @@ def rename_all(vesto, folder, before):
         else:
             reason = ERRORS.get(record.get("error"), record.get("reason") or record.get("outcome"))
             print(f"  {old:{width}}  –  laissé tel quel : {reason}")
-            require(REFUSED.get(old) == record.get("error"), f"{old} devait recevoir un nom ({reason})")
-            refused += 1
-    require(refused == len(REFUSED), "un fichier protégé a reçu un nom")
-    require(status == (1 if refused else 0), f"état de sortie inattendu : {status}")
+            require(EXPECTED[old] == (record.get("error") or record.get("outcome")), f"{old} devait recevoir un nom ({reason})")
+            left += 1
+    require(left == sum(1 for expected in EXPECTED.values() if expected in (LOCKED, NOTHING)),
+            "un fichier protégé ou vide de texte a reçu un nom")
+    require(status == (1 if left else 0), f"état de sortie inattendu : {status}")
     return renamed
 
 
@@ -141,7 +144,7 @@ def main():
         print(f"\nÉchec : {failure}\nLe dossier reste là pour être examiné : {folder}", file=sys.stderr)
         return 1
     shutil.rmtree(folder)
-    print(f"\n{len(renamed)} fichiers renommés, {len(before) - len(renamed)} laissé tel quel, puis tout annulé.")
+    print(f"\n{len(renamed)} fichiers renommés, {len(before) - len(renamed)} laissés tels quels, puis tout annulé.")
     print("Empreintes SHA-256 comparées : chaque contenu est présent une fois, chaque nom est revenu, rien n'est perdu.")
     return 0
 

@@ -104,6 +104,21 @@ TEXTS = {
         "Association des Amis du Lavoir, le 20 mai 2026",
         "Le rapport moral est adopté à l'unanimité. Le trésorier présente les comptes : 1 240 euros en caisse.",
     ]),
+    "Document2.doc": ("2026-03-18", None, [
+        "# Convention de prêt de matériel",
+        "Entre la commune de Valbrune et le comité des fêtes",
+        "La commune prête douze tables et quarante bancs du 19 au 22 juin 2026.",
+        "Le matériel est rendu propre, au plus tard le lundi à midi.",
+    ]),
+    "Copie de document.doc": ("2026-01-27", "Charte d'accueil des bénévoles", [
+        "# Bienvenue à la bibliothèque",
+        "Chaque bénévole tient une permanence par mois.",
+    ]),
+    "file (2).doc": ("2026-05-29", None, [
+        "# Mode d'emploi de la chaudière",
+        "Vérifier la pression une fois par mois : entre 1 et 1,5 bar.",
+        [["Voyant", "Signification"], ["vert", "marche normale"], ["rouge", "appeler le dépanneur"]],
+    ]),
 }
 
 # Spreadsheets: file name, date, metadata title or None, {sheet: rows}.
@@ -131,6 +146,15 @@ SHEETS = {
     "spreadsheet.ods": ("2026-06-01", "Planning des gardes de juin", {
         "Juin": [["Semaine", "Garde"], ["23", "Mme Lenoir"], ["24", "M. Diallo"]],
     }),
+    "Classeur3.xls": ("2026-02-20", None, {
+        "Stock": [["Stock de la boutique de laine", ""], ["Référence", "Pelotes"], ["Mérinos écru", 24], ["Alpaga gris", 11]],
+    }),
+    "Feuille de calcul sans titre.xls": ("2026-04-09", None, {
+        "Relevé": [["Températures de la serre", ""], ["Jour", "Maximum"], ["Lundi", 27.5], ["Mardi", 31]],
+    }),
+    "export (3).xls": ("2026-06-30", "Kilomètres du premier semestre", {
+        "Trajets": [["Trajet", "km"], ["Valbrune - Ormeval", 34], ["Retour", 34]],
+    }),
 }
 
 # Slides: file name, date, metadata title or None, [(title, [points])].
@@ -157,6 +181,16 @@ SLIDES = {
     "diaporama (1).odp": ("2026-06-19", None, [
         ("Histoire du lavoir de Valbrune", ["Construit en 1862, restauré en 1998"]),
         ("Sources", ["Archives de la commune"]),
+    ]),
+    "Présentation2.ppt": ("2026-03-24", None, [
+        ("Trier ses déchets à Valbrune", ["Réunion publique du 24 mars 2026"]),
+        ("Le bac jaune", ["Emballages, papiers, cartons"]),
+    ]),
+    "slides (2).ppt": ("2026-02-11", None, [
+        ("Bien dormir à tout âge", ["Conférence du docteur Vautrin"]), ("Conseils", ["Pas d'écran après 22 heures"]),
+    ]),
+    "Diaporama 4.ppt": ("2026-05-06", "Projet de halle couverte", [
+        ("Une halle pour le marché", ["Trois emplacements étudiés"]), ("Calendrier", ["Travaux au printemps 2027"]),
     ]),
 }
 
