@@ -63,8 +63,10 @@ Naming Namer::name(const std::filesystem::path& path) const {
                                                std::nullopt}};
     m_session.tellStart(path);
     auto outcome = m_pipeline.run(path);
-    if (!outcome)
+    if (!outcome) {
+        m_session.tellWhetherReaderRuns();
         return {path, outcome.error()};
+    }
     return {path, *std::move(outcome)};
 }
 

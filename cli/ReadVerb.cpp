@@ -21,6 +21,7 @@ ExitStatus read(const Options& options, ReadingSession& session, std::ostream& o
         session.tellStart(target.path);
         const auto summary = summarizer.summarize(target.path);
         if (!summary) {
+            session.tellWhetherReaderRuns();
             Json record;
             record["path"] = target.path.native();
             record["error"] = summary.error().name();

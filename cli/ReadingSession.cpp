@@ -63,6 +63,15 @@ void ReadingSession::tellStart(const std::filesystem::path& path) {
         m_err << shownName(path) << " : " << text("lecture…") << std::endl;
 }
 
+void ReadingSession::tellWhetherReaderRuns() {
+    if (m_toldEnd)
+        return;
+    if (const auto jail = m_reader->start(); !jail) {
+        m_toldEnd = true;
+        m_err << text("Le lecteur isolé ne démarre plus :") << ' ' << messageOf(jail.error()) << std::endl;
+    }
+}
+
 void ReadingSession::tellStage(const std::filesystem::path& path, ReadingStage stage) {
     m_err << shownName(path) << " : " << wordsOf(stage) << std::endl;
 }

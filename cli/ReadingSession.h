@@ -31,6 +31,9 @@ public:
     /// With --verbose: this file's turn has come.
     void tellStart(const std::filesystem::path& path);
 
+    /// After a file that could not be read: says so, once, where the reader itself is what is missing.
+    void tellWhetherReaderRuns();
+
 private:
     void tellStage(const std::filesystem::path& path, ReadingStage stage);
     void tellMissing(const std::vector<std::string>& languages);
@@ -39,6 +42,7 @@ private:
     std::ostream& m_err;
     std::shared_ptr<RemoteReader> m_reader = std::make_shared<RemoteReader>();
     std::set<std::string> m_missing; // languages that were told already
+    bool m_toldEnd = false;
 };
 
 } // namespace vesto::cli

@@ -47,7 +47,8 @@ bool keepsUserAttributes(const fs::path& folder) {
 
 } // namespace
 
-RunResult runVesto(const std::vector<std::string>& words, std::optional<uid_t> user, const char* output) {
+RunResult runVesto(const std::vector<std::string>& words, std::optional<uid_t> user, const char* output,
+                   const std::function<void()>& before) {
     std::string program = VESTO_PROGRAM;
     std::vector<std::string> owned = words;
     std::vector<char*> pointers{program.data()};
@@ -61,6 +62,8 @@ RunResult runVesto(const std::vector<std::string>& words, std::optional<uid_t> u
     const UniqueFd err(::open("/tmp", O_TMPFILE | O_RDWR | O_CLOEXEC, 0600));
     const UniqueFd opened(::open(VESTO_PROGRAM, O_PATH | O_CLOEXEC));
     const pid_t child = ::fork();
+    if (child == 0 && before)
+        before();
     if (child == 0)
         becomeVesto(opened.get(), pointers, out.get(), err.get(), user);
     int status = 0;

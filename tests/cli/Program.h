@@ -2,6 +2,7 @@
 #include <sys/types.h>
 
 #include <filesystem>
+#include <functional>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -17,9 +18,10 @@ struct RunResult {
 };
 
 /// Runs `vesto` with these words and no locale in its environment; as another user and with another standard
-/// output where one is given.
+/// output where one is given; `before` runs in its process ahead of it.
 [[nodiscard]] RunResult runVesto(const std::vector<std::string>& words,
-                                 std::optional<uid_t> user = std::nullopt, const char* output = nullptr);
+                                 std::optional<uid_t> user = std::nullopt, const char* output = nullptr,
+                                 const std::function<void()>& before = {});
 
 /// A folder of its own, on a disk that keeps user attributes; removed at the end.
 class Folder {
