@@ -24,7 +24,10 @@ Result read(const std::string& name, std::string_view bytes, const DocumentSumma
     request.type = TypeRegistry::typeOfExtension(request.path.extension().string().erase(0, 1))
                        .value_or(ContentType{"public.plain-text"});
     request.bestDate = fileDate;
-    return summarizeDocument(request, settings);
+    auto reading = summarizeDocument(request, settings, {});
+    if (!reading)
+        return std::unexpected(reading.error());
+    return std::move(reading)->summary;
 }
 
 TEST(DocumentReader, readsEachFormatByItsExtension) {

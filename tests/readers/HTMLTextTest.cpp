@@ -74,6 +74,36 @@ TEST(HTMLText, leavesOutWhatIsHidden) {
         SCOPED_TRACE(page);
         EXPECT_EQ(htmlText(page).lines, Lines{"vu"});
     }
+    const std::vector<std::string> unseen{
+        // by the rules of a style sheet
+        "<style>/* } */ p { x:y } .a, div.b,#c{display:none}</style>vu<p class='z a'>x<div "
+        "class=b>x</div><span "
+        "id=c>x</span>",
+        "<style>@media print{p{display:none}} .t{font-size:1px} I{opacity:0}</style><p>vu</p><b "
+        "class=t>x</b><i>x</i>",
+        "<style>.a{display:none} .a{display:inline}</style><span class=a>vu</span>",
+        "<style>.a{visibility:hidden}</style><span class=a style='visibility:visible'>vu</span>",
+        "<style media=print>p{display:none}</style><p>vu",
+        // by the colour of the ground
+        "vu<span style='color:#fff'>x<b>y</b></span><font color=white>z</font>",
+        "vu<p style='color: rgb(250, 250,250)'>x</p>",
+        "<style>.w{color:white} .k{background:#000;color:#000001}</style>vu<span class=w>x</span><div "
+        "class=k>x</div>",
+        "<body bgcolor=black text=white>vu<span style='color:#000'>x</span>",
+        "<table bgcolor='#003366'><td><font color='#ffffff'>vu</font><font color='#003366'>x</font></table>",
+        "<div style='background:#036'><span style='color:white'>vu</span></div><p style='color:white'>x",
+    };
+    for (const std::string& page : unseen) {
+        SCOPED_TRACE(page);
+        EXPECT_EQ(htmlText(page).lines, Lines{"vu"});
+    }
+    // What a ground may be that nobody told hides nothing.
+    for (const char* page :
+         {"<link rel=stylesheet href=a><p style='color:white'>vu",
+          "<style>.a .b{background:red}</style><p style='color:#fff'>vu",
+          "<div style='background:url(a) #fff'><p style='color:white'>vu", "<p style='color:inherit'>vu",
+          "<td background=a.gif><font color=white>vu", "<p style='background:#fff'>vu"})
+        EXPECT_EQ(htmlText(page).lines, Lines{"vu"}) << page;
     for (const char* style : {"display:block", "font-size:3pt", "font-size:12px", "left:-2px", "opacity:0.8",
                               "font-size:small", "displaynone", "visibility:visible"})
         EXPECT_EQ(htmlText("<p style='" + std::string(style) + "'>vu").lines, Lines{"vu"}) << style;
@@ -105,10 +135,36 @@ TEST(HTMLText, readsBeyondALongStyleSheet) {
 }
 
 TEST(HTMLText, staysLinearOnHostileText) {
-    for (const char* piece :
-         {"<",       "<a",         "<a ",        "<a b='", "</",    "<!",    "<!--",    "&",
-          "&#",      "&#9",        "&eacut",     "<div>",  "<b>",   "</b>",  "<li>",    "<div hidden>",
-          "<title>", "<textarea>", "<p style='", "<td>",   "</td>", "<svg>", "<a b=c ", "<meta charset="}) {
+    for (const char* piece : {"<",
+                              "<a",
+                              "<a ",
+                              "<a b='",
+                              "</",
+                              "<!",
+                              "<!--",
+                              "&",
+                              "&#",
+                              "&#9",
+                              "&eacut",
+                              "<div>",
+                              "<b>",
+                              "</b>",
+                              "<li>",
+                              "<div hidden>",
+                              "<title>",
+                              "<textarea>",
+                              "<p style='",
+                              "<td>",
+                              "</td>",
+                              "<svg>",
+                              "<a b=c ",
+                              "<meta charset=",
+                              "<font color=red>",
+                              "<style>a{",
+                              "<style>a{color:red}</style>",
+                              "<style>@x{{",
+                              "<style>/*",
+                              "<p class='a a a a a a a a a'>"}) {
         SCOPED_TRACE(piece);
         std::string text;
         for (int i = 0; i < 400; ++i)

@@ -31,11 +31,19 @@ QuickLookSummarizer limited(std::int64_t bytes) {
     return settings;
 }
 
+std::expected<ContentSummary, SummarizerError> summarize(const ReadRequest& request,
+                                                         const QuickLookSummarizer& settings) {
+    auto reading = readers::summarizeQuickLook(request, settings);
+    if (!reading)
+        return std::unexpected(reading.error());
+    return std::move(reading)->summary;
+}
+
 constexpr const char* xlsx = "org.openxmlformats.spreadsheetml.sheet";
 
 TEST(QuickLookReader, FillsTheSummary) {
     const UniqueFd file = temporaryFile(workbook("Comptes"));
-    const auto summary = readers::summarizeQuickLook(requestOf(file, xlsx), {});
+    const auto summary = summarize(requestOf(file, xlsx), {});
     ASSERT_TRUE(summary.has_value());
     EXPECT_EQ(*summary, (ContentSummary{.kind = ContentSummary::Kind::spreadsheet,
                                         .lines = {"7"},
@@ -43,12 +51,11 @@ TEST(QuickLookReader, FillsTheSummary) {
                                         .date = referenceDate,
                                         .formatName = "Excel"}));
     const UniqueFd untitled = temporaryFile(workbook("SANS Titre"));
-    EXPECT_EQ(readers::summarizeQuickLook(requestOf(untitled, xlsx), {})->documentTitle, std::nullopt);
+    EXPECT_EQ(summarize(requestOf(untitled, xlsx), {})->documentTitle, std::nullopt);
 
     const UniqueFd slides =
         temporaryFile(zipArchive({{"content.xml", "<o><draw:page><text:p>a</text:p></draw:page></o>"}}));
-    const auto odp =
-        readers::summarizeQuickLook(requestOf(slides, "org.oasis-open.opendocument.presentation"), {});
+    const auto odp = summarize(requestOf(slides, "org.oasis-open.opendocument.presentation"), {});
     ASSERT_TRUE(odp.has_value());
     EXPECT_EQ(odp->kind, ContentSummary::Kind::presentation);
     EXPECT_EQ(odp->formatName, "OpenDocument");
@@ -62,7 +69,7 @@ TEST(QuickLookReader, BoundsWhatItGives) {
     const UniqueFd file = temporaryFile(
         zipArchive({{"xl/worksheets/sheet1.xml", "<s><row>" + cells + "</row></s>"},
                     {"docProps/core.xml", "<c><dc:title>" + std::string(1'000, 'a') + "</dc:title></c>"}}));
-    const auto summary = readers::summarizeQuickLook(requestOf(file, xlsx), {});
+    const auto summary = summarize(requestOf(file, xlsx), {});
     ASSERT_TRUE(summary.has_value());
     ASSERT_EQ(summary->lines.size(), 1);
     EXPECT_EQ(summary->lines.front().size(), 19'999); // the last of 20,000 is a blank
@@ -82,8 +89,7 @@ TEST(QuickLookReader, SharesOneBudgetAmongOverlappingSlides) {
                          .compressedSize = static_cast<std::uint32_t>(slide.size()),
                          .offset = 0});
     const UniqueFd file = temporaryFile(zipArchive(parts));
-    const auto summary =
-        readers::summarizeQuickLook(requestOf(file, "org.openxmlformats.presentationml.presentation"), {});
+    const auto summary = summarize(requestOf(file, "org.openxmlformats.presentationml.presentation"), {});
     ASSERT_TRUE(summary.has_value());
     EXPECT_EQ(summary->pageCount, 20);
     EXPECT_EQ(summary->lines.size(), 3); // four would be more than 32 MiB
@@ -95,12 +101,12 @@ TEST(QuickLookReader, RefusesWhatItCannotRead) {
     const UniqueFd empty = temporaryFile("");
     const auto unreadable = SummarizerError::unreadable("f.x");
     const auto size = ::lseek(file.get(), 0, SEEK_END);
-    EXPECT_TRUE(readers::summarizeQuickLook(requestOf(file, xlsx), limited(size)).has_value());
-    EXPECT_EQ(readers::summarizeQuickLook(requestOf(file, xlsx), limited(size - 1)).error(), unreadable);
-    EXPECT_EQ(readers::summarizeQuickLook(requestOf(file, "com.apple.keynote.key"), {}).error(), unreadable);
-    EXPECT_EQ(readers::summarizeQuickLook(requestOf(locked, xlsx), {}).error(), unreadable);
-    EXPECT_EQ(readers::summarizeQuickLook(requestOf(empty, xlsx), {}).error(), unreadable);
-    EXPECT_EQ(readers::summarizeQuickLook(requestOf(UniqueFd(), xlsx), {}).error(), unreadable);
+    EXPECT_TRUE(summarize(requestOf(file, xlsx), limited(size)).has_value());
+    EXPECT_EQ(summarize(requestOf(file, xlsx), limited(size - 1)).error(), unreadable);
+    EXPECT_EQ(summarize(requestOf(file, "com.apple.keynote.key"), {}).error(), unreadable);
+    EXPECT_EQ(summarize(requestOf(locked, xlsx), {}).error(), unreadable);
+    EXPECT_EQ(summarize(requestOf(empty, xlsx), {}).error(), unreadable);
+    EXPECT_EQ(summarize(requestOf(UniqueFd(), xlsx), {}).error(), unreadable);
 }
 
 } // namespace

@@ -2,6 +2,7 @@
 
 #include "core/extraction/readers/Ascii.h"
 #include "core/extraction/readers/BinaryOffice.h"
+#include "core/extraction/readers/CarriedPicture.h"
 #include "core/extraction/readers/CharsetDetector.h"
 #include "core/extraction/readers/CompoundFile.h"
 #include "core/extraction/readers/FileBytes.h"
@@ -11,6 +12,7 @@
 #include "core/extraction/readers/PlainTextReader.h"
 #include "core/extraction/readers/RTFText.h"
 #include "core/extraction/readers/SourceText.h"
+#include "core/extraction/readers/WebArchive.h"
 
 #include <algorithm>
 #include <array>
@@ -23,7 +25,20 @@ namespace {
 /// Enough for `maxCharacters` in any charset with a good deal of blanks and licence before them.
 constexpr std::size_t textBytes = 256 * 1024;
 
-enum class Format { text, markdown, json, table, source, html, rtf, word, binaryWord, openDocument, none };
+enum class Format {
+    text,
+    markdown,
+    json,
+    table,
+    source,
+    html,
+    rtf,
+    word,
+    binaryWord,
+    openDocument,
+    webArchive,
+    none
+};
 
 struct FileFormat {
     Format format = Format::text;
@@ -48,7 +63,7 @@ constexpr std::array<ExtensionRow, 11> extensionRows{{
     {" csv ", Format::table, "CSV"},
     {" tsv tab ", Format::table, "TSV"},
     {" rtfd ", Format::none, "RTFD"},
-    {" webarchive ", Format::none, "Webarchive"},
+    {" webarchive ", Format::webArchive, "Webarchive"},
 }};
 
 /// A name without an extension was told by its first bytes.
@@ -138,6 +153,7 @@ std::optional<Content> readText(std::string_view bytes, const FileFormat& format
     case Format::word:
     case Format::binaryWord:
     case Format::openDocument:
+    case Format::webArchive:
     case Format::none:
         break;
     }
@@ -160,6 +176,8 @@ std::optional<Content> readContent(std::string_view bytes, const FileFormat& for
         return contentOf(readBinaryWord(bytes));
     case Format::openDocument:
         return contentOf(readOffice(bytes, OfficeFormat::openDocumentText));
+    case Format::webArchive:
+        return wrap(readWebArchive(bytes));
     case Format::none:
         return std::nullopt;
     case Format::text:
@@ -174,8 +192,9 @@ std::optional<Content> readContent(std::string_view bytes, const FileFormat& for
 
 } // namespace
 
-std::expected<ContentSummary, SummarizerError> summarizeDocument(const ReadRequest& request,
-                                                                 const DocumentSummarizer& settings) {
+std::expected<Reading, SummarizerError> summarizeDocument(const ReadRequest& request,
+                                                          const DocumentSummarizer& settings,
+                                                          const ImageSummarizer& recognition) {
     const std::optional<FileBytes> file = FileBytes::map(
         request.fd, static_cast<std::uint64_t>(std::max<std::int64_t>(settings.maxFileBytes, 0)));
     if (!file)
@@ -183,17 +202,24 @@ std::expected<ContentSummary, SummarizerError> summarizeDocument(const ReadReque
     FileFormat format = formatOf(request);
     format.format = actualFormat(format.format, format.name.value_or(""), file->view());
     std::optional<Content> content = readContent(file->view(), format);
-    if (!content || file->wasTruncated())
+    if (!content)
         return std::unexpected(SummarizerError::unreadable(request.path));
-    ContentSummary summary;
+    Reading reading;
+    ContentSummary& summary = reading.summary;
     summary.kind = ContentSummary::Kind::document;
-    summary.period = DocumentPeriodExtractor::period(joinedLines(content->text.lines), true);
     summary.lines = std::move(content->text.lines);
+    const bool isPackage = format.format == Format::word || format.format == Format::openDocument;
+    if (summary.lines.empty() && isPackage)
+        readCarriedPicture(file->view(), {}, recognition, request, reading);
+    // A month in words may be misread.
+    summary.period = DocumentPeriodExtractor::period(joinedLines(summary.lines), !summary.textFromOCR);
     summary.documentTitle = std::move(content->text.title);
     summary.pageCount = content->pageCount;
     summary.date = content->text.date ? content->text.date : request.bestDate;
     summary.formatName = std::move(format.name);
-    return summary;
+    if (file->wasTruncated())
+        return std::unexpected(SummarizerError::unreadable(request.path));
+    return reading;
 }
 
 } // namespace vesto::readers

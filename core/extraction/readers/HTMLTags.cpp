@@ -126,56 +126,6 @@ Tag declaration(std::string_view text) {
     return {.size = end == text.npos ? text.size() : end + 1};
 }
 
-/// A length such as «-9999px» or «1.5pt» in points; nothing for what is no number.
-std::optional<double> pointsOf(std::string_view value) {
-    const bool isNegative = value.starts_with('-');
-    double number = 0, scale = 1;
-    std::size_t i = isNegative ? 1 : 0;
-    const std::size_t begin = i;
-    bool inFraction = false;
-    for (; i < value.size() && i < 20 && (ascii::isDigit(value[i]) || value[i] == '.'); ++i) {
-        if (value[i] == '.') {
-            inFraction = true;
-            continue;
-        }
-        number = number * 10 + (value[i] - '0');
-        scale *= inFraction ? 10 : 1;
-    }
-    if (i == begin)
-        return std::nullopt;
-    const std::string_view unit = value.substr(i);
-    double points = number / scale;
-    if (unit.starts_with("px"))
-        points *= 0.75;
-    else if (unit.starts_with("em") || unit.starts_with("rem"))
-        points *= 12;
-    else if (unit.starts_with('%'))
-        points *= 0.12;
-    return isNegative ? -points : points;
-}
-
-bool declarationHides(std::string_view property, std::string_view value) {
-    const auto isBelow = [value](double limit) {
-        const std::optional<double> points = pointsOf(value);
-        return points && *points < limit;
-    };
-    if (property == "display")
-        return value.starts_with("none");
-    if (property == "visibility")
-        return value.starts_with("hidden") || value.starts_with("collapse");
-    if (property == "mso-hide")
-        return value.starts_with("all");
-    if (property == "color")
-        return value.starts_with("transparent");
-    if (property == "opacity")
-        return isBelow(0.05);
-    if (property == "font-size")
-        return isBelow(2);
-    if (property == "left" || property == "top" || property == "text-indent" || property == "margin-left")
-        return isBelow(-700);
-    return false;
-}
-
 } // namespace
 
 TagTraits traitsOf(std::string_view name) {
@@ -215,21 +165,6 @@ std::optional<std::string_view> attribute(std::string_view attributes, std::stri
         if (ascii::equalsIgnoringCase(next->name, name))
             return next->value;
     return std::nullopt;
-}
-
-bool styleHides(std::string_view style) {
-    while (!style.empty()) {
-        const std::size_t end = std::min(style.find(';'), style.size());
-        const std::string_view declaration = style.substr(0, end);
-        style.remove_prefix(std::min(end + 1, style.size()));
-        const std::size_t colon = declaration.find(':');
-        if (colon == declaration.npos)
-            continue;
-        if (declarationHides(ascii::lowered(ascii::trimmed(declaration.substr(0, colon))),
-                             ascii::lowered(ascii::trimmed(declaration.substr(colon + 1)))))
-            return true;
-    }
-    return false;
 }
 
 } // namespace vesto::readers

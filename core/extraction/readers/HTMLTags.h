@@ -48,7 +48,4 @@ struct Tag {
 /// The value of the attribute `name`, empty where it has none; nothing where it is missing.
 [[nodiscard]] std::optional<std::string_view> attribute(std::string_view attributes, std::string_view name);
 
-/// Whether a style attribute keeps its element from being seen.
-[[nodiscard]] bool styleHides(std::string_view style);
-
 } // namespace vesto::readers

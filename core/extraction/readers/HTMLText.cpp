@@ -3,6 +3,7 @@
 #include "core/extraction/readers/Ascii.h"
 #include "core/extraction/readers/CharsetDetector.h"
 #include "core/extraction/readers/HTMLEntities.h"
+#include "core/extraction/readers/HTMLStyles.h"
 #include "core/extraction/readers/HTMLTags.h"
 #include "core/extraction/readers/LineCollector.h"
 #include "core/support/Unicode.h"
@@ -17,12 +18,16 @@ namespace {
 constexpr std::size_t firstBytes = 1 << 20; // most pages say enough in them
 constexpr std::size_t maxDepth = 256;       // open elements that matter
 constexpr std::size_t maxLineBytes = 4 * maxCharacters;
+constexpr std::size_t maxStyleBytes = 4 << 20;
 
 class HTMLScanner {
 public:
-    explicit HTMLScanner(std::string_view text)
+    explicit HTMLScanner(std::string_view text, std::string_view styles = {})
         : m_text(text)
-        , m_isXML(text.starts_with("<?xml")) {}
+        , m_isXML(text.starts_with("<?xml"))
+        , m_knowsLinks(!styles.empty()) {
+        m_styles.add(styles.substr(0, maxStyleBytes));
+    }
 
     DocumentText run() {
         while (m_offset < m_text.size() && !m_lines.full())
@@ -36,10 +41,17 @@ public:
     [[nodiscard]] bool full() const { return m_lines.full(); }
 
 private:
+    /// What a text is written in and on. A text whose colour nobody stated can be seen.
+    struct Colors {
+        StyleColor text = {};
+        StyleColor ground = {true, 255, 255, 255};
+    };
+
     struct OpenElement {
         std::string_view name;
         TagTraits traits;
         bool hides = false;
+        Colors around = {};
     };
 
     void step() {
@@ -71,7 +83,7 @@ private:
     [[nodiscard]] bool isHidden() const { return m_hiding > 0 || m_overflow > 0; }
 
     void show(char32_t scalar) {
-        if (isHidden())
+        if (isHidden() || m_isUnseen)
             return;
         if (scalar == '\n' && m_keepingLines > 0) {
             breakLine();
@@ -104,22 +116,30 @@ private:
             m_blank = true;
         if (ascii::equalsIgnoringCase(tag.name, "meta"))
             readMeta(tag.attributes);
-        if (traits.isVoid || traits.isTransparent)
+        else if (ascii::equalsIgnoringCase(tag.name, "link"))
+            readLink(tag.attributes);
+        if (traits.isVoid)
             return;
+        if (traits.isTransparent) {
+            setColors(effectOn(tag));
+            return;
+        }
         const bool isEmpty = tag.closesItself && (m_isXML || m_drawings > 0);
         if (traits.isRaw) {
             if (!isEmpty)
-                skipRaw(tag.name);
+                skipRaw(tag);
             return;
         }
         closeImplied(traits);
         if (isEmpty)
             return;
-        const bool hides = traits.hides || isHiddenByAttributes(tag);
-        // Inline elements matter only where they hide, or stand in what is hidden and may be of the same
-        // name.
-        if (hides || isBox(traits) || isHidden())
-            push({tag.name, traits, hides});
+        const StyleEffect effect = effectOn(tag);
+        const bool hides = traits.hides || effect.hides() || isHiddenByAttributes(tag);
+        const bool colors = (effect.color || effect.background) && m_open.size() < maxDepth;
+        // Inline elements matter only where they hide or colour, or stand in what is hidden and may be of the
+        // same name.
+        if (hides || isBox(traits) || isHidden() || colors)
+            push({tag.name, traits, hides, m_colors}, effect);
     }
 
     void endTag(const Tag& tag) {
@@ -153,27 +173,56 @@ private:
     static bool isBox(const TagTraits& traits) { return traits.isBlock || (traits.roles & tableCell) != 0; }
 
     static bool isHiddenByAttributes(const Tag& tag) {
-        if (attribute(tag.attributes, "hidden"))
-            return true;
-        if (ascii::equalsIgnoringCase(tag.name, "dialog") && !attribute(tag.attributes, "open"))
-            return true;
-        const std::optional<std::string_view> style = attribute(tag.attributes, "style");
-        return style && styleHides(decodeEntities(*style));
+        return attribute(tag.attributes, "hidden").has_value() ||
+               (ascii::equalsIgnoringCase(tag.name, "dialog") && !attribute(tag.attributes, "open"));
     }
 
-    void push(OpenElement element) {
+    /// What its attributes and the page's rules do to an element.
+    [[nodiscard]] StyleEffect effectOn(const Tag& tag) const {
+        const auto value = [&](std::string_view name) {
+            return attribute(tag.attributes, name).value_or(std::string_view());
+        };
+        StyleEffect effect;
+        if (!m_styles.empty())
+            effect = m_styles.effectOn(tag.name, value("class"), value("id"));
+        if (tag.attributes.empty())
+            return effect;
+        if (const std::string_view ground = value("bgcolor"); !ground.empty())
+            effect.background = styleColor(ground);
+        const bool isFont = ascii::equalsIgnoringCase(tag.name, "font");
+        if (const std::string_view color = isFont ? value("color") : value("text"); !color.empty())
+            effect.color = styleColor(color);
+        if (!value("background").empty()) // a picture
+            effect.background = StyleColor();
+        if (const std::string_view style = value("style"); !style.empty())
+            effect.override(effectOfStyle(decodeEntities(style)));
+        return effect;
+    }
+
+    void setColors(const StyleEffect& effect) {
+        if (effect.color)
+            m_colors.text = *effect.color;
+        if (effect.background)
+            m_colors.ground = *effect.background;
+        m_isUnseen = m_colors.text.isLike(m_colors.ground);
+    }
+
+    void push(const OpenElement& element, const StyleEffect& effect) {
         if (m_open.size() >= maxDepth) {
             ++m_overflow;
             return;
         }
         count(element, 1);
         m_open.push_back(element);
+        setColors(effect);
     }
 
     void closeFrom(std::size_t index) {
         while (m_open.size() > index) {
             count(m_open.back(), -1);
+            m_colors = m_open.back().around;
             m_open.pop_back();
+            setColors({});
         }
     }
 
@@ -218,7 +267,8 @@ private:
 
     /// Jumps behind the content of a script, a style sheet or a title; behind everything where nothing ends
     /// it, but a title without an end is passed over.
-    void skipRaw(std::string_view name) {
+    void skipRaw(const Tag& tag) {
+        const std::string_view name = tag.name;
         const bool isTitle = ascii::equalsIgnoringCase(name, "title");
         if (isTitle && (m_noTitleEnds || m_drawings > 0))
             return;
@@ -230,7 +280,32 @@ private:
         const std::string_view content = m_text.substr(m_offset, end == m_text.npos ? 0 : end - m_offset);
         if (isTitle && !m_title && !isHidden())
             m_title = usableTitle(decodeEntities(content.substr(0, maxLineBytes)));
+        if (ascii::equalsIgnoringCase(name, "style"))
+            readStyles(tag, content);
         m_offset = std::min(end, m_text.size());
+    }
+
+    void readStyles(const Tag& tag, std::string_view css) {
+        const std::string_view media = attribute(tag.attributes, "media").value_or("all");
+        if (ascii::findIgnoringCase(media, "all") == media.npos &&
+            ascii::findIgnoringCase(media, "screen") == media.npos)
+            return;
+        m_styles.add(css.substr(0, maxStyleBytes - std::min(maxStyleBytes, m_styleBytes)));
+        m_styleBytes += css.size();
+        if (m_styles.mayPaintMore())
+            forgetGround();
+    }
+
+    /// Another style sheet may paint what is written on.
+    void readLink(std::string_view attributes) {
+        const std::string_view relation = attribute(attributes, "rel").value_or(std::string_view());
+        if (!m_knowsLinks && ascii::findIgnoringCase(relation, "stylesheet") != relation.npos)
+            forgetGround();
+    }
+
+    void forgetGround() {
+        m_colors.ground = StyleColor();
+        setColors({});
     }
 
     void readMeta(std::string_view attributes) {
@@ -249,6 +324,7 @@ private:
     std::string_view m_text;
     std::size_t m_offset = 0;
     bool m_isXML;
+    bool m_knowsLinks; // the style sheets that it links to
     bool m_noTitleEnds = false;
 
     std::string m_line;
@@ -257,6 +333,11 @@ private:
     LineCollector m_navigation;
     std::optional<std::string> m_title;
     std::optional<Instant> m_date;
+
+    StyleSheet m_styles;
+    std::size_t m_styleBytes = 0;
+    Colors m_colors;
+    bool m_isUnseen = false; // the text has the colour of its ground
 
     std::vector<OpenElement> m_open;
     std::size_t m_overflow = 0; // elements beyond maxDepth; what stands in them is left out
@@ -292,13 +373,13 @@ DocumentText htmlText(std::string_view text) {
     return HTMLScanner(text).run();
 }
 
-std::optional<DocumentText> readHTML(std::string_view bytes) {
+std::optional<DocumentText> readHTML(std::string_view bytes, std::string_view styles) {
     for (const std::size_t limit : {firstBytes, bytes.size()}) {
         const std::string_view part = wholeSequences(bytes, limit);
         const std::optional<std::string> text = decodeText(part, declaredCharset(bytes));
         if (!text)
             return std::nullopt;
-        HTMLScanner scanner(*text);
+        HTMLScanner scanner(*text, styles);
         DocumentText document = scanner.run();
         if (scanner.full() || limit >= bytes.size())
             return document;

@@ -26,9 +26,9 @@ Outcome dispatch(const ReadRequest& request, const SummarizerSettings& settings)
     case Route::pdf:
         return readingOf(summarizePDF(request, settings.pdf));
     case Route::quickLook:
-        return readingOf(summarizeQuickLook(request, settings.quickLook));
+        return summarizeQuickLook(request, settings.quickLook);
     case Route::document:
-        return readingOf(summarizeDocument(request, settings.document));
+        return summarizeDocument(request, settings.document, settings.image);
     case Route::video:
         return summarizeVideo(request, settings.video);
     case Route::audio:

@@ -22,9 +22,9 @@ public:
         const auto id = attributes.find("Id");
         const auto target = attributes.find("Target");
         if (id.has_value() && target.has_value())
-            all.insert_or_assign(
-                std::string(*id),
-                Relationship{std::string(attributes.find("Type").value_or("")), resolved(*target)});
+            all.insert_or_assign(std::string(*id),
+                                 Relationship{std::string(attributes.find("Type").value_or("")),
+                                              memberInFolder(m_folder, *target)});
     }
     void characters(std::string_view) override {}
     void end(std::string_view) override {}
@@ -32,24 +32,6 @@ public:
     Relationships all;
 
 private:
-    [[nodiscard]] std::string resolved(std::string_view target) const {
-        if (target.starts_with('/'))
-            return std::string(target.substr(1));
-        std::string_view folder = m_folder;
-        while (true) {
-            if (target.starts_with("./")) {
-                target.remove_prefix(2);
-            } else if (target.starts_with("../") && !folder.empty()) {
-                target.remove_prefix(3);
-                folder.remove_suffix(1);
-                folder = folder.substr(0, folder.rfind('/') + 1);
-            } else {
-                break;
-            }
-        }
-        return std::string(folder) + std::string(target);
-    }
-
     std::string m_folder; // with its slash at the end; empty for the package
 };
 
@@ -84,6 +66,23 @@ std::optional<ZipMember> OfficePackage::part(std::string_view name) {
         return std::nullopt;
     m_budget -= cost;
     return m_reader.data(name);
+}
+
+std::string memberInFolder(std::string_view folder, std::string_view target) {
+    if (target.starts_with('/'))
+        return std::string(target.substr(1));
+    while (true) {
+        if (target.starts_with("./")) {
+            target.remove_prefix(2);
+        } else if (target.starts_with("../") && !folder.empty()) {
+            target.remove_prefix(3);
+            folder.remove_suffix(1);
+            folder = folder.substr(0, folder.rfind('/') + 1);
+        } else {
+            break;
+        }
+    }
+    return std::string(folder) + std::string(target);
 }
 
 Relationships relationshipsOf(OfficePackage& package, std::string_view source) {

@@ -39,6 +39,10 @@ struct Relationship {
 };
 using Relationships = std::map<std::string, Relationship, std::less<>>; // by id
 
+/// The name of the part that `target` means in `folder`, which ends with a slash or is empty for the package:
+/// «../a.xml» in «b/c/» is «b/a.xml».
+[[nodiscard]] std::string memberInFolder(std::string_view folder, std::string_view target);
+
 /// The relationships of the part `source`; of the package itself where it is empty.
 [[nodiscard]] Relationships relationshipsOf(OfficePackage& package, std::string_view source);
 

@@ -1,9 +1,18 @@
 #include "core/extraction/readers/QuickLookReader.h"
 
+#include "core/extraction/readers/Ascii.h"
+#include "core/extraction/readers/BinaryOffice.h"
+#include "core/extraction/readers/CarriedPicture.h"
+#include "core/extraction/readers/CharsetDetector.h"
+#include "core/extraction/readers/CompoundFile.h"
 #include "core/extraction/readers/DocumentText.h"
+#include "core/extraction/readers/EPUBReader.h"
 #include "core/extraction/readers/FileBytes.h"
+#include "core/extraction/readers/HTMLText.h"
+#include "core/extraction/readers/IWorkReader.h"
 #include "core/extraction/readers/LineCollector.h"
 #include "core/extraction/readers/OfficeReader.h"
+#include "core/extraction/readers/PlainTextReader.h"
 #include "core/support/Unicode.h"
 
 #include <array>
@@ -15,12 +24,31 @@
 namespace vesto::readers {
 namespace {
 
-std::optional<OfficeFormat> formatOf(const ContentType& type) {
-    static constexpr std::array<std::pair<std::string_view, OfficeFormat>, 4> formats{{
-        {"org.openxmlformats.spreadsheetml.sheet", OfficeFormat::spreadsheet},
-        {"org.openxmlformats.presentationml.presentation", OfficeFormat::presentation},
-        {"org.oasis-open.opendocument.spreadsheet", OfficeFormat::openDocumentSpreadsheet},
-        {"org.oasis-open.opendocument.presentation", OfficeFormat::openDocumentPresentation},
+enum class Format {
+    workbook,
+    oldWorkbook,
+    slides,
+    openDocumentSheets,
+    openDocumentSlides,
+    keynote,
+    numbers,
+    pages,
+    epub
+};
+
+std::optional<Format> formatOf(const ContentType& type) {
+    static constexpr std::array<std::pair<std::string_view, Format>, 11> formats{{
+        {"org.openxmlformats.spreadsheetml.sheet", Format::workbook},
+        {"com.microsoft.excel.xls", Format::oldWorkbook},
+        {"org.openxmlformats.presentationml.presentation", Format::slides},
+        {"com.microsoft.powerpoint.ppt", Format::slides},
+        {"org.oasis-open.opendocument.spreadsheet", Format::openDocumentSheets},
+        {"org.oasis-open.opendocument.presentation", Format::openDocumentSlides},
+        {"com.apple.keynote.key", Format::keynote},
+        {"com.apple.iwork.keynote.sffkey", Format::keynote},
+        {"com.apple.iwork.numbers.sffnumbers", Format::numbers},
+        {"com.apple.iwork.pages.sffpages", Format::pages},
+        {"org.idpf.epub-container", Format::epub},
     }};
     for (const auto& [identifier, format] : formats) {
         if (type.identifier == identifier)
@@ -29,37 +57,97 @@ std::optional<OfficeFormat> formatOf(const ContentType& type) {
     return std::nullopt;
 }
 
-// What a program writes where nobody gave a title.
-bool isNoTitle(std::string_view title) {
-    return unicode::caseFolded(title) == "sans titre";
+struct Content {
+    OfficeText text = {};
+    std::string author = {}; // of a book
+    std::string cover = {};  // a member of the archive
+};
+
+std::optional<Content> contentOf(std::optional<OfficeText> text) {
+    return text ? std::optional(Content{.text = std::move(*text)}) : std::nullopt;
+}
+
+/// Web pages offer tables under the extension of a workbook that are none.
+std::optional<Content> readTableText(std::string_view bytes) {
+    constexpr std::size_t enough = 1024 * 1024;
+    const std::string_view start = ascii::trimmed(bytes.substr(0, 1024));
+    std::optional<DocumentText> text;
+    if (start.starts_with("<?xml"))
+        return std::nullopt;
+    if (start.starts_with('<'))
+        text = readHTML(bytes);
+    else if (const auto decoded = decodeText(wholeSequences(bytes, enough)); decoded && !decoded->empty())
+        text = delimitedText(*decoded);
+    if (!text)
+        return std::nullopt;
+    return Content{
+        .text = {.title = text->title, .lines = std::move(text->lines), .date = text->date, .pageCount = {}}};
+}
+
+/// A program may have saved one format under another's extension.
+std::optional<Content> readContent(std::string_view bytes, Format format) {
+    const bool isBinary = CompoundFile::isOne(bytes);
+    switch (format) {
+    case Format::oldWorkbook:
+        if (!isBinary && !bytes.starts_with("PK"))
+            return readTableText(bytes);
+        [[fallthrough]];
+    case Format::workbook:
+        if (isBinary)
+            return contentOf(readBinaryWorkbook(bytes));
+        return contentOf(readOffice(bytes, OfficeFormat::spreadsheet));
+    case Format::slides:
+        return contentOf(isBinary ? readBinarySlides(bytes) : readOffice(bytes, OfficeFormat::presentation));
+    case Format::openDocumentSheets:
+        return contentOf(readOffice(bytes, OfficeFormat::openDocumentSpreadsheet));
+    case Format::openDocumentSlides:
+        return contentOf(readOffice(bytes, OfficeFormat::openDocumentPresentation));
+    case Format::keynote:
+        return contentOf(readIWork(bytes, IWorkFormat::keynote));
+    case Format::numbers:
+        return contentOf(readIWork(bytes, IWorkFormat::numbers));
+    case Format::pages:
+        return contentOf(readIWork(bytes, IWorkFormat::pages));
+    case Format::epub:
+        if (std::optional<EPUBContent> book = readEPUB(bytes))
+            return Content{std::move(book->text), std::move(book->author), std::move(book->cover)};
+        return std::nullopt;
+    }
+    std::unreachable();
 }
 
 } // namespace
 
-std::expected<ContentSummary, SummarizerError> summarizeQuickLook(const ReadRequest& request,
-                                                                  const QuickLookSummarizer& settings) {
+std::expected<Reading, SummarizerError> summarizeQuickLook(const ReadRequest& request,
+                                                           const QuickLookSummarizer& settings) {
     const auto unreadable = std::unexpected(SummarizerError::unreadable(request.path));
-    const std::optional<OfficeFormat> format = formatOf(request.type);
+    const std::optional<Format> format = formatOf(request.type);
     if (!format.has_value() || settings.maxFileSize < 0)
         return unreadable;
     const auto file = FileBytes::map(request.fd, static_cast<std::uint64_t>(settings.maxFileSize));
     if (!file.has_value())
         return unreadable;
-    std::optional<OfficeText> text = readOffice(file->view(), *format);
-    if (!text.has_value() || file->wasTruncated())
+    std::optional<Content> content = readContent(file->view(), *format);
+    if (!content.has_value())
         return unreadable;
-    ContentSummary summary;
+    Reading reading;
+    ContentSummary& summary = reading.summary;
     std::tie(summary.kind, summary.formatName) = kindAndFormat(request.type);
+    summary.documentTitle = usableTitle(content->text.title.value_or(""));
     LineCollector lines;
-    for (const std::string& line : text->lines)
+    // Who wrote a book says something only beside its title.
+    if (summary.documentTitle && !content->author.empty())
+        lines.add("Auteur : " + content->author);
+    for (const std::string& line : content->text.lines)
         lines.add(line);
     summary.lines = lines.take();
-    const std::string title = titleLine(text->title.value_or(""));
-    if (!title.empty() && !isNoTitle(title))
-        summary.documentTitle = title;
-    summary.pageCount = text->pageCount;
-    summary.date = text->date.has_value() ? text->date : request.bestDate;
-    return summary;
+    if (content->text.lines.empty())
+        readCarriedPicture(file->view(), content->cover, settings.ocr, request, reading);
+    summary.pageCount = content->text.pageCount;
+    summary.date = content->text.date.has_value() ? content->text.date : request.bestDate;
+    if (file->wasTruncated())
+        return unreadable;
+    return reading;
 }
 
 } // namespace vesto::readers
