@@ -43,7 +43,10 @@ TEST(OfficeReader, ReadsWhatIsSeenOfWordDocuments) {
         "<w:styles><w:style w:styleId='H'><w:rPr><w:vanish/></w:rPr></w:style>"
         "<w:style w:styleId='H2'><w:basedOn w:val='H'/></w:style>"
         "<w:style w:styleId='S'><w:basedOn w:val='H'/><w:rPr><w:vanish w:val='0'/></w:rPr></w:style>"
-        "<w:style w:styleId='L'><w:basedOn w:val='L'/></w:style></w:styles>";
+        "<w:style w:styleId='L'><w:basedOn w:val='L'/></w:style>"
+        "<w:style w:styleId='W'><w:rPr><w:color w:val='FFFFFF'/></w:rPr></w:style>"
+        "<w:style w:styleId='G'><w:basedOn w:val='W'/><w:rPr><w:shd "
+        "w:val='solid'/></w:rPr></w:style></w:styles>";
     const auto code = [](const std::string& text) {
         return "<w:r><w:instrText>" + text + "</w:instrText></w:r>";
     };
@@ -107,6 +110,25 @@ TEST(OfficeReader, ReadsWhatIsSeenOfWordDocuments) {
         {"hard hyphens",
          "<w:p><w:r><w:t>peut</w:t><w:noBreakHyphen/><w:t>être</w:t></w:r></w:p>",
          {"peut-être"}},
+        {"white text",
+         "<w:p>" + run("x", "<w:color w:val='FFFFFF'/>") +
+             run("a", "<w:color w:val='FEFEFE'/><w:shd w:val='clear' w:fill='1F497D'/>") +
+             run("b", "<w:color w:val='ffffff'/><w:highlight w:val='black'/>") +
+             run("c", "<w:color w:val='auto'/>") + run("x", "<w:rStyle w:val='W'/>") +
+             run("d", "<w:rStyle w:val='G'/>") +
+             "</w:p><w:p><w:pPr><w:pStyle "
+             "w:val='W'/></w:pPr>" +
+             run("x") + run("e", "<w:color w:val='000000'/>") + "</w:p>",
+         {"abcd", "e"}},
+        {"white text on a painted paragraph, in a painted table, in a box",
+         "<w:p><w:pPr><w:shd w:val='clear' w:fill='000000'/></w:pPr>" +
+             run("a", "<w:color w:val='FFFFFF'/>") +
+             "</w:p><w:tbl><w:tr><w:tc><w:tcPr><w:shd w:val='clear' w:fill='000080'/></w:tcPr><w:p>" +
+             run("b", "<w:color w:val='FFFFFF'/>") + "</w:p></w:tc></w:tr></w:tbl><w:tbl><w:p>" +
+             run("x", "<w:color w:val='FFFFFF'/>") + "</w:p></w:tbl><w:p><w:r><w:txbxContent><w:p>" +
+             run("c", "<w:color w:val='FFFFFF'/>") + "</w:p></w:txbxContent></w:r>" +
+             run("x", "<w:color w:val='FFFFFF'/>") + "</w:p>",
+         {"a", "b", "c"}},
         {"phonetic guides",
          "<w:p><w:ruby><w:rt>" + run("kan") + "</w:rt><w:rubyBase>" + run("漢") +
              "</w:rubyBase></w:ruby></w:p>",
@@ -189,6 +211,16 @@ TEST(OfficeReader, ReadsTheFirstSheetThatIsShown) {
          "Type='x/worksheet' Target='worksheets/other.xml'/><Relationship Id='r3' Type='x/chartsheet' "
          "Target='chartsheets/sheet1.xml'/></r>"});
     EXPECT_EQ(linesOf(parts, OfficeFormat::spreadsheet), (Lines{"Revenu 4", "a", "Graphe", "Budget"}));
+    parts.push_back(
+        {"xl/styles.xml",
+         "<s><fonts><font><sz val='11'/></font><font><color rgb='FFFFFFFF'/></font><font><sz val='1'/>"
+         "</font></fonts><fills><fill><patternFill patternType='none'/></fill><fill><patternFill "
+         "patternType='solid'/></fill></fills><cellStyleXfs><xf fontId='1'/></cellStyleXfs><cellXfs><xf "
+         "fontId='0'/><xf fontId='1' fillId='0'/><xf fontId='1' fillId='1'/><xf fontId='2'/></cellXfs></s>"});
+    parts[1].content =
+        "<worksheet><sheetData><row><c s='1'><v>x</v></c><c s='2'><v>painted</v></c><c s='3'><v>x</v></c>"
+        "<c s='99'><v>7</v></c></row></sheetData></worksheet>";
+    EXPECT_EQ(linesOf(parts, OfficeFormat::spreadsheet).front(), "painted 7") << "white and tiny cells";
     parts[1].content = "<worksheet/>";
     EXPECT_EQ(linesOf(parts, OfficeFormat::spreadsheet), Lines{}) << "no sheet names without rows";
 }
@@ -200,6 +232,14 @@ TEST(OfficeReader, ReadsWhatIsSeenOfOpenDocuments) {
         "<style:style style:family='text' style:name='T1' style:parent-style-name='H'/>"
         "<style:style style:family='text' style:name='T2' style:parent-style-name='H'><style:text-properties "
         "text:display='true'/></style:style>"
+        "<style:style style:family='text' style:name='W'><style:text-properties "
+        "fo:color='#ffffff'/></style:style>"
+        "<style:style style:family='text' style:name='WG' style:parent-style-name='W'><style:text-properties "
+        "fo:background-color='#000080'/></style:style>"
+        "<style:style style:family='paragraph' style:name='PG'><style:paragraph-properties "
+        "fo:background-color='#000080'/></style:style>"
+        "<style:style style:family='table-cell' style:name='C'><style:table-cell-properties "
+        "fo:background-color='#000080'/></style:style>"
         "<style:style style:family='paragraph' style:name='P1'><style:text-properties "
         "fo:font-size='1.5pt'/></style:style>"
         "<style:style style:family='drawing-page' style:name='dp'><style:drawing-page-properties "
@@ -223,6 +263,16 @@ TEST(OfficeReader, ReadsWhatIsSeenOfOpenDocuments) {
          "<text:p>a<text:span text:style-name='T1'>x</text:span><text:span "
          "text:style-name='T2'>b</text:span></text:p><text:p text:style-name='P1'>x</text:p>",
          {"ab"}},
+        {"white text",
+         text,
+         "<text:p>a<text:span text:style-name='W'>x</text:span><text:span "
+         "text:style-name='WG'>b</text:span></text:p>"
+         "<text:p text:style-name='PG'><text:span "
+         "text:style-name='W'>c</text:span></text:p><table:table-cell "
+         "table:style-name='C'><text:p><text:span "
+         "text:style-name='W'>d</text:span></text:p></table:table-cell>"
+         "<text:p><text:span text:style-name='W'>x</text:span></text:p>",
+         {"ab", "c", "d"}},
         {"hidden fields",
          text,
          "<text:p>a<text:hidden-text "

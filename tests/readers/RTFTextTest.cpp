@@ -14,6 +14,25 @@ namespace {
 
 using Lines = std::vector<std::string>;
 
+TEST(RTFText, LeavesOutWhiteTextAndTablesOfContents) {
+    const std::string colors = R"({\colortbl;\red255\green255\blue255;\red0\green0\blue128;})";
+    const std::vector<std::string> bodies{
+        R"(vu{\cf1 x})",
+        R"(vu\cf1 x\plain\par)",
+        R"({\cf1\highlight2 vu}{\cf2})",
+        R"(\pard\cbpat2{\cf1 vu}\par\pard{\cf1 x})",
+        R"(\trowd\clcbpat2\cellx9\pard\intbl{\cf1 vu}\cell\row\pard{\cf1 x})",
+        R"({\field{\*\fldinst { TOC \\o }}{\fldrslt {Objet\tab 1\par {\field{\*\fldinst PAGEREF a}{\fldrslt 2}}\par}}}vu)",
+        R"({\field{\*\fldinst HYPERLINK "TOC"}{\fldrslt vu}})",
+    };
+    for (const std::string& body : bodies) {
+        SCOPED_TRACE(body);
+        const auto text = readRTF("{\\rtf1" + colors + body + "}");
+        ASSERT_TRUE(text);
+        EXPECT_EQ(text->lines, std::vector<std::string>{"vu"});
+    }
+}
+
 TEST(RTFText, readsTheBody) {
     struct Row {
         std::string body; // after {\rtf1 and a blank

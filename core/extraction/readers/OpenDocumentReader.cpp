@@ -1,4 +1,5 @@
 #include "core/extraction/readers/ElementFilter.h"
+#include "core/extraction/readers/HTMLStyles.h"
 #include "core/extraction/readers/HiddenColumns.h"
 #include "core/extraction/readers/OfficePackage.h"
 
@@ -37,14 +38,18 @@ public:
         if (name == "style:style") {
             m_style =
                 key(attributes.find("style:family").value_or(""), attributes.find("style:name").value_or(""));
-            if (contains(attributes.find("style:family").value_or(""),
-                         attributes.find("style:parent-style-name").value_or("")))
-                m_hidden.insert(m_style);
+            const std::string parent = key(attributes.find("style:family").value_or(""),
+                                           attributes.find("style:parent-style-name").value_or(""));
+            for (std::set<std::string>* const inherited : {&m_hidden, &m_white, &m_grounds})
+                if (inherited->contains(parent))
+                    inherited->insert(m_style);
         } else if (!m_style.empty() && isHiding(attributes)) {
             m_hidden.insert(m_style);
         } else if (!m_style.empty() && name == "style:text-properties" && attributes.find("text:display")) {
             m_hidden.erase(m_style);
         }
+        if (!m_style.empty() && name.ends_with("-properties"))
+            enterColors(attributes);
     }
 
     void leave(std::string_view name) {
@@ -56,10 +61,30 @@ public:
         return !m_hidden.empty() && m_hidden.contains(key(family, style));
     }
 
+    // Whether text of the style is white, or stands on a colour.
+    [[nodiscard]] bool isWhite(std::string_view family, std::string_view style) const {
+        return !m_white.empty() && m_white.contains(key(family, style));
+    }
+    [[nodiscard]] bool hasGround(std::string_view family, std::string_view style) const {
+        return !m_grounds.empty() && m_grounds.contains(key(family, style));
+    }
+
 private:
     static std::string key(std::string_view family, std::string_view style) {
         return std::string(family) + '/' + std::string(style);
     }
+
+    void enterColors(const XMLAttributes& attributes) {
+        const auto set = [&](std::set<std::string>& styles, bool contained) {
+            contained ? styles.insert(m_style).second : styles.erase(m_style) > 0;
+        };
+        if (const auto color = attributes.find("fo:color"))
+            set(m_white, styleColor(*color).isLike(white));
+        if (const auto ground = attributes.find("fo:background-color"))
+            set(m_grounds, *ground != "transparent" && !styleColor(*ground).isLike(white));
+    }
+
+    static constexpr StyleColor white{true, 255, 255, 255};
 
     static bool isHiding(const XMLAttributes& attributes) {
         return attributes.has("text:display", "none") || attributes.has("table:display", "false") ||
@@ -77,6 +102,7 @@ private:
 
     std::string m_style; // that is open
     std::set<std::string> m_hidden;
+    std::set<std::string> m_white, m_grounds;
 };
 
 class StyleReader final : public XMLHandler {
@@ -102,6 +128,7 @@ public:
         , m_styles(std::move(styles)) {}
 
     std::int64_t slides = 0; // seen so far, hidden ones included
+    bool seesColors = true;  // what a slide paints behind its text is not known
 
 protected:
     Verdict enter(std::string_view name, const XMLAttributes& attributes) override {
@@ -111,8 +138,9 @@ protected:
             m_styles.enter(name, attributes);
         if (name == "draw:page")
             ++slides;
-        if (isHidden(name, attributes))
+        if (isHidden(name, attributes) || isUnseen(name, attributes))
             return Verdict::skip;
+        enterGround(name, attributes);
         if (isParagraph(name)) {
             m_hiddenParagraphs.push_back(false);
         } else if (name == "draw:text-box") {
@@ -131,6 +159,8 @@ protected:
         else if (name == "draw:text-box")
             closeBox();
         m_styles.leave(name);
+        if (!m_grounds.empty() && depth() + 1 == m_grounds.back())
+            m_grounds.pop_back();
         ParagraphFilter::leave(name);
     }
 
@@ -165,8 +195,36 @@ protected:
     }
 
 private:
+    // White text on white paper. What a frame or a shape paints is not known either.
+    [[nodiscard]] bool isUnseen(std::string_view name, const XMLAttributes& attributes) const {
+        const bool isText = isParagraph(name) || name == "text:span" || name == "table:table-cell";
+        if (!isText || !seesColors || !m_grounds.empty())
+            return false;
+        const std::string_view family = familyOf(name);
+        const std::string_view style =
+            attributes.find(family == "table-cell" ? "table:style-name" : "text:style-name").value_or("");
+        return m_styles.isWhite(family, style) && !m_styles.hasGround(family, style);
+    }
+
+    void enterGround(std::string_view name, const XMLAttributes& attributes) {
+        const bool isTable = name.starts_with("table:");
+        const std::string_view style =
+            attributes.find(isTable ? "table:style-name" : "text:style-name").value_or("");
+        if (name.starts_with("draw:") || m_styles.hasGround(familyOf(name), style))
+            m_grounds.push_back(depth());
+    }
+
+    static std::string_view familyOf(std::string_view name) {
+        if (isParagraph(name))
+            return "paragraph";
+        if (name == "text:span")
+            return "text";
+        return name.starts_with("table:") ? name.substr(6) : std::string_view("section");
+    }
+
     HiddenStyles m_styles;
     std::vector<bool> m_hiddenParagraphs; // for each open paragraph
+    std::vector<int> m_grounds;           // depths of the open elements that may paint behind their text
 };
 
 // Sheets: a line for each row of the first one that is shown, the paragraphs of its cells with a space
@@ -265,6 +323,7 @@ std::optional<OfficeText> readOpenDocument(OfficePackage& package, OfficeFormat 
         return result;
     }
     TextFilter filter(collector, std::move(styles));
+    filter.seesColors = format == OfficeFormat::openDocumentText;
     if (!parseXML(content->view(), filter))
         return std::nullopt;
     result.lines = ParagraphFilter::tidied(collector.out, true);

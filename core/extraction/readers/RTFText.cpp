@@ -20,7 +20,9 @@ constexpr std::size_t maxDepth = 1000; // groups; deeper ones are skipped
 constexpr std::size_t maxLineBytes = 4 * maxCharacters;
 constexpr std::size_t maxTitleBytes = 4096;
 constexpr std::size_t maxFonts = 4096;
+constexpr std::size_t maxColors = 4096;
 constexpr int smallestHalfPoints = 4; // smaller text is not to be seen
+constexpr int leastWhite = 240;       // of each part of a colour
 
 struct ControlWord {
     std::string_view name;
@@ -28,7 +30,7 @@ struct ControlWord {
 };
 
 /// What the words of a group go to.
-enum class Destination { body, skipped, fontTable, info, title, creationTime };
+enum class Destination { body, skipped, fontTable, colorTable, fieldCode, info, title, creationTime };
 
 struct State {
     Destination destination = Destination::body;
@@ -37,16 +39,20 @@ struct State {
     bool isHidden = false;
     bool isDeleted = false;
     bool isTiny = false;
+    bool isWhite = false;            // the text,
+    bool hasGround = false;          // on a colour of its own
+    bool hasParagraphGround = false; // or of its paragraph
+    bool isInTable = false;
 };
 
 /// Words that begin what is not part of the running text.
 bool beginsSkipped(std::string_view word) {
-    static constexpr std::array<std::string_view, 37> words{
-        "annotation", "atnauthor", "atnid",     "bkmkend", "bkmkstart", "colortbl", "datafield", "do",
-        "filetbl",    "fldinst",   "footer",    "footerf", "footerl",   "footerr",  "footnote",  "ftncn",
-        "ftnsep",     "ftnsepc",   "generator", "header",  "headerf",   "headerl",  "headerr",   "listtext",
-        "nonshppict", "objdata",   "pict",      "pntext",  "private",   "rxe",      "shprslt",   "stylesheet",
-        "tc",         "tcn",       "template",  "txe",     "xe"};
+    static constexpr std::array<std::string_view, 35> words{
+        "annotation", "atnauthor",  "atnid",     "bkmkend", "bkmkstart", "datafield", "do",
+        "filetbl",    "footer",     "footerf",   "footerl", "footerr",   "footnote",  "ftncn",
+        "ftnsep",     "ftnsepc",    "generator", "header",  "headerf",   "headerl",   "headerr",
+        "listtext",   "nonshppict", "objdata",   "pict",    "pntext",    "private",   "rxe",
+        "shprslt",    "stylesheet", "tc",        "tcn",     "template",  "txe",       "xe"};
     return std::ranges::binary_search(words, word);
 }
 
@@ -209,10 +215,10 @@ private:
         }
         if (takeFallback())
             return;
-        const bool isIgnorable = std::exchange(m_isIgnorable, false);
+        const bool isIgnorable = std::exchange(m_isIgnorable, false) && name != "fldinst";
         if (m_tooDeep > 0 || m_state.destination == Destination::skipped)
             return;
-        if (isIgnorable || beginsSkipped(name)) {
+        if (isIgnorable || beginsSkipped(name) || (name == "fldrslt" && isTableOfContents())) {
             flush();
             m_state.destination = Destination::skipped;
         } else if (name == "u") {
@@ -231,6 +237,10 @@ private:
         const bool inInfo = destination == Destination::info;
         if (name == "fonttbl")
             destination = Destination::fontTable;
+        else if (name == "colortbl")
+            destination = Destination::colorTable;
+        else if (name == "fldinst")
+            destination = Destination::fieldCode;
         else if (name == "info")
             destination = Destination::info;
         else if (inInfo && name == "title")
@@ -241,8 +251,13 @@ private:
             return false;
         flush();
         m_state.destination = destination;
+        if (destination == Destination::fieldCode)
+            m_fieldCode.clear();
         return true;
     }
+
+    /// Whether the field whose code was read last makes one.
+    [[nodiscard]] bool isTableOfContents() const { return ascii::trimmed(m_fieldCode).starts_with("TOC"); }
 
     /// Words that change how the following characters look or are read.
     bool characterWord(std::string_view name, std::optional<int> number) {
@@ -253,6 +268,10 @@ private:
             m_state.isDeleted = isOn;
         else if (name == "fs")
             m_state.isTiny = number.value_or(24) < smallestHalfPoints;
+        else if (name == "cf")
+            m_state.isWhite = isWhite(number.value_or(0));
+        else if (name == "highlight" || name == "cb" || name == "chcbpat" || name == "chshdng")
+            m_state.hasGround = number.value_or(0) != 0;
         else if (name == "uc")
             m_state.fallbackLength = std::clamp(number.value_or(1), 0, 16);
         else if (name == "plain")
@@ -260,15 +279,37 @@ private:
         else if (name == "f")
             setFont(number.value_or(0), false);
         else
+            return tableWord(name, number);
+        return true;
+    }
+
+    /// Words of paragraphs and rows that say what text stands on.
+    bool tableWord(std::string_view name, std::optional<int> number) {
+        if (name == "pard")
+            m_state.hasParagraphGround = m_state.isInTable = false;
+        else if (name == "cbpat" || name == "shading")
+            m_state.hasParagraphGround = number.value_or(0) != 0;
+        else if (name == "intbl")
+            m_state.isInTable = true;
+        else if (name == "trowd")
+            m_rowHasGround = false;
+        else if (name == "clcbpat" || name == "clshdng")
+            m_rowHasGround = m_rowHasGround || number.value_or(0) != 0;
+        else
             return false;
         return true;
+    }
+
+    [[nodiscard]] bool isWhite(int color) const {
+        return color >= 0 && static_cast<std::size_t>(color) < m_whiteColors.size() &&
+               m_whiteColors[static_cast<std::size_t>(color)];
     }
 
     void setFont(int font, bool isPlain) {
         flush();
         m_state.font = font;
         if (isPlain)
-            m_state.isHidden = m_state.isTiny = false;
+            m_state.isHidden = m_state.isTiny = m_state.isWhite = m_state.hasGround = false;
     }
 
     void documentWord(std::string_view name, std::optional<int> number) {
@@ -279,6 +320,9 @@ private:
                 m_fontCharsets.try_emplace(m_state.font, charsetOfFont(value));
             else if (name == "cpg" && hasRoom)
                 m_fontCharsets[m_state.font] = charsetOfCodePage(value);
+        } else if (m_state.destination == Destination::colorTable) {
+            if (name == "red" || name == "green" || name == "blue")
+                m_whiteParts += value >= leastWhite ? 1 : 0;
         } else if (m_state.destination == Destination::creationTime) {
             dateWord(name, value);
         } else if (name == "ansicpg") {
@@ -316,6 +360,9 @@ private:
     [[nodiscard]] bool isShown() const {
         if (m_tooDeep > 0 || m_state.isHidden || m_state.isDeleted || m_state.isTiny)
             return false;
+        if (m_state.isWhite && !m_state.hasGround && !m_state.hasParagraphGround &&
+            !(m_state.isInTable && m_rowHasGround))
+            return false;
         return m_state.destination == Destination::body ||
                (m_state.destination == Destination::title && m_title.size() < maxTitleBytes);
     }
@@ -330,12 +377,26 @@ private:
     void endFallback() { m_fallback = 0; }
 
     void byte(char c) {
-        if (takeFallback() || !isShown())
+        if (takeFallback())
             return;
+        if (!isShown()) {
+            unshownByte(c);
+            return;
+        }
         m_pending += c;
         m_pendingIsASCII = m_pendingIsASCII && static_cast<unsigned char>(c) < 0x80;
         if (m_pending.size() > maxLineBytes)
             flush();
+    }
+
+    /// What tables and codes consist of.
+    void unshownByte(char c) {
+        constexpr std::size_t enough = 32;
+        if (m_state.destination == Destination::fieldCode && m_fieldCode.size() < enough)
+            m_fieldCode += c;
+        if (m_state.destination != Destination::colorTable || c != ';' || m_whiteColors.size() >= maxColors)
+            return;
+        m_whiteColors.push_back(std::exchange(m_whiteParts, 0) == 3);
     }
 
     void hexByte() {
@@ -425,6 +486,10 @@ private:
     std::string m_charset = "windows-1252";
     int m_defaultFont = 0;
     std::unordered_map<int, std::string> m_fontCharsets;
+    std::vector<bool> m_whiteColors; // by number
+    int m_whiteParts = 0;            // of the colour that is being read
+    bool m_rowHasGround = false;     // some cell of the table's row has a colour
+    std::string m_fieldCode;         // its first letters
 
     std::string m_pending; // bytes of the charset in force
     bool m_pendingIsASCII = true;

@@ -28,6 +28,23 @@ bool isHiding(std::string_view name, const XMLAttributes& attributes) {
     return size < smallestVisibleSize;
 }
 
+// Whether six digits, as «FFFFFF», are white or nearly so.
+bool isWhite(std::string_view color) {
+    constexpr unsigned leastWhite = 0xF0; // of each part
+    unsigned value = 0;
+    const auto [stop, error] = std::from_chars(color.data(), color.data() + color.size(), value, 16);
+    return color.size() == 6 && error == std::errc() && stop == color.data() + color.size() &&
+           value >> 16U >= leastWhite && (value >> 8U & 0xFFU) >= leastWhite && (value & 0xFFU) >= leastWhite;
+}
+
+// Whether a "w:shd" or "w:highlight" paints anything but white behind a text.
+bool paintsGround(const XMLAttributes& attributes) {
+    const std::string_view value = attributes.find("w:val").value_or("");
+    const std::string_view fill = attributes.find("w:fill").value_or("auto");
+    const bool isPlain = value == "clear" || value == "nil" || value == "none";
+    return !isPlain || (fill != "auto" && !isWhite(fill));
+}
+
 // The styles that hide what is written in them, by their own or by what they are based on.
 class StyleCollector : public XMLHandler {
 public:
@@ -40,6 +57,10 @@ public:
             m_hidden.insert(m_style);
         } else if (!m_style.empty() && name == "w:vanish") {
             m_shown.insert(m_style);
+        } else if (!m_style.empty() && name == "w:color") {
+            m_colors.insert_or_assign(m_style, isWhite(attributes.find("w:val").value_or("")));
+        } else if (!m_style.empty() && name == "w:shd" && paintsGround(attributes)) {
+            m_grounds.insert(m_style);
         }
     }
     void characters(std::string_view) override {}
@@ -49,7 +70,6 @@ public:
     }
 
     [[nodiscard]] bool isHidden(std::string_view style) const {
-        constexpr int maxSteps = 11; // as many levels as the format allows; a loop ends as well
         for (int step = 0; step < maxSteps; ++step) {
             if (m_hidden.contains(style))
                 return true;
@@ -61,8 +81,38 @@ public:
         return false;
     }
 
+    // Whether text of the style is white; nothing where it says no colour.
+    [[nodiscard]] std::optional<bool> isWhiteText(std::string_view style) const {
+        for (int step = 0; step < maxSteps; ++step) {
+            if (const auto color = m_colors.find(style); color != m_colors.end())
+                return color->second;
+            const auto base = m_bases.find(style);
+            if (base == m_bases.end())
+                break;
+            style = base->second;
+        }
+        return std::nullopt;
+    }
+
+    // Whether the style or one that it is based on paints behind its text.
+    [[nodiscard]] bool hasGround(std::string_view style) const {
+        for (int step = 0; step < maxSteps; ++step) {
+            if (m_grounds.contains(style))
+                return true;
+            const auto base = m_bases.find(style);
+            if (base == m_bases.end())
+                return false;
+            style = base->second;
+        }
+        return false;
+    }
+
 private:
-    std::string m_style; // that is open
+    static constexpr int maxSteps = 11; // as many levels as the format allows; a loop ends as well
+
+    std::string m_style;                               // that is open
+    std::map<std::string, bool, std::less<>> m_colors; // white or not
+    std::set<std::string, std::less<>> m_grounds;
     std::map<std::string, std::string, std::less<>> m_bases;
     std::set<std::string, std::less<>> m_hidden;
     std::set<std::string, std::less<>> m_shown;
@@ -90,26 +140,61 @@ private:
         if (name == "w:del" || name == "w:moveFrom" || name == "w:rt" || name == "mc:Fallback")
             return Verdict::skip;
         if (m_paragraphProperties != 0) {
-            if (name == "w:pStyle" && !m_hiddenParagraphs.empty())
-                m_hiddenParagraphs.back() = m_styles.isHidden(attributes.find("w:val").value_or(""));
+            enterParagraphProperty(name, attributes);
             return Verdict::skip; // tab stops are not tabs
         }
         if (name == "w:p") {
             m_hiddenParagraphs.push_back(false);
+            m_isWhiteParagraph = m_paragraphHasGround = false;
         } else if (name == "w:pPr") {
             m_paragraphProperties = depth();
         } else if (name == "w:r") {
             m_runs.push_back(depth());
+            m_isWhiteRun.reset();
+            m_runHasGround = false;
         } else if (name == "w:rPr") {
             m_runProperties = depth();
         } else if (isRunProperty()) {
             if (isHiding(name, attributes) ||
                 (name == "w:rStyle" && m_styles.isHidden(attributes.find("w:val").value_or(""))))
                 hideUntilEndOf(m_runs.back());
+            else
+                enterRunColor(name, attributes);
         } else {
             return enterRest(name, attributes);
         }
         return Verdict::show;
+    }
+
+    void enterParagraphProperty(std::string_view name, const XMLAttributes& attributes) {
+        const std::string_view value = attributes.find("w:val").value_or("");
+        if (name == "w:pStyle" && !m_hiddenParagraphs.empty()) {
+            m_hiddenParagraphs.back() = m_styles.isHidden(value);
+            m_isWhiteParagraph = m_styles.isWhiteText(value).value_or(false);
+            m_paragraphHasGround = m_paragraphHasGround || m_styles.hasGround(value);
+        } else if (name == "w:shd") {
+            m_paragraphHasGround = m_paragraphHasGround || paintsGround(attributes);
+        }
+    }
+
+    void enterRunColor(std::string_view name, const XMLAttributes& attributes) {
+        const std::string_view value = attributes.find("w:val").value_or("");
+        if (name == "w:color")
+            m_isWhiteRun = isWhite(value);
+        else if (name == "w:shd" || name == "w:highlight")
+            m_runHasGround = m_runHasGround || paintsGround(attributes);
+        else if (name == "w:rStyle") {
+            m_isWhiteRun = m_styles.isWhiteText(value);
+            m_runHasGround = m_runHasGround || m_styles.hasGround(value);
+        }
+    }
+
+    // White text is seen only on what is painted behind it; what a table's style or a box paints is not
+    // known.
+    [[nodiscard]] bool isUnseen() const {
+        return m_isWhiteRun.value_or(m_isWhiteParagraph) && !m_runHasGround && !m_paragraphHasGround &&
+               !m_pageHasGround && m_boxes == 0 &&
+               std::find(m_tables.begin(), m_tables.end(), true) == m_tables.end();
     }
 
     Verdict enterRest(std::string_view name, const XMLAttributes& attributes) {
@@ -126,8 +211,16 @@ private:
                 hideUntilEndOf(m_controls.back());
         } else if (name == "w:txbxContent") {
             openBox();
+            ++m_boxes;
         } else if (name == "w:noBreakHyphen" && collector().depth >= 1 && !isMuted()) {
             collector().current += '-';
+        } else if (name == "w:tbl") {
+            m_tables.push_back(false);
+        } else if (!m_tables.empty() &&
+                   (name == "w:tblStyle" || (name == "w:shd" && paintsGround(attributes)))) {
+            m_tables.back() = true;
+        } else if (name == "w:background") {
+            m_pageHasGround = !isWhite(attributes.find("w:color").value_or("FFFFFF"));
         }
         return Verdict::show;
     }
@@ -162,9 +255,12 @@ private:
             m_inCode = false;
         else if (name == "w:sdt" && !m_controls.empty())
             m_controls.pop_back();
-        else if (name == "w:txbxContent")
+        else if (name == "w:tbl" && !m_tables.empty())
+            m_tables.pop_back();
+        else if (name == "w:txbxContent") {
             closeBox();
-        else if (name == "w:p")
+            --m_boxes;
+        } else if (name == "w:p")
             leaveParagraph();
         ParagraphFilter::leave(name);
     }
@@ -181,7 +277,7 @@ private:
         constexpr std::size_t enough = 32; // bytes of a code that are kept
         if (m_inCode && m_fieldsBeyond == 0 && !m_fields.empty() && m_fields.back().code.size() < enough)
             m_fields.back().code += text.substr(0, enough);
-        if (!isMuted())
+        if (!isMuted() && !isUnseen())
             ParagraphFilter::text(text);
     }
 
@@ -200,8 +296,14 @@ private:
     int m_runProperties = 0;       // of the open "w:rPr", or 0
     bool m_inCode = false;
     std::vector<bool> m_hiddenParagraphs; // for each open paragraph
-    std::vector<int> m_runs;              // depths of the open runs
-    std::vector<int> m_controls;          // and content controls
+    std::optional<bool> m_isWhiteRun;     // nothing where it says no colour
+    bool m_runHasGround = false;
+    bool m_isWhiteParagraph = false, m_paragraphHasGround = false;
+    bool m_pageHasGround = false;
+    std::vector<bool> m_tables;  // for each open table whether it may be painted
+    int m_boxes = 0;             // open ones
+    std::vector<int> m_runs;     // depths of the open runs
+    std::vector<int> m_controls; // and content controls
     std::vector<Field> m_fields;
     std::size_t m_fieldsBeyond =
         0; // open fields inside the innermost of `maxFields`; nothing is kept of them

@@ -37,10 +37,70 @@ std::string_view withoutPrefix(std::string_view name) {
 }
 
 // Leaves out hidden rows and columns and phonetic guides, and ends with the cells.
+// Which formats of cells hide what is in them: white on nothing, or less than two points high.
+class CellFormats final : public XMLHandler {
+public:
+    void start(std::string_view name, const XMLAttributes& attributes) override {
+        name = withoutPrefix(name);
+        const auto number = [&](std::string_view key) { return numberOf(attributes.find(key), 0); };
+        if (name == "fonts" || name == "fills" || name == "cellXfs") {
+            m_list = name;
+        } else if (m_list == "fonts") {
+            enterFont(name, attributes);
+        } else if (m_list == "fills") {
+            if (name == "fill")
+                m_isPainted.push_back(false);
+            else if (name == "patternFill" && !m_isPainted.empty())
+                m_isPainted.back() = attributes.find("patternType").value_or("none") != "none";
+            else if (name == "gradientFill" && !m_isPainted.empty())
+                m_isPainted.back() = true;
+        } else if (m_list == "cellXfs" && name == "xf") {
+            m_hides.push_back(at(m_isTiny, number("fontId")) ||
+                              (at(m_isWhite, number("fontId")) && !at(m_isPainted, number("fillId"))));
+        }
+    }
+    void characters(std::string_view) override {}
+    void end(std::string_view name) override {
+        if (withoutPrefix(name) == m_list)
+            m_list.clear();
+    }
+
+    [[nodiscard]] bool hides(std::int64_t format) const { return at(m_hides, format); }
+
+private:
+    static bool at(const std::vector<bool>& list, std::int64_t index) {
+        return index >= 0 && std::cmp_less(index, list.size()) && list[static_cast<std::size_t>(index)];
+    }
+
+    void enterFont(std::string_view name, const XMLAttributes& attributes) {
+        constexpr double smallestPoints = 2;
+        if (name == "font") {
+            m_isWhite.push_back(false);
+            m_isTiny.push_back(false);
+        } else if (m_isWhite.empty()) {
+            return;
+        } else if (name == "color") {
+            m_isWhite.back() = attributes.has("rgb", "FFFFFFFF") ||
+                               (attributes.has("theme", "0") && !attributes.find("tint"));
+        } else if (name == "sz") {
+            const std::string_view text = attributes.find("val").value_or("");
+            double size = smallestPoints;
+            std::from_chars(text.data(), text.data() + text.size(), size);
+            m_isTiny.back() = size < smallestPoints;
+        }
+    }
+
+    std::string m_list;                    // that is open
+    std::vector<bool> m_isWhite, m_isTiny; // of each font
+    std::vector<bool> m_isPainted;         // of each fill
+    std::vector<bool> m_hides;             // of each format
+};
+
 class SheetFilter final : public ElementFilter {
 public:
-    explicit SheetFilter(XMLText::SheetCollector& collector)
-        : ElementFilter(collector) {}
+    SheetFilter(XMLText::SheetCollector& collector, const CellFormats& formats)
+        : ElementFilter(collector)
+        , m_formats(formats) {}
 
 private:
     Verdict enter(std::string_view prefixed, const XMLAttributes& attributes) override {
@@ -53,7 +113,8 @@ private:
             ++m_column;
             if (const auto reference = attributes.find("r"))
                 m_column = columnOf(*reference).value_or(m_column);
-            return m_hidden.contains(m_column) ? Verdict::skip : Verdict::show;
+            const bool hides = m_formats.hides(numberOf(attributes.find("s"), 0));
+            return hides || m_hidden.contains(m_column) ? Verdict::skip : Verdict::show;
         }
         if (name == "col" && isOn(attributes.find("hidden"), false))
             m_hidden.add(numberOf(attributes.find("min"), 0), numberOf(attributes.find("max"), -1));
@@ -69,6 +130,7 @@ private:
         return withoutPrefix(name);
     }
 
+    const CellFormats& m_formats;
     HiddenColumns m_hidden;
     std::int64_t m_column = 0; // of the cell that was opened last
 };
@@ -141,7 +203,10 @@ std::optional<OfficeText> readWorkbook(OfficePackage& package) {
     if (!sheet.has_value())
         return std::nullopt;
     XMLText::SheetCollector collector(sharedStrings(package), maxSheetRows);
-    SheetFilter filter(collector);
+    CellFormats formats;
+    if (const auto styles = package.part("xl/styles.xml"))
+        parseXML(styles->view(), formats);
+    SheetFilter filter(collector, formats);
     if (!parseXML(sheet->view(), filter))
         return std::nullopt;
     OfficeText result;
