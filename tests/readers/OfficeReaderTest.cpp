@@ -189,6 +189,48 @@ TEST(OfficeReader, ReadsSlidesInTheirOrder) {
     EXPECT_EQ(linesOf({{"ppt/slides/slide1.xml", hidden}}, OfficeFormat::presentation), Lines{"yes"});
 }
 
+TEST(OfficeReader, LeavesOutWhiteTextOnWhiteSlides) {
+    const auto text = [](const std::string& color, const std::string& fill = "") {
+        return "<p:sp><p:spPr><a:ln><a:solidFill><a:srgbClr val='000000'/></a:solidFill></a:ln>" + fill +
+               "</p:spPr><p:txBody><a:p><a:r><a:rPr><a:solidFill>" + color +
+               "</a:solidFill></a:rPr><a:t>t</a:t></a:r>"
+               "</a:p></p:txBody></p:sp>";
+    };
+    const std::string white = "<a:srgbClr val='FFFFFF'/>", theme = "<a:schemeClr val='bg1'/>",
+                      blue = "<a:srgbClr val='000080'/>", painted = "<a:solidFill>" + blue + "</a:solidFill>";
+    const std::string plain =
+        "<p:sldMaster><p:bg><p:bgRef idx='1001'>" + theme + "</p:bgRef></p:bg></p:sldMaster>";
+    const std::string dark = "<p:sldMaster><p:bg><p:bgPr>" + painted + "</p:bgPr></p:bg></p:sldMaster>";
+    struct Row {
+        std::string slide, master;
+        std::size_t lines;
+    };
+    const std::vector<Row> rows{
+        {text(blue), plain, 1},
+        {text(white), plain, 0},
+        {text(theme) + text(blue), plain, 1},
+        {text(white), dark, 1},
+        {text(white, painted), plain, 1},
+        {text(blue, painted) + text(white), plain, 2}, // perhaps above the painted one
+        {"<p:pic><a:blip/></p:pic>" + text(white), plain, 1},
+        {"<p:bg>" + painted + "</p:bg>" + text(white), plain, 1},
+    };
+    for (const Row& row : rows) {
+        SCOPED_TRACE(row.slide);
+        EXPECT_EQ(
+            linesOf({{"ppt/slides/slide1.xml", "<p:sld>" + row.slide + "</p:sld>"},
+                     {"ppt/slides/_rels/slide1.xml.rels",
+                      "<r><Relationship Id='1' Type='x/slideLayout' Target='../slideLayouts/l.xml'/></r>"},
+                     {"ppt/slideLayouts/l.xml", "<p:sldLayout/>"},
+                     {"ppt/slideLayouts/_rels/l.xml.rels",
+                      "<r><Relationship Id='1' Type='x/slideMaster' Target='../slideMasters/m.xml'/></r>"},
+                     {"ppt/slideMasters/m.xml", row.master}},
+                    OfficeFormat::presentation)
+                .size(),
+            row.lines);
+    }
+}
+
 TEST(OfficeReader, ReadsTheFirstSheetThatIsShown) {
     const std::string sheet =
         "<worksheet><cols><col min='2' max='3' hidden='1'/></cols><sheetData>"

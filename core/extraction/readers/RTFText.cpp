@@ -3,12 +3,12 @@
 #include "core/extraction/readers/Ascii.h"
 #include "core/extraction/readers/LineCollector.h"
 #include "core/extraction/readers/RTFCharsets.h"
+#include "core/extraction/readers/RTFWords.h"
 #include "core/support/Charset.h"
 #include "core/support/Unicode.h"
 #include "core/support/UnicodeDates.h"
 
 #include <algorithm>
-#include <array>
 #include <unordered_map>
 #include <utility>
 #include <vector>
@@ -44,44 +44,6 @@ struct State {
     bool hasParagraphGround = false; // or of its paragraph
     bool isInTable = false;
 };
-
-/// Words that begin what is not part of the running text.
-bool beginsSkipped(std::string_view word) {
-    static constexpr std::array<std::string_view, 35> words{
-        "annotation", "atnauthor",  "atnid",     "bkmkend", "bkmkstart", "datafield", "do",
-        "filetbl",    "footer",     "footerf",   "footerl", "footerr",   "footnote",  "ftncn",
-        "ftnsep",     "ftnsepc",    "generator", "header",  "headerf",   "headerl",   "headerr",
-        "listtext",   "nonshppict", "objdata",   "pict",    "pntext",    "private",   "rxe",
-        "shprslt",    "stylesheet", "tc",        "tcn",     "template",  "txe",       "xe"};
-    return std::ranges::binary_search(words, word);
-}
-
-/// The character that a word stands for, or 0.
-char32_t scalarOfWord(std::string_view word) {
-    struct Row {
-        std::string_view word;
-        char32_t scalar;
-    };
-    static constexpr std::array<Row, 11> rows{{{"bullet", 0x2022},
-                                               {"cell", ' '},
-                                               {"emdash", 0x2014},
-                                               {"emspace", ' '},
-                                               {"endash", 0x2013},
-                                               {"enspace", ' '},
-                                               {"ldblquote", 0x201C},
-                                               {"lquote", 0x2018},
-                                               {"nestcell", ' '},
-                                               {"rdblquote", 0x201D},
-                                               {"rquote", 0x2019}}};
-    const auto row = std::ranges::find(rows, word, &Row::word);
-    return row != rows.end() ? row->scalar : word == "tab" || word == "qmspace" ? U' ' : U'\0';
-}
-
-bool breaksLine(std::string_view word) {
-    static constexpr std::array<std::string_view, 9> words{"column", "line", "nestrow",  "page",    "par",
-                                                           "row",    "sect", "softline", "softpage"};
-    return std::ranges::find(words, word) != words.end();
-}
 
 class RTFScanner {
 public:
@@ -218,14 +180,14 @@ private:
         const bool isIgnorable = std::exchange(m_isIgnorable, false) && name != "fldinst";
         if (m_tooDeep > 0 || m_state.destination == Destination::skipped)
             return;
-        if (isIgnorable || beginsSkipped(name) || (name == "fldrslt" && isTableOfContents())) {
+        if (isIgnorable || rtf::beginsSkipped(name) || (name == "fldrslt" && isTableOfContents())) {
             flush();
             m_state.destination = Destination::skipped;
         } else if (name == "u") {
             unicodeScalar(number.value_or(0));
-        } else if (breaksLine(name)) {
+        } else if (rtf::breaksLine(name)) {
             breakParagraph();
-        } else if (const char32_t scalar = scalarOfWord(name); scalar != 0) {
+        } else if (const char32_t scalar = rtf::scalarOfWord(name); scalar != 0) {
             symbol(scalar);
         } else if (!destinationWord(name) && !characterWord(name, number)) {
             documentWord(name, number);
