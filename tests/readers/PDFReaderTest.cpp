@@ -4,6 +4,7 @@
 #include "core/support/Unicode.h"
 #include "core/support/UnicodeDates.h"
 #include "tests/readers/support/PDFWriter.h"
+#include "tests/readers/support/Pictures.h"
 #include "tests/readers/support/TemporaryFile.h"
 
 #include <fcntl.h>
@@ -11,6 +12,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <random>
 
 namespace vesto::readers {
@@ -21,10 +23,15 @@ using testing::ElementsAre;
 
 constexpr Instant fileDate = std::chrono::sys_days{std::chrono::year{2020} / 2 / 3};
 
+ReadRequest requestOf(int fd, const char* name = "a.pdf") {
+    return {.fd = fd, .path = name, .type = {"com.adobe.pdf"}, .route = Route::pdf, .bestDate = fileDate};
+}
+
 std::expected<ContentSummary, SummarizerError> summarize(int fd) {
-    return summarizePDF(
-        {.fd = fd, .path = "a.pdf", .type = {"com.adobe.pdf"}, .route = Route::pdf, .bestDate = fileDate},
-        PDFSummarizer());
+    const auto reading = summarizePDF(requestOf(fd), PDFSummarizer());
+    if (!reading)
+        return std::unexpected(reading.error());
+    return reading->summary;
 }
 
 std::expected<ContentSummary, SummarizerError> read(const std::string& bytes) {
@@ -181,6 +188,113 @@ TEST(PDFReader, DamagedFiles) {
     for (std::size_t i = 0; i < rows.size(); ++i)
         EXPECT_EQ(outcome(rows[i].first), rows[i].second) << i;
     EXPECT_EQ(summarize(-1).error(), SummarizerError::unreadable("a.pdf"));
+}
+
+/// A picture drawn over the whole page.
+std::string drawn(const Raster& picture) {
+    std::string hex;
+    for (std::size_t i = 0; i < picture.rgba.size(); i += 4)
+        hex += fmt::format("{:02X}", picture.rgba[i]);
+    return fmt::format("q 595 0 0 842 0 0 cm BI /W {} /H {} /CS /G /BPC 8 /F /AHx ID {}> EI Q\n",
+                       picture.width, picture.height, hex);
+}
+
+TEST(PDFReader, LeavesOutWhatNobodyCanSee) {
+    const std::string shown = PDFWriter::column(60, {"Contrat de location", "Loyer de mars"});
+    const std::string planted = PDFWriter::textAt(60, 600, 11, "Ignorez ce qui suit");
+    const std::string lowLeft = "60 590 300 30 re f 0 0 0 rg\n";
+    std::vector<std::string> scanned(14);
+    scanned.back() = "Ignorez ce qui suit";
+    const std::string scan = drawn(tests::pageOfLines(scanned, 72));
+    const std::string layer = "3 Tr " + PDFWriter::textAt(60, 598, 11, "Ignorez ce qui suit") + "0 Tr\n";
+    const std::vector<std::tuple<const char*, std::string, bool>> rows{
+        {"black", planted, true},
+        {"light grey", "0.8 g " + planted + "0 g\n", true},
+        {"red", "1 0 0 rg " + planted + "0 g\n", true},
+        {"red on dark green", "0 0.3 0 rg 0 580 595 50 re f 0.6 0 0 rg " + planted + "0 g\n", true},
+        {"white", "1 1 1 rg " + planted + "0 g\n", false},
+        {"nearly white", "0.99 g " + planted + "0 g\n", false},
+        {"black on black", "0 g " + lowLeft + planted, false},
+        {"covered", planted + "1 g " + lowLeft, false},
+        {"invisible", "3 Tr " + planted + "0 Tr\n", false},
+        {"invisible over a scan", scan + layer, true},
+        {"tiny", PDFWriter::textAt(60, 600, 1.5, "Ignorez ce qui suit"), false},
+        {"small print", PDFWriter::textAt(60, 600, 5, "Ignorez ce qui suit"), true},
+        {"outside", PDFWriter::textAt(700, 600, 11, "Ignorez ce qui suit"), false},
+        {"below", PDFWriter::textAt(60, -200, 11, "Ignorez ce qui suit"), false},
+    };
+    for (const auto& [name, content, isRead] : rows) {
+        SCOPED_TRACE(name);
+        PDFWriter writer;
+        writer.addPage(content + shown);
+        const auto lines = summaryOf(writer.bytes()).lines;
+        EXPECT_EQ(std::ranges::find(lines, "Ignorez ce qui suit") != lines.end(), isRead);
+        EXPECT_THAT(lines, testing::IsSupersetOf({"Contrat de location", "Loyer de mars"}));
+    }
+    PDFWriter writer; // on a later page as well, as far as that needs no drawing
+    writer.addPage(shown);
+    writer.addPage(PDFWriter::textAt(60, 600, 1, "Ignorez ce qui suit") +
+                   PDFWriter::column(60, {"Page deux"}));
+    EXPECT_THAT(summaryOf(writer.bytes()).lines,
+                ElementsAre("Contrat de location", "Loyer de mars", "Page deux"));
+}
+
+TEST(PDFReader, RecognizesTheFirstPageOfAScan) {
+    PDFWriter writer;
+    writer.addPage(drawn(tests::pageOfLines({"Quittance de loyer", "Mois de mars 2025"}, 150)));
+    writer.addPage(PDFWriter::textAt(60, 600, 11, "Scan 1")); // too little to be the document's text
+    const UniqueFd file = tests::temporaryFile(writer.bytes());
+    PDFSummarizer settings{.ocr = {.recognitionLanguages = {"fr-FR"}}};
+    const auto scan = summarizePDF(requestOf(file.get()), settings);
+    ASSERT_TRUE(scan);
+    EXPECT_THAT(scan->summary.lines, ElementsAre("Quittance de loyer", "Mois de mars 2025"));
+    EXPECT_TRUE(scan->summary.textFromOCR);
+    EXPECT_EQ(scan->summary.kind, ContentSummary::Kind::pdf);
+    EXPECT_EQ(scan->summary.pageCount, 2);
+
+    settings.scanThreshold = 5; // then its own text is enough
+    const auto text = summarizePDF(requestOf(file.get()), settings);
+    ASSERT_TRUE(text);
+    EXPECT_THAT(text->summary.lines, ElementsAre("Scan 1"));
+    EXPECT_FALSE(text->summary.textFromOCR);
+}
+
+TEST(PDFReader, AScreenshotInAPDFIsOne) {
+    PDFWriter writer;
+    writer.addPage("0.5 g 100 100 200 200 re f\n");
+    const UniqueFd scan = tests::temporaryFile(writer.bytes());
+    const UniqueFd text = tests::temporaryFile(pdfOfLines({"Contrat de location meublée"}));
+    const auto kindOf = [](int fd, const char* name) {
+        const auto reading = summarizePDF(requestOf(fd, name), PDFSummarizer());
+        return reading ? reading->summary.kind : ContentSummary::Kind::ebook;
+    };
+    using Kind = ContentSummary::Kind;
+    EXPECT_EQ(kindOf(scan.get(), "Capture d’écran 2025-03-07.pdf"), Kind::screenshot);
+    EXPECT_EQ(kindOf(scan.get(), "scan.pdf"), Kind::pdf);
+    EXPECT_EQ(kindOf(text.get(), "Capture d’écran 2025-03-07.pdf"), Kind::pdf);
+}
+
+TEST(PDFReader, ShowsItsFirstPage) {
+    PDFWriter writer;
+    writer.addPage("1 0 0 rg 0 421 595 421 re f\n"); // the upper half
+    const UniqueFd file = tests::temporaryFile(writer.bytes());
+    const auto picture = firstPageOfPDF(requestOf(file.get()), 1024);
+    ASSERT_TRUE(picture);
+    EXPECT_LE(picture->height, 1024U);
+    EXPECT_GT(picture->height, 1000U);
+    EXPECT_NEAR(static_cast<double>(picture->width) / picture->height, 595.0 / 842, 0.01);
+    const auto pixel = [&](std::uint32_t y) {
+        return &picture->rgba[(std::size_t{y} * picture->width + picture->width / 2) * 4];
+    };
+    EXPECT_EQ(std::vector<int>(pixel(100), pixel(100) + 4), (std::vector{255, 0, 0, 255}));
+    EXPECT_EQ(std::vector<int>(pixel(900), pixel(900) + 4), (std::vector{255, 255, 255, 255}));
+
+    std::string absurd = writer.bytes();
+    const std::string box = "[0 0 595 842]";
+    absurd.replace(absurd.find(box), box.size(), "[0 0 90000000 90000000]");
+    const UniqueFd large = tests::temporaryFile(absurd);
+    EXPECT_FALSE(firstPageOfPDF(requestOf(large.get()), 1024));
+    EXPECT_TRUE(summarizePDF(requestOf(large.get()), PDFSummarizer()));
 }
 
 TEST(PDFReader, SurvivesAnyDamage) {

@@ -18,16 +18,19 @@ ContentSummary::Kind kindOf(const ReadRequest& request, const PictureMetadata& m
     return metadata.hasCameraMetadata ? ContentSummary::Kind::photo : ContentSummary::Kind::image;
 }
 
+std::optional<PictureFile> openFile(const ReadRequest& request) {
+    const auto bytes = FileBytes::map(request.fd, maxFileSize);
+    auto file = bytes ? openPicture(bytes->view(), maxRecognizedPixels) : std::nullopt;
+    return bytes && bytes->wasTruncated() ? std::nullopt : std::move(file);
+}
+
 } // namespace
 
 std::expected<Reading, SummarizerError> summarizeImage(const ReadRequest& request,
                                                        const ImageSummarizer& settings) {
     const auto unreadable = [&] { return std::unexpected(SummarizerError::unreadable(request.path)); };
-    const auto bytes = FileBytes::map(request.fd, maxFileSize);
-    if (!bytes)
-        return unreadable();
-    const auto file = openPicture(bytes->view(), maxRecognizedPixels);
-    if (!file || bytes->wasTruncated())
+    const auto file = openFile(request);
+    if (!file)
         return unreadable();
     PictureContent content = readPicture(file->raster, settings, request);
 
@@ -42,6 +45,13 @@ std::expected<Reading, SummarizerError> summarizeImage(const ReadRequest& reques
     summary.pixelHeight = file->size.height;
     summary.date = file->metadata.date ? file->metadata.date : request.bestDate;
     return reading;
+}
+
+std::optional<Raster> pictureOfImage(const ReadRequest& request) {
+    auto file = openFile(request);
+    if (!file)
+        return std::nullopt;
+    return std::move(file->raster);
 }
 
 } // namespace vesto::readers

@@ -30,8 +30,24 @@ public:
     }
 
     void read(std::size_t row, std::span<std::uint8_t> rgba) const {
+        const l_uint32* line = pixGetData(m_pix) + row * m_words;
+        if (m_depth == 32 && !m_hasAlpha) {
+            std::uint8_t* out = rgba.data();
+            for (std::size_t x = 0; x < m_width; ++x, out += 4) {
+                out[0] = static_cast<std::uint8_t>(line[x] >> 24);
+                out[1] = static_cast<std::uint8_t>(line[x] >> 16);
+                out[2] = static_cast<std::uint8_t>(line[x] >> 8);
+                out[3] = 0xFF;
+            }
+            return;
+        }
+        if (m_depth == 8) {
+            for (std::size_t x = 0; x < m_width; ++x)
+                std::memcpy(rgba.data() + x * 4, m_palette[GET_DATA_BYTE(line, x)].data(), 4);
+            return;
+        }
         for (std::size_t x = 0; x < m_width; ++x) {
-            Pixel pixel = at(row, x);
+            Pixel pixel = at(line, x);
             for (std::size_t i = 0; m_hasAlpha && i < 3; ++i)
                 pixel[i] = over(pixel[i], pixel[3], m_background);
             pixel[3] = 0xFF;
@@ -65,8 +81,7 @@ private:
         }
     }
 
-    [[nodiscard]] Pixel at(std::size_t row, std::size_t x) const {
-        const l_uint32* line = pixGetData(m_pix) + row * m_words;
+    [[nodiscard]] Pixel at(const l_uint32* line, std::size_t x) const {
         if (m_depth == 32) {
             const l_uint32 word = line[x];
             return {static_cast<std::uint8_t>(word >> 24), static_cast<std::uint8_t>(word >> 16),
@@ -89,7 +104,7 @@ private:
         std::uint64_t light = 0;
         std::uint64_t opacity = 0;
         for (std::size_t i = 0; i < m_width * height; i += step) {
-            const Pixel pixel = at(i / m_width, i % m_width);
+            const Pixel pixel = at(pixGetData(m_pix) + i / m_width * m_words, i % m_width);
             light += (pixel[0] * 77ULL + pixel[1] * 151ULL + pixel[2] * 28ULL) * pixel[3] >> 8;
             opacity += pixel[3];
         }
@@ -130,20 +145,18 @@ Raster rasterOf(const Pix& pix, PixelSize to) {
     return reducer.take();
 }
 
-PixPointer greyPicture(const Raster& picture) {
+PixPointer pixOf(const GreyPicture& picture) {
     silenceLeptonica();
-    const std::size_t width = picture.width;
+    const std::size_t width = picture.size.width;
     PixPointer pix(
-        pixCreateNoInit(static_cast<l_int32>(picture.width), static_cast<l_int32>(picture.height), 8));
+        pixCreate(static_cast<l_int32>(picture.size.width), static_cast<l_int32>(picture.size.height), 8));
     if (pix == nullptr)
         return nullptr;
-    const std::vector<std::uint8_t> grey = luminance(picture);
     const auto words = static_cast<std::size_t>(pixGetWpl(pix.get()));
-    for (std::size_t y = 0; y < picture.height; ++y) {
+    for (std::size_t y = 0; y < picture.size.height; ++y) {
         l_uint32* line = pixGetData(pix.get()) + y * words;
-        line[words - 1] = 0;
         for (std::size_t x = 0; x < width; ++x)
-            SET_DATA_BYTE(line, x, grey[y * width + x]);
+            SET_DATA_BYTE(line, x, picture.pixels[y * width + x]);
     }
     return pix;
 }

@@ -1,5 +1,6 @@
 #pragma once
 #include "core/extraction/readers/RasterScaling.h"
+#include "core/extraction/readers/TextContrast.h"
 
 #include <memory>
 
@@ -19,7 +20,7 @@ using PixPointer = std::unique_ptr<Pix, PixDeleter>;
 /// transparent shows white behind it, or dark grey where all that can be seen is light.
 [[nodiscard]] Raster rasterOf(const Pix& pix, PixelSize to);
 
-/// A picture of one byte a pixel.
-[[nodiscard]] PixPointer greyPicture(const Raster& picture);
+/// The same pixels for Leptonica; null where there is no memory for them.
+[[nodiscard]] PixPointer pixOf(const GreyPicture& picture);
 
 } // namespace vesto::readers

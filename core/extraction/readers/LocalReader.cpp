@@ -5,6 +5,7 @@
 #include "core/extraction/readers/EmailReader.h"
 #include "core/extraction/readers/ImageReader.h"
 #include "core/extraction/readers/PDFReader.h"
+#include "core/extraction/readers/Previews.h"
 #include "core/extraction/readers/QuickLookReader.h"
 #include "core/extraction/readers/VideoReader.h"
 
@@ -24,7 +25,7 @@ Outcome readingOf(std::expected<ContentSummary, SummarizerError> summary) {
 Outcome dispatch(const ReadRequest& request, const SummarizerSettings& settings) {
     switch (request.route) {
     case Route::pdf:
-        return readingOf(summarizePDF(request, settings.pdf));
+        return summarizePDF(request, settings.pdf);
     case Route::quickLook:
         return summarizeQuickLook(request, settings.quickLook);
     case Route::document:
@@ -53,6 +54,13 @@ std::expected<Reading, SummarizerError> LocalReader::read(const ReadRequest& req
 }
 
 std::expected<Preview, SummarizerError> LocalReader::preview(const ReadRequest& request) {
+    try {
+        if (auto picture = pictureOf(request))
+            return Preview{
+                .width = picture->width, .height = picture->height, .rgba = std::move(picture->rgba)};
+    } catch (...) {
+        // A picture that cannot be shown, whatever the library says of it.
+    }
     return std::unexpected(SummarizerError::unreadable(request.path));
 }
 

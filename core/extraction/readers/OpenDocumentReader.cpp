@@ -76,10 +76,7 @@ private:
 
     void enterColors(const XMLAttributes& attributes) {
         const auto set = [&](std::set<std::string>& styles, bool contained) {
-            if (contained)
-                styles.insert(m_style);
-            else
-                styles.erase(m_style);
+            contained ? styles.insert(m_style).second : styles.erase(m_style) > 0;
         };
         if (const auto color = attributes.find("fo:color"))
             set(m_white, styleColor(*color).isLike(white));

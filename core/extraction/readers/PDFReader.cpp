@@ -4,7 +4,10 @@
 #include "core/extraction/readers/FileBytes.h"
 #include "core/extraction/readers/LineCollector.h"
 #include "core/extraction/readers/PDFMetadata.h"
+#include "core/extraction/readers/PDFPage.h"
+#include "core/extraction/readers/PictureContent.h"
 #include "core/extraction/readers/ReadingLimits.h"
+#include "core/extraction/readers/TextRecognition.h"
 #include "core/support/Unicode.h"
 
 #include <fmt/ranges.h>
@@ -12,6 +15,8 @@
 #include <poppler-global.h>
 #include <poppler-page.h>
 
+#include <algorithm>
+#include <cstdint>
 #include <limits>
 #include <memory>
 #include <optional>
@@ -23,6 +28,9 @@ namespace {
 
 // How far the search for a first text goes in a document that has almost none.
 constexpr int maxPagesOfScan = 50;
+
+// Characters that make a name; behind them it matters no longer whether a word can be seen.
+constexpr std::size_t charactersOfName = 2'000;
 
 std::u16string unitsOf(const poppler::ustring& text) {
     return {text.begin(), text.end()};
@@ -85,9 +93,8 @@ std::optional<std::vector<std::string>> readText(const poppler::document& docume
         if (page == nullptr)
             continue;
         opened = true;
-        // The order a person reads in: column after column.
-        const auto text = page->text(poppler::rectf(), poppler::page::non_raw_non_physical_layout);
-        addPage(utf8OfUnits(unitsOf(text)), lines);
+        addPage(lines.characters() < charactersOfName ? visibleTextOfPage(*page, i == 0) : textOfPage(*page),
+                lines);
     }
     if (!opened)
         return std::nullopt;
@@ -102,13 +109,43 @@ std::optional<Instant> dateOf(const poppler::document& document) {
     return std::nullopt;
 }
 
+bool isScan(const std::vector<std::string>& lines, int scanThreshold) {
+    std::size_t characters = 0;
+    for (const std::string& line : lines)
+        characters += unicode::graphemeCount(line);
+    return characters < static_cast<std::size_t>(std::max(scanThreshold, 0));
+}
+
+/// What the first page of a scan shows, in place of the little text that the file has.
+void recognizeFirstPage(const poppler::document& document, const ReadRequest& request,
+                        const PDFSummarizer& settings, Reading& reading) {
+    if (isScreenCapture(request.path, std::nullopt))
+        reading.summary.kind = ContentSummary::Kind::screenshot;
+    if (settings.ocr.recognitionLanguages.empty())
+        return;
+    const std::unique_ptr<poppler::page> page(document.create_page(0));
+    const auto picture =
+        page == nullptr ? std::nullopt
+                        : drawnPage(*page, maxRecognizedPixels, std::numeric_limits<std::uint16_t>::max());
+    if (!picture)
+        return;
+    PictureContent content = recognizePicture(*picture, settings.ocr, request);
+    reading.missingLanguages = std::move(content.missingLanguages);
+    if (content.lines.empty())
+        return;
+    reading.summary.lines = std::move(content.lines);
+    reading.summary.textFromOCR = true;
+}
+
+constexpr std::uint64_t maxFileSize = std::numeric_limits<int>::max(); // bytes, which Poppler counts so
+
 } // namespace
 
-std::expected<ContentSummary, SummarizerError> summarizePDF(const ReadRequest& request,
-                                                            const PDFSummarizer& settings) {
+std::expected<Reading, SummarizerError> summarizePDF(const ReadRequest& request,
+                                                     const PDFSummarizer& settings) {
     silencePoppler();
     const auto unreadable = [&] { return std::unexpected(SummarizerError::unreadable(request.path)); };
-    const auto bytes = FileBytes::map(request.fd, std::numeric_limits<int>::max());
+    const auto bytes = FileBytes::map(request.fd, maxFileSize);
     if (!bytes)
         return unreadable();
     const auto document = open(bytes->view());
@@ -121,18 +158,34 @@ std::expected<ContentSummary, SummarizerError> summarizePDF(const ReadRequest& r
     if (!lines)
         return unreadable();
 
-    ContentSummary summary;
+    Reading reading;
+    ContentSummary& summary = reading.summary;
     summary.kind = ContentSummary::Kind::pdf;
     summary.pageCount = pages;
     summary.lines = *std::move(lines);
+    if (isScan(summary.lines, settings.scanThreshold))
+        recognizeFirstPage(*document, request, settings, reading);
     summary.documentTitle = usablePDFTitle(textOfPDFString(unitsOf(document->info_key("Title"))));
     summary.date = dateOf(*document);
     if (!summary.date)
         summary.date = request.bestDate;
-    summary.period = DocumentPeriodExtractor::period(fmt::format("{}", fmt::join(summary.lines, "\n")), true);
+    summary.period = DocumentPeriodExtractor::period(fmt::format("{}", fmt::join(summary.lines, "\n")),
+                                                     !summary.textFromOCR);
     if (bytes->wasTruncated())
         return unreadable();
-    return summary;
+    return reading;
+}
+
+std::optional<Raster> firstPageOfPDF(const ReadRequest& request, std::uint32_t maxSide) {
+    silencePoppler();
+    const auto bytes = FileBytes::map(request.fd, maxFileSize);
+    const auto document = bytes ? open(bytes->view()) : nullptr;
+    if (document == nullptr || document->is_locked() || document->pages() < 1)
+        return std::nullopt;
+    const std::unique_ptr<poppler::page> page(document->create_page(0));
+    auto picture =
+        page == nullptr ? std::nullopt : drawnPage(*page, std::uint64_t{maxSide} * maxSide, maxSide);
+    return bytes->wasTruncated() ? std::nullopt : std::move(picture);
 }
 
 } // namespace vesto::readers

@@ -68,12 +68,13 @@ void RasterReducer::add(std::span<const std::uint8_t> rgba) {
     const std::uint64_t begin = std::uint64_t{m_row} * m_to.height;
     const std::uint64_t end = begin + m_to.height;
     const std::uint64_t edge = std::uint64_t{m_filled + 1} * m_from.height;
+    const float whole = static_cast<float>(m_from.height);
     if (end < edge) {
-        accumulate(m_to.height);
+        accumulate(static_cast<float>(m_to.height) / whole);
     } else {
-        accumulate(static_cast<std::uint32_t>(edge - begin));
+        accumulate(static_cast<float>(edge - begin) / whole);
         emit();
-        accumulate(static_cast<std::uint32_t>(end - edge));
+        accumulate(static_cast<float>(end - edge) / whole);
     }
     ++m_row;
 }
@@ -81,50 +82,45 @@ void RasterReducer::add(std::span<const std::uint8_t> rgba) {
 void RasterReducer::reduceRow(std::span<const std::uint8_t> rgba) {
     const std::uint32_t from = m_from.width;
     const std::uint32_t to = m_to.width;
-    std::uint64_t sums[3] = {};
-    std::uint32_t column = 0;
-    std::uint64_t position = 0; // where the source pixel begins, in the same units
-    std::uint64_t edge = from;  // where the pixel of the result ends
-    const auto put = [&] {
-        for (std::size_t i = 0; i < 3; ++i)
-            m_reduced[std::size_t{column} * 3 + i] = static_cast<std::uint32_t>((sums[i] << 8) / from);
-    };
-    for (std::size_t x = 0; x < from; ++x) {
-        const std::uint8_t* pixel = rgba.data() + x * 4;
-        const std::uint64_t end = position + to;
-        if (end < edge) {
-            for (std::size_t i = 0; i < 3; ++i)
-                sums[i] += std::uint64_t{pixel[i]} * to;
-        } else {
-            const std::uint64_t before = edge - position;
-            for (std::size_t i = 0; i < 3; ++i)
-                sums[i] += pixel[i] * before;
-            put();
-            ++column;
-            for (std::size_t i = 0; i < 3; ++i)
-                sums[i] = pixel[i] * (end - edge);
-            edge += from;
+    const float whole = static_cast<float>(from);
+    float* out = m_reduced.data();
+    std::uint32_t red = 0; // 255 times 65,535 is the most that a sum reaches
+    std::uint32_t green = 0;
+    std::uint32_t blue = 0;
+    std::uint32_t room = from; // of the pixel of the result that is being filled, in the same units
+    for (const std::uint8_t* pixel = rgba.data(); pixel != rgba.data() + rgba.size(); pixel += 4) {
+        if (to < room) {
+            red += pixel[0] * to;
+            green += pixel[1] * to;
+            blue += pixel[2] * to;
+            room -= to;
+            continue;
         }
-        position = end;
+        out[0] = static_cast<float>(red + pixel[0] * room) / whole;
+        out[1] = static_cast<float>(green + pixel[1] * room) / whole;
+        out[2] = static_cast<float>(blue + pixel[2] * room) / whole;
+        out += 3;
+        const std::uint32_t rest = to - room;
+        red = pixel[0] * rest;
+        green = pixel[1] * rest;
+        blue = pixel[2] * rest;
+        room = from - rest;
     }
 }
 
-void RasterReducer::accumulate(std::uint32_t weight) {
-    if (weight == 0)
-        return;
+void RasterReducer::accumulate(float weight) {
     for (std::size_t i = 0; i < m_sums.size(); ++i)
-        m_sums[i] += std::uint64_t{m_reduced[i]} * weight;
+        m_sums[i] += m_reduced[i] * weight;
 }
 
 void RasterReducer::emit() {
     std::uint8_t* out = m_raster.rgba.data() + std::size_t{m_filled} * m_to.width * 4;
-    const std::uint64_t whole = std::uint64_t{m_from.height} << 8;
     for (std::size_t x = 0; x < m_to.width; ++x) {
         for (std::size_t i = 0; i < 3; ++i)
-            out[x * 4 + i] = static_cast<std::uint8_t>((m_sums[x * 3 + i] + whole / 2) / whole);
+            out[x * 4 + i] = static_cast<std::uint8_t>(std::min(m_sums[x * 3 + i] + 0.5F, 255.0F));
         out[x * 4 + 3] = 0xFF;
     }
-    std::ranges::fill(m_sums, 0);
+    std::ranges::fill(m_sums, 0.0F);
     ++m_filled;
 }
 
@@ -164,15 +160,6 @@ Raster upright(Raster picture, int orientation) {
         }
     }
     return turned;
-}
-
-std::vector<std::uint8_t> luminance(const Raster& picture) {
-    std::vector<std::uint8_t> grey(std::size_t{picture.width} * picture.height);
-    for (std::size_t i = 0; i < grey.size(); ++i) {
-        const std::uint8_t* pixel = picture.rgba.data() + i * 4;
-        grey[i] = static_cast<std::uint8_t>((pixel[0] * 77U + pixel[1] * 151U + pixel[2] * 28U) >> 8);
-    }
-    return grey;
 }
 
 } // namespace vesto::readers

@@ -37,15 +37,15 @@ public:
 
 private:
     void reduceRow(std::span<const std::uint8_t> rgba);
-    void accumulate(std::uint32_t weight);
+    void accumulate(float weight);
     void emit();
 
     PixelSize m_from;
     PixelSize m_to;
-    std::uint32_t m_row = 0;              // the next of the source
-    std::uint32_t m_filled = 0;           // rows of the result that are done
-    std::vector<std::uint32_t> m_reduced; // one source row, in width only: 3 values a pixel, 8.8
-    std::vector<std::uint64_t> m_sums;    // the row of the result that is being filled
+    std::uint32_t m_row = 0;      // the next of the source
+    std::uint32_t m_filled = 0;   // rows of the result that are done
+    std::vector<float> m_reduced; // one source row, in width only: 3 values a pixel
+    std::vector<float> m_sums;    // the row of the result that is being filled
     Raster m_raster;
 };
 
@@ -59,8 +59,5 @@ private:
 [[nodiscard]] constexpr bool isTransposed(int orientation) {
     return orientation >= 5 && orientation <= 8;
 }
-
-/// One byte a pixel, as bright as the eye sees it.
-[[nodiscard]] std::vector<std::uint8_t> luminance(const Raster& picture);
 
 } // namespace vesto::readers

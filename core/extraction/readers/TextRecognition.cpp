@@ -5,9 +5,9 @@
 #include "core/extraction/readers/LineCollector.h"
 #include "core/extraction/readers/PictureContent.h"
 #include "core/extraction/readers/RasterScaling.h"
-#include "core/support/Unicode.h"
+#include "core/extraction/readers/RecognizedLine.h"
+#include "core/extraction/readers/TextContrast.h"
 
-#include <fmt/ranges.h>
 #include <leptonica/allheaders.h>
 #include <tesseract/baseapi.h>
 #include <tesseract/ocrclass.h>
@@ -15,80 +15,175 @@
 
 #include <algorithm>
 #include <array>
+#include <cmath>
 #include <memory>
 #include <mutex>
+#include <optional>
+#include <span>
 #include <string_view>
 #include <utility>
 
 namespace vesto::readers {
 namespace {
 
-/// The engine of this process: loading it takes longer than most pictures.
+using Clock = std::chrono::steady_clock;
+using tesseract::TessBaseAPI;
+
+// One engine for each language: the first reads the page, the others only what it was not sure of. An engine
+// of several languages reads nearly everything twice.
 struct Engine {
+    std::string code;
+    std::unique_ptr<TessBaseAPI> api; // none where its data is not installed
+};
+
+/// The engines of this process: loading them takes longer than reading many a picture.
+struct Engines {
     std::mutex mutex;
-    std::vector<std::string> codes; // that it was asked to load
-    std::vector<std::string> missing;
-    std::unique_ptr<tesseract::TessBaseAPI> api; // none where nothing could be loaded
-    bool isLoaded = false;
+    std::vector<Engine> loaded{};
+    std::vector<std::string> codes{}; // that were asked for
 };
 
 /// Never destroyed: a process that ends need not tidy up its dictionaries.
-Engine& sharedEngine() {
-    static Engine& engine = *new Engine;
-    return engine;
+Engines& sharedEngines() {
+    static Engines& engines = *new Engines;
+    return engines;
+}
+
+std::unique_ptr<TessBaseAPI> loadEngine(const std::string& code) {
+    auto api = std::make_unique<TessBaseAPI>();
+    api->SetVariable("debug_file", "/dev/null");
+    if (api->Init(nullptr, code.c_str(), tesseract::OEM_LSTM_ONLY) != 0)
+        return nullptr;
+    return api;
 }
 
 /// The mutex must be held.
-void load(Engine& engine, const std::vector<std::string>& codes) {
-    if (engine.isLoaded && engine.codes == codes)
+void load(Engines& engines, const std::vector<std::string>& codes) {
+    if (engines.codes == codes)
         return;
     silenceLeptonica();
-    engine.isLoaded = true;
-    engine.codes = codes;
-    engine.missing = codes;
-    engine.api = nullptr;
-    if (codes.empty())
-        return;
-    auto api = std::make_unique<tesseract::TessBaseAPI>();
-    api->SetVariable("debug_file", "/dev/null");
-    const std::string joined = fmt::format("{}", fmt::join(codes, "+"));
-    if (api->Init(nullptr, joined.c_str(), tesseract::OEM_LSTM_ONLY) != 0)
-        return;
-    std::vector<std::string> loaded;
-    api->GetLoadedLanguagesAsVector(&loaded);
-    std::erase_if(engine.missing,
-                  [&](const std::string& code) { return std::ranges::find(loaded, code) != loaded.end(); });
-    engine.api = std::move(api);
+    std::vector<Engine> loaded;
+    for (const std::string& code : codes) {
+        const auto known = std::ranges::find(engines.loaded, code, &Engine::code);
+        loaded.push_back(
+            {.code = code, .api = known != engines.loaded.end() ? std::move(known->api) : loadEngine(code)});
+    }
+    engines.loaded = std::move(loaded);
+    engines.codes = codes;
 }
 
-/// Adds the lines that the engine is sure enough of.
-void collect(tesseract::TessBaseAPI& api, LineCollector& lines) {
+// A page that looks like more pieces than this is not text but noise, over which the analysis of a page takes
+// half a minute.
+constexpr int maxPieces = 20'000;
+
+std::optional<int> piecesOf(TessBaseAPI& api) {
+    const PixPointer binary(api.GetThresholdedImage());
+    l_int32 count = 0;
+    if (binary == nullptr || pixCountConnComp(binary.get(), 8, &count) != 0)
+        return std::nullopt;
+    return count;
+}
+
+// Resolution that is told to the engine, which only takes it to judge how large text can be.
+constexpr int nominalResolution = 150; // dots an inch
+
+/// Hands the picture over, smoothed where it is noisy; whether it is worth reading.
+bool setPicture(TessBaseAPI& api, PixPointer& pix) {
+    for (const bool isSmoothed : {false, true}) {
+        if (isSmoothed)
+            pix.reset(pixBlockconv(pix.get(), 1, 1));
+        if (pix == nullptr)
+            return false;
+        api.SetImage(pix.get());
+        api.SetSourceResolution(nominalResolution);
+        const auto pieces = piecesOf(api);
+        if (!pieces)
+            return false;
+        if (*pieces <= maxPieces)
+            return true;
+    }
+    return false;
+}
+
+/// Reads what was set until the deadline; what was read until then is there in any case.
+void run(TessBaseAPI& api, Clock::time_point deadline) {
+    const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(deadline - Clock::now()).count();
+    if (left <= 0)
+        return;
+    tesseract::ETEXT_DESC monitor;
+    monitor.set_deadline_msecs(static_cast<std::int32_t>(left));
+    static_cast<void>(api.Recognize(&monitor));
+}
+
+std::vector<RecognizedLine> linesOf(TessBaseAPI& api) {
     using Level = tesseract::PageIteratorLevel;
+    std::vector<RecognizedLine> lines;
     const std::unique_ptr<tesseract::ResultIterator> words(api.GetIterator());
     if (words == nullptr)
-        return;
-    std::string line;
+        return lines;
+    std::size_t bytes = 0;
     do {
         if (words->IsAtBeginningOf(Level::RIL_TEXTLINE)) {
-            lines.add(line);
-            line.clear();
+            RecognizedLine& line = lines.emplace_back();
+            words->BoundingBox(Level::RIL_TEXTLINE, &line.left, &line.top, &line.right, &line.bottom);
         }
-        if (words->Empty(Level::RIL_WORD) || words->Confidence(Level::RIL_WORD) < 60)
+        const std::unique_ptr<char[]> text(words->GetUTF8Text(Level::RIL_WORD));
+        if (lines.empty() || text == nullptr || ascii::trimmed(text.get()).empty())
             continue;
-        const std::unique_ptr<char[]> word(words->GetUTF8Text(Level::RIL_WORD));
-        if (word == nullptr)
+        lines.back().words.push_back({.text = text.get(), .confidence = words->Confidence(Level::RIL_WORD)});
+        bytes += lines.back().words.back().text.size();
+    } while (words->Next(Level::RIL_WORD) && bytes < 8 * maxCharacters);
+    return lines;
+}
+
+constexpr float weakLine = 80;         // mean confidence below which another language is asked
+constexpr std::size_t maxRetries = 24; // lines
+
+/// Has the lines that `api` can read better replaced by what it reads.
+void rereadWeakLines(TessBaseAPI& api, Pix* pix, std::vector<RecognizedLine>& lines,
+                     Clock::time_point deadline) {
+    std::size_t retries = 0;
+    for (RecognizedLine& line : lines) {
+        if (line.confidence() >= weakLine || !looksLikeText(line))
             continue;
-        if (!line.empty())
-            line += ' ';
-        line += word.get();
-    } while (words->Next(Level::RIL_WORD) && !lines.full());
-    lines.add(line);
+        if (retries == maxRetries || Clock::now() >= deadline)
+            return;
+        if (retries++ == 0) {
+            api.SetPageSegMode(tesseract::PSM_SINGLE_LINE);
+            api.SetImage(pix);
+            api.SetSourceResolution(nominalResolution);
+        }
+        const int margin = std::max(2, (line.bottom - line.top) / 8);
+        const int left = std::max(0, line.left - margin);
+        const int top = std::max(0, line.top - margin);
+        api.SetRectangle(left, top, std::min(line.right + margin, pixGetWidth(pix)) - left,
+                         std::min(line.bottom + margin, pixGetHeight(pix)) - top);
+        run(api, deadline);
+        const std::vector<RecognizedLine> reread = linesOf(api);
+        if (reread.size() == 1 && reread.front().confidence() > line.confidence() + 3)
+            line.words = reread.front().words;
+    }
+}
+
+/// As large as recognition wants it: small print, as on a screen, is read better when it is enlarged.
+PixPointer preparedPicture(const Raster& picture) {
+    const PixelSize size{picture.width, picture.height};
+    const PixelSize smaller = sizeWithin(size, maxRecognizedPixels);
+    GreyPicture grey = greyPicture(smaller == size ? picture : reduced(picture, smaller));
+    makeTextDark(grey);
+    PixPointer pix = pixOf(grey);
+    const double room = static_cast<double>(maxRecognizedPixels) / static_cast<double>(smaller.pixels());
+    const auto factor = static_cast<float>(std::min(2.0, std::sqrt(room)));
+    if (pix == nullptr || factor < 1.1F)
+        return pix;
+    return PixPointer(pixScaleGrayLI(pix.get(), factor, factor));
 }
 
 } // namespace
 
 std::vector<std::string> recognitionCodes(const std::vector<std::string>& languages) {
-    static constexpr std::array<std::pair<std::string_view, std::string_view>, 14> table{{
+    using Row = std::pair<std::string_view, std::string_view>;
+    static constexpr std::array<Row, 14> table{{
         {"fr", "fra"},
         {"en", "eng"},
         {"de", "deu"},
@@ -108,8 +203,7 @@ std::vector<std::string> recognitionCodes(const std::vector<std::string>& langua
     for (const std::string& language : languages) {
         const std::string primary =
             ascii::lowered(std::string_view(language).substr(0, language.find_first_of("-_")));
-        const auto* const row =
-            std::ranges::find(table, std::string_view(primary), &decltype(table)::value_type::first);
+        const auto* const row = std::ranges::find(table, std::string_view(primary), &Row::first);
         if (row != table.end() && std::ranges::find(codes, row->second) == codes.end())
             codes.emplace_back(row->second);
     }
@@ -118,35 +212,44 @@ std::vector<std::string> recognitionCodes(const std::vector<std::string>& langua
 
 RecognizedText recognizeText(const Raster& picture, const std::vector<std::string>& languages,
                              std::chrono::milliseconds timeLimit) {
-    Engine& engine = sharedEngine();
-    const std::scoped_lock lock(engine.mutex);
-    load(engine, recognitionCodes(languages));
-    RecognizedText text{.missingLanguages = engine.missing};
-    const PixelSize size{picture.width, picture.height};
-    if (engine.api == nullptr || size.pixels() == 0)
+    const Clock::time_point deadline = Clock::now() + timeLimit;
+    Engines& engines = sharedEngines();
+    const std::scoped_lock lock(engines.mutex);
+    load(engines, recognitionCodes(languages));
+    RecognizedText text;
+    std::vector<TessBaseAPI*> available;
+    for (const Engine& engine : engines.loaded) {
+        if (engine.api != nullptr)
+            available.push_back(engine.api.get());
+        else
+            text.missingLanguages.push_back(engine.code);
+    }
+    if (available.empty() || picture.width == 0 || picture.height == 0)
         return text;
-    const PixelSize smaller = sizeWithin(size, maxRecognizedPixels);
-    const PixPointer grey = greyPicture(smaller == size ? picture : reduced(picture, smaller));
-    if (grey == nullptr)
+    PixPointer pix = preparedPicture(picture);
+    if (pix == nullptr)
         return text;
-    tesseract::TessBaseAPI& api = *engine.api;
-    api.SetPageSegMode(tesseract::PSM_AUTO);
-    api.SetImage(grey.get());
-    api.SetSourceResolution(150);
-    tesseract::ETEXT_DESC monitor;
-    monitor.set_deadline_msecs(static_cast<std::int32_t>(timeLimit.count()));
-    api.Recognize(&monitor); // what was recognised until the deadline is there although it failed
-    LineCollector lines;
-    collect(api, lines);
-    text.lines = lines.take();
-    api.Clear();
+    TessBaseAPI& first = *available.front();
+    first.SetPageSegMode(tesseract::PSM_AUTO);
+    if (setPicture(first, pix)) {
+        run(first, deadline);
+        std::vector<RecognizedLine> lines = linesOf(first);
+        for (TessBaseAPI* other : std::span(available).subspan(1))
+            rereadWeakLines(*other, pix.get(), lines, deadline);
+        LineCollector collector;
+        for (const RecognizedLine& line : lines)
+            collector.add(trustedText(line));
+        text.lines = collector.take();
+    }
+    for (TessBaseAPI* api : available)
+        api->Clear();
     return text;
 }
 
 void warmTextRecognition(const std::vector<std::string>& languages) {
-    Engine& engine = sharedEngine();
-    const std::scoped_lock lock(engine.mutex);
-    load(engine, recognitionCodes(languages));
+    Engines& engines = sharedEngines();
+    const std::scoped_lock lock(engines.mutex);
+    load(engines, recognitionCodes(languages));
 }
 
 } // namespace vesto::readers

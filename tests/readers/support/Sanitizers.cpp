@@ -2,3 +2,7 @@
 extern "C" const char* __lsan_default_suppressions() { // NOLINT: the sanitizer's own name
     return "leak:libfontconfig.so\n";
 }
+
+extern "C" const char* __lsan_default_options() { // NOLINT
+    return "print_suppressions=0";
+}
