@@ -8,10 +8,10 @@ namespace vesto::tests {
 
 struct Escape {
     std::string_view name;
-    /// 0 where it worked, else what the system said. `file` is the descriptor that was handed over, `parent`
-    /// the service. What it makes it takes back, so that it can be tried outside.
+    /// 0 where it worked, else what the system said. `file` is the descriptor that was handed
+    /// over. What it makes it takes back, so that it can be tried outside.
     int (*attempt)(int file);
-    bool worksOutside; // for root or for anybody, on every kernel that we know
+    bool worksOutside; // for anybody, also in the usual containers
     int onlyErrno = 0; // the one right answer of the jail; 0: any error that means a refusal
 };
 
