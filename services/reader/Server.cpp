@@ -4,9 +4,7 @@
 #include "core/support/UniqueFd.h"
 #include "services/ipc/Packet.h"
 #include "services/sandbox/Jail.h"
-#include "services/sandbox/Landlock.h"
 #include "services/sandbox/Paths.h"
-#include "services/sandbox/SystemCalls.h"
 
 #include <dirent.h>
 #include <fcntl.h>
@@ -78,12 +76,11 @@ public:
     Server(int socket, const ServerSettings& settings)
         : m_socket(socket)
         , m_settings(settings)
-        , m_paths(sandbox::readablePaths())
-        , m_landlock(sandbox::landlockVersion() > 0) {}
+        , m_jail(sandbox::readablePaths()) {}
 
     int run() {
-        ipc::Jail jail = m_landlock ? ipc::Jail::full : ipc::Jail::reduced;
-        if (!sandbox::canFilterSystemCalls())
+        ipc::Jail jail = m_jail.restrictsPaths() ? ipc::Jail::full : ipc::Jail::reduced;
+        if (!m_jail.filtersCalls())
             jail = ipc::Jail::none;
         if (!ipc::sendPacket(m_socket, ipc::encode(ipc::Greeting{jail}), {}, std::chrono::seconds(1)) ||
             jail == ipc::Jail::none)
@@ -168,16 +165,12 @@ private:
         if (needsRecognition(task.question))
             warmFor(task.question);
         const auto limits = m_settings.limits(task.question.route);
-        const sandbox::JailPlan plan{
-            .resources = {.addressSpace = limits.addressSpace, .processorTime = limits.time},
-            .readablePaths = m_paths,
-            .landlock = m_landlock};
         const bool warm = isWarmFor(task.question);
         const pid_t self = ::getpid();
         assertOneThread();
         const pid_t pid = ::fork();
         if (pid == 0)
-            beChild(task, plan, self, warm);
+            beChild(task, limits, self, warm);
         if (pid < 0)
             return;
         const Moment deadline = std::chrono::steady_clock::now() + limits.time;
@@ -192,11 +185,12 @@ private:
         m_children.push_back({std::move(process), deadline, std::move(again)});
     }
 
-    [[noreturn]] void beChild(const Task& task, const sandbox::JailPlan& plan, pid_t parent,
+    [[noreturn]] void beChild(const Task& task, const ipc::ReadingLimits& limits, pid_t parent,
                               bool warm) const {
         std::array<int, 2> kept{task.file.get(), task.answer.get()};
         std::ranges::sort(kept);
-        if (!sandbox::enterJail(plan, kept, parent))
+        const sandbox::Resources resources{.addressSpace = limits.addressSpace, .processorTime = limits.time};
+        if (!m_jail.enter(resources, kept, parent))
             ::_exit(jailFailedStatus);
         m_settings.work(task.question, task.file.get(), task.answer.get(), warm);
         ::_exit(0);
@@ -218,8 +212,7 @@ private:
 
     int m_socket;
     const ServerSettings& m_settings;
-    std::vector<std::string> m_paths;
-    bool m_landlock;
+    sandbox::Jail m_jail;
     std::vector<Child> m_children;
     std::vector<std::vector<std::string>> m_warm; // lists of languages that recognition is loaded for
     Moment m_lastQuestion = std::chrono::steady_clock::now();

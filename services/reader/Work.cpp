@@ -1,6 +1,7 @@
 #include "services/reader/Work.h"
 
 #include "core/extraction/DocumentPeriodExtractor.h"
+#include "core/extraction/Route.h"
 #include "core/extraction/Summarizer.h"
 #include "core/extraction/readers/LocalReader.h"
 #include "services/ipc/Answer.h"
@@ -57,6 +58,7 @@ void answerQuestion(const ipc::Question& question, int file, int answer, bool wa
 
 void warmCore() {
     ::tzset();
+    static_cast<void>(routeOfExtension("pdf")); // the table of types
     static_cast<void>(DocumentPeriodExtractor::extract(
         "Facture d'électricité, octobre 2026, du 01/10/2026 au 31/10/2026", true));
 }

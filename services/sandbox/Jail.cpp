@@ -35,17 +35,26 @@ bool dropCapabilities() {
 
 } // namespace
 
-bool enterJail(const JailPlan& plan, std::span<const int> kept, pid_t parent) {
+Jail::Jail(const std::vector<std::string>& readablePaths)
+    : m_filter(canFilterSystemCalls() ? readerFilter() : std::vector<sock_filter>{})
+    , m_ruleset(makeRuleset(readablePaths)) {}
+
+Jail::~Jail() {
+    if (m_ruleset >= 0)
+        ::close(m_ruleset);
+}
+
+bool Jail::enter(const Resources& resources, std::span<const int> kept, pid_t parent) const {
     // The parent may have died before the kernel was asked to tell: then another one is the parent now.
     if (::prctl(PR_SET_PDEATHSIG, SIGKILL) != 0 || ::getppid() != parent)
         return false;
-    if (!closeAllBut(kept) || ::prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0) != 0)
+    if (!filtersCalls() || ::prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0) != 0)
         return false;
-    if (plan.landlock && !restrictPaths(plan.readablePaths))
+    if (restrictsPaths() && !enterRuleset(m_ruleset))
         return false;
-    // Limits come after what opens the paths, the filter of system calls after all that it refuses.
-    return dropCapabilities() && ::prctl(PR_SET_DUMPABLE, 0) == 0 && limitResources(plan.resources) &&
-           restrictSystemCalls();
+    // The filter of system calls comes last: it refuses what the others need.
+    return closeAllBut(kept) && dropCapabilities() && ::prctl(PR_SET_DUMPABLE, 0) == 0 &&
+           limitResources(resources) && install(m_filter);
 }
 
 } // namespace vesto::sandbox

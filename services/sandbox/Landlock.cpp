@@ -50,10 +50,10 @@ int landlockVersion() {
     return version > 0 ? static_cast<int>(version) : 0;
 }
 
-bool restrictPaths(const std::vector<std::string>& paths) {
+int makeRuleset(const std::vector<std::string>& paths) {
     const int version = landlockVersion();
     if (version == 0)
-        return false;
+        return -1;
     Ruleset rules{firstRights, 0, 0};
     std::size_t size = sizeof(std::uint64_t);
     if (version >= 2)
@@ -72,13 +72,18 @@ bool restrictPaths(const std::vector<std::string>& paths) {
     }
     const int ruleset = static_cast<int>(::syscall(SYS_landlock_create_ruleset, &rules, size, 0U));
     if (ruleset < 0)
-        return false;
-    bool done = true;
-    for (const std::string& path : paths)
-        done = done && addPath(ruleset, path);
-    done = done && ::syscall(SYS_landlock_restrict_self, ruleset, 0U) == 0;
-    ::close(ruleset);
-    return done;
+        return -1;
+    for (const std::string& path : paths) {
+        if (!addPath(ruleset, path)) {
+            ::close(ruleset);
+            return -1;
+        }
+    }
+    return ruleset;
+}
+
+bool enterRuleset(int ruleset) {
+    return ::syscall(SYS_landlock_restrict_self, ruleset, 0U) == 0;
 }
 
 } // namespace vesto::sandbox

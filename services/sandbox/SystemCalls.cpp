@@ -11,6 +11,7 @@
 #include <sys/syscall.h>
 #include <unistd.h>
 
+#include <array>
 #include <cerrno>
 #include <cstdint>
 #include <initializer_list>
@@ -50,6 +51,23 @@ public:
         require(m_valid && ::seccomp_attr_set(m_context, name, value) == 0);
     }
     [[nodiscard]] bool load() { return m_valid && ::seccomp_load(m_context) == 0; }
+
+    /// The instructions; none where anything failed.
+    [[nodiscard]] std::vector<sock_filter> program() const {
+        // The library writes them to a descriptor only; a pipe takes 64 KiB, a filter is at most half of
+        // that.
+        std::array<int, 2> ends{};
+        if (!m_valid || ::pipe2(ends.data(), O_CLOEXEC | O_NONBLOCK) != 0)
+            return {};
+        std::vector<sock_filter> instructions(BPF_MAXINSNS);
+        const bool written = ::seccomp_export_bpf(m_context, ends[1]) == 0;
+        const ssize_t size = ::read(ends[0], instructions.data(), instructions.size() * sizeof(sock_filter));
+        ::close(ends[0]);
+        ::close(ends[1]);
+        const bool whole = written && size > 0 && static_cast<std::size_t>(size) % sizeof(sock_filter) == 0;
+        instructions.resize(whole ? static_cast<std::size_t>(size) / sizeof(sock_filter) : 0);
+        return instructions;
+    }
 
 private:
     void require(bool condition) { m_valid = m_valid && condition; }
@@ -173,15 +191,21 @@ bool canFilterSystemCalls() {
     return ::syscall(SYS_seccomp, SECCOMP_GET_ACTION_AVAIL, 0U, &action) == 0;
 }
 
-bool restrictSystemCalls() {
+std::vector<sock_filter> readerFilter() {
     // Logging answers with the same error.
     Filter filter(logRefusedCalls() ? SCMP_ACT_TRAP : SCMP_ACT_ERRNO(EPERM));
     allowReading(filter);
     allowMemoryAndThreads(filter);
     allowQuestions(filter);
-    // The calls that are made most come first.
+    // A search in a tree instead of one comparison after the other.
     filter.attribute(SCMP_FLTATR_CTL_OPTIMIZE, 2);
-    return filter.load();
+    return filter.program();
+}
+
+bool install(std::span<const sock_filter> filter) {
+    const sock_fprog program{static_cast<unsigned short>(filter.size()),
+                             const_cast<sock_filter*>(filter.data())};
+    return ::syscall(SYS_seccomp, SECCOMP_SET_MODE_FILTER, 0U, &program) == 0;
 }
 
 bool refuseNetwork() {

@@ -1,5 +1,4 @@
 #include "services/client/RemoteReader.h"
-#include "services/sandbox/Landlock.h"
 #include "services/sandbox/SystemCalls.h"
 #include "tests/services/support/Escapes.h"
 #include "tests/services/support/Service.h"
