@@ -19,7 +19,7 @@ using Answer = std::variant<Reading, Preview, Failure>;
 
 namespace limits {
 inline constexpr std::size_t answerBytes = 8 << 20; // a reading without its sound
-inline constexpr std::size_t soundSamples = 60 * 16'000;
+inline constexpr std::size_t soundSamples = std::size_t{60} * 16'000;
 inline constexpr std::size_t previewBytes = std::size_t{Preview::maxSide} * Preview::maxSide * 4;
 inline constexpr std::size_t stages = 64;         // told for one file
 inline constexpr std::size_t textBytes = 4 << 20; // one line or title

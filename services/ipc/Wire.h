@@ -54,8 +54,9 @@ public:
     /// The enumerator whose number is the next byte, below `count`.
     template <typename Enum> [[nodiscard]] Enum enumerator(std::uint8_t count) {
         const auto value = number<std::uint8_t>();
-        require(value < count);
-        return static_cast<Enum>(m_valid ? value : 0);
+        if (value >= count)
+            m_valid = false;
+        return m_valid && value < count ? static_cast<Enum>(value) : Enum{};
     }
     /// A number of things of which each takes at least `leastBytes`, so that a lie cannot make anybody
     /// reserve memory for them.

@@ -94,6 +94,7 @@ private:
     /// Waits for whatever happens next and sees to it. False where the server is to leave.
     bool turn() {
         std::vector<pollfd> entries;
+        entries.reserve(m_children.size() + 1);
         for (const Child& child : m_children)
             entries.push_back({child.process.get(), POLLIN, 0});
         // Where all places are taken, questions wait in the socket; its other end is watched all the same.
