@@ -53,7 +53,7 @@ public:
     /// `edit`: where the record of the last change lies.
     void read(std::uint32_t edit, OfficeText& result) {
         readDirectory(edit);
-        std::vector<Slide> slides = listedSlides();
+        const std::vector<Slide> slides = listedSlides();
         if (slides.empty())
             addAllSlides();
         for (const Slide& slide : slides)

@@ -13,7 +13,7 @@ using namespace littleEndian;
 constexpr std::string_view signature = "\xD0\xCF\x11\xE0\xA1\xB1\x1A\xE1";
 constexpr std::size_t headerSize = 512;
 constexpr std::size_t entrySize = 128;
-constexpr std::size_t maxDirectoryBytes = 4 * 1024 * 1024;
+constexpr std::size_t maxDirectoryBytes = std::size_t{1} << 22U;
 constexpr std::uint32_t noEntry = 0xFFFFFFFF;
 constexpr std::uint32_t lastSector = 0xFFFFFFFA; // numbers above it mean something else
 

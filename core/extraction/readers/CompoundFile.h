@@ -15,7 +15,7 @@ namespace vesto::readers {
 /// may be called from several threads.
 class CompoundFile {
 public:
-    static constexpr std::size_t maxStreamBytes = 64 * 1024 * 1024;
+    static constexpr std::size_t maxStreamBytes = std::size_t{1} << 26U;
 
     /// Whether the bytes begin as one.
     [[nodiscard]] static bool isOne(std::string_view bytes);

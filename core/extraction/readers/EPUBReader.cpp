@@ -150,7 +150,7 @@ bool isFrontMatter(const PackageReader& package, const PackageReader::Item& item
 
 /// All style sheets of the book; a page links to one or all of them.
 std::string stylesOf(OfficePackage& archive, const PackageReader& package) {
-    constexpr std::size_t enough = 256 * 1024;
+    constexpr std::size_t enough = 262'144;
     std::string styles;
     for (const auto& [id, item] : package.items) {
         if (item.type != "text/css" || styles.size() > enough)

@@ -18,7 +18,7 @@
 namespace vesto::readers {
 namespace {
 
-constexpr std::size_t maxValueBytes = 16 * 1024;
+constexpr std::size_t maxValueBytes = 16'384;
 
 // ---- GMime and GLib ----
 
@@ -311,7 +311,7 @@ std::string mailBody(std::string_view body, const std::string& transferEncoding,
     GMimeEncoding decoder{};
     ::g_mime_encoding_init_decode(&decoder, isBase64 ? GMIME_CONTENT_ENCODING_BASE64
                                                      : GMIME_CONTENT_ENCODING_QUOTEDPRINTABLE);
-    constexpr std::size_t sliceBytes = 64 * 1024;
+    constexpr std::size_t sliceBytes = 65'536;
     std::string result, slice;
     while (!body.empty() && result.size() < maxBytes) {
         const std::string_view in = body.substr(0, sliceBytes);

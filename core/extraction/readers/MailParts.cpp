@@ -15,9 +15,9 @@ namespace {
 
 using Lines = std::vector<std::string>;
 
-constexpr int maxDepth = 16;                      // parts in parts
-constexpr std::size_t maxParts = 1000;            // of the whole message
-constexpr std::size_t maxPartBytes = 1024 * 1024; // of one text, decoded
+constexpr int maxDepth = 16;                    // parts in parts
+constexpr std::size_t maxParts = 1000;          // of the whole message
+constexpr std::size_t maxPartBytes = 1'048'576; // of one text, decoded
 constexpr std::size_t maxDecoded = 8 * maxPartBytes;
 constexpr std::size_t maxScanned = 256 * maxPartBytes; // in search of boundaries, all levels together
 constexpr std::size_t enoughLetters = 20;
@@ -25,7 +25,7 @@ constexpr std::size_t enoughLetters = 20;
 /// The parts between the lines that a boundary makes.
 class PartSplitter {
 public:
-    PartSplitter(std::string_view body, std::string boundary, std::size_t maximumOfParts)
+    PartSplitter(std::string_view body, const std::string& boundary, std::size_t maximumOfParts)
         : m_body(body)
         , m_mark("--" + boundary)
         , m_maxParts(maximumOfParts) {}

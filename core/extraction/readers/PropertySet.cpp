@@ -21,8 +21,8 @@ enum Type : std::uint32_t { int16 = 2, int32 = 3, bytesText = 30, wideText = 31,
 std::string decoded(std::string_view bytes, const std::string& charset) {
     const std::size_t zero = charset == "UTF-16LE" ? bytes.npos : bytes.find('\0');
     bytes = bytes.substr(0, zero);
-    std::string text = unicode::decodeCharset(bytes, charset)
-                           .value_or(unicode::decodeCharset(bytes, "windows-1252").value_or(""));
+    const std::string text = unicode::decodeCharset(bytes, charset)
+                                 .value_or(unicode::decodeCharset(bytes, "windows-1252").value_or(""));
     return text.substr(0, text.find('\0'));
 }
 

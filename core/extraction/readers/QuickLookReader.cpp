@@ -69,7 +69,7 @@ std::optional<Content> contentOf(std::optional<OfficeText> text) {
 
 /// Web pages offer tables under the extension of a workbook that are none.
 std::optional<Content> readTableText(std::string_view bytes) {
-    constexpr std::size_t enough = 1024 * 1024;
+    constexpr std::size_t enough = 1'048'576;
     const std::string_view start = ascii::trimmed(bytes.substr(0, 1024));
     std::optional<DocumentText> text;
     if (start.starts_with("<?xml"))

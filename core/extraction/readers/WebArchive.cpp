@@ -15,7 +15,7 @@ namespace {
 constexpr std::string_view mainResource = "WebMainResource", resourceData = "WebResourceData",
                            resourceType = "WebResourceMIMEType",
                            resourceCharset = "WebResourceTextEncodingName";
-constexpr std::size_t maxPageBytes = 16 * 1024 * 1024;
+constexpr std::size_t maxPageBytes = 16'777'216;
 
 struct Resource {
     std::string data, type, charset;
