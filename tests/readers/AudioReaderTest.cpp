@@ -29,9 +29,12 @@ std::expected<Reading, SummarizerError> readingOf(const Wave& wave, const AudioS
     return readingOf(temporaryFile(wave.bytes()), settings);
 }
 
+UniqueFd openedData(const std::string& name) {
+    return UniqueFd(::open((VESTO_SOURCE_DIR "/tests/readers/data/" + name).c_str(), O_RDONLY | O_CLOEXEC));
+}
+
 std::expected<Reading, SummarizerError> readingOfData(const std::string& name) {
-    return readingOf(
-        UniqueFd(::open((VESTO_SOURCE_DIR "/tests/readers/data/" + name).c_str(), O_RDONLY | O_CLOEXEC)));
+    return readingOf(openedData(name));
 }
 
 /// How often a tone passes zero, upwards, in a second.
@@ -73,6 +76,19 @@ TEST(AudioReader, PutsArtistAndAlbumFirst) {
     EXPECT_EQ(reading->summary.pixelWidth, std::nullopt);
     EXPECT_EQ(reading->sound.size(), 8'000);
     EXPECT_FALSE(reading->summary.textFromSpeech);
+}
+
+TEST(AudioReader, ShowsItsCover) {
+    const auto pictureOf = [](const UniqueFd& file) {
+        return readers::audioPicture({.fd = file.get(), .path = "a", .type = {}, .bestDate = {}}, 1'000'000);
+    };
+    const auto cover = pictureOf(openedData("cover.mp3"));
+    ASSERT_TRUE(cover);
+    EXPECT_EQ(cover->width, 32);
+    EXPECT_EQ(cover->height, 32);
+    EXPECT_GT(cover->rgba.at(1), 100); // green
+    EXPECT_LT(cover->rgba.at(0), 30);
+    EXPECT_FALSE(pictureOf(temporaryFile(Wave().bytes())));
 }
 
 TEST(AudioReader, ReadsTagsOfAnyAge) {

@@ -35,9 +35,9 @@ std::expected<Reading, SummarizerError> summarizeAudio(const ReadRequest& reques
     if (request.onStage)
         request.onStage(ReadingStage::decodingSound);
     reading.sound = decodeSound(*file, settings.transcriptionWindow);
-    reading.summary.duration = file->duration();
     if (reading.sound.empty() && reading.summary.lines.empty() && !reading.summary.documentTitle.has_value())
         return std::unexpected(SummarizerError::unreadable(request.path));
+    reading.summary.duration = file->duration();
     return reading;
 }
 

@@ -18,7 +18,8 @@ namespace {
 constexpr int samplesPerSecond = 16'000;
 constexpr int slowestRate = 4'000; // samples a second that a person could understand
 constexpr int fastestRate = 768'000;
-constexpr int mostChanges = 16; // of the sound's format within one file
+constexpr int mostSilentPackets = 2'000; // one after another that give no sound
+constexpr int mostChanges = 16;          // of the sound's format within one file
 
 struct ResamplerFreer {
     void operator()(SwrContext* context) const { swr_free(&context); }
@@ -115,12 +116,14 @@ std::vector<std::int16_t> decodeSound(MediaFile& file, Seconds window) {
     Resampler sound(static_cast<std::size_t>(std::min(window.count(), 3'600.0) * samplesPerSecond));
     bool wanted = true;
     bool ended = false;
-    while (wanted && !ended) {
+    for (int silent = 0; wanted && !ended && silent < mostSilentPackets; ++silent) {
         ended = !file.readPacket(stream, *packet);
         // A packet that the decoder refuses is damage; the next one may be whole.
         static_cast<void>(avcodec_send_packet(decoder.get(), ended ? nullptr : packet.get()));
-        while (wanted && avcodec_receive_frame(decoder.get(), frame.get()) >= 0)
+        while (wanted && avcodec_receive_frame(decoder.get(), frame.get()) >= 0) {
             wanted = sound.add(*frame);
+            silent = 0;
+        }
     }
     return sound.take();
 }

@@ -46,9 +46,9 @@ std::expected<Reading, SummarizerError> summarizeVideo(const ReadRequest& reques
     if (request.onStage)
         request.onStage(ReadingStage::decodingSound);
     reading.sound = decodeSound(*file, settings.audio.transcriptionWindow);
-    summary.duration = file->duration();
     if (!frame.has_value() && reading.sound.empty() && !summary.documentTitle.has_value())
         return std::unexpected(SummarizerError::unreadable(request.path));
+    summary.duration = file->duration();
     if (frame.has_value()) {
         PictureContent picture = readPicture(*frame, settings.ocr, request);
         summary.textFromOCR = !picture.lines.empty();
