@@ -44,10 +44,10 @@ class Samples(unittest.TestCase):
 
     def test_three_at_least_of_every_kind_and_of_every_format(self):
         formats = collections.Counter(os.path.splitext(name)[1].lower().replace(".tiff", ".tif") for name in EXPECTED)
-        for extension in ("pdf doc docx odt rtf txt md html json csv xlsx ods pptx odp eml heic tif gif webp bmp png".split()):
+        for extension in ("pdf doc docx odt rtf txt md html json csv xls xlsx ods ppt pptx odp epub webarchive eml heic tif gif webp bmp png".split()):
             self.assertGreaterEqual(formats["." + extension], 3, extension)
         kinds = collections.Counter(expected[0] for expected in EXPECTED.values())
-        for kind in "pdf document spreadsheet presentation email screenshot photo image audio video".split():
+        for kind in "pdf document spreadsheet presentation ebook email screenshot photo image audio video".split():
             self.assertGreaterEqual(kinds[kind], 3, kind)
 
 

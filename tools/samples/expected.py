@@ -10,6 +10,9 @@ EXPECTED = {
     "scan0001.pdf": ("pdf", "Facture d’eau"),
     "scan0002.pdf": ("pdf", "Facture d’eau"),
     "scan0003.pdf": LOCKED,
+    "scan0004.pdf": ("pdf", "Quittance de loyer"),
+    "scan0005.pdf": ("pdf", "Ordonnance"),
+    "Numérisation_20260309.pdf": ("pdf", "Bail de jardin familial"),
     "scan0006.pdf": ("pdf", "Location d’un barnum"),
     "telechargement.pdf": ("pdf", "Relevé de compte"),
     # Documents
@@ -45,6 +48,9 @@ EXPECTED = {
     "nouveau fichier.txt": ("document", "Consignes pour le voisin"),
     "untitled.cpp": ("document", "Celsius"),
     "untitled.md": ("document", "chorale"),
+    "document.webarchive": ("document", "piscine des Écluses"),
+    "download.webarchive": ("document", "ciseau à bois"),
+    "untitled.webarchive": ("document", "pain d’épices"),
     # Spreadsheets
     "Book1.xlsx": ("spreadsheet", "heures du chantier"),
     "Classeur1.xlsx": ("spreadsheet", "Budget du foyer"),
@@ -52,6 +58,9 @@ EXPECTED = {
     "Sans nom 2.ods": ("spreadsheet", "invités du mariage"),
     "export.ods": ("spreadsheet", "Consommation de gaz"),
     "spreadsheet.ods": ("spreadsheet", "gardes de juin"),
+    "Classeur3.xls": ("spreadsheet", "boutique de laine"),
+    "Feuille de calcul sans titre.xls": ("spreadsheet", "Températures de la serre"),
+    "export (3).xls": ("spreadsheet", "Kilomètres"),
     # Presentations
     "Diaporama.pptx": ("presentation", "bibliothèque"),
     "Présentation1.pptx": ("presentation", "abeilles sauvages"),
@@ -59,6 +68,13 @@ EXPECTED = {
     "diaporama (1).odp": ("presentation", "lavoir de Valbrune"),
     "presentation (2).pptx": ("presentation", "premiers secours"),
     "slides.odp": ("presentation", "atelier de menuiserie"),
+    "Diaporama 4.ppt": ("presentation", "halle couverte"),
+    "Présentation2.ppt": ("presentation", "Trier ses déchets"),
+    "slides (2).ppt": ("presentation", "Bien dormir"),
+    # E-books
+    "document.epub": ("ebook", "petit potager"),
+    "download.epub": ("ebook", "Le Passeur de brume"),
+    "sans titre.epub": ("ebook", "Contes du moulin"),
     # E-mail
     "mail attachment.eml": ("email", "Sortie champignons"),
     "message (1).eml": ("email", "Départ du studio"),
