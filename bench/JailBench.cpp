@@ -28,7 +28,7 @@ public:
     }
 
     [[nodiscard]] ReadRequest request() const {
-        return {.fd = m_file.get(), .path = "vide.txt", .type = {"public.plain-text"}};
+        return {.fd = m_file.get(), .path = "vide.txt", .type = {"public.plain-text"}, .bestDate = {}};
     }
 
 private:

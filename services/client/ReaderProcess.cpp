@@ -22,7 +22,7 @@ namespace {
 using namespace std::string_view_literals;
 
 constexpr int childSocket = 3;                      // the service's number for its end
-constexpr std::chrono::seconds greetingTimeout{10}; // of a cold start on a busy machine
+constexpr std::chrono::seconds greetingTimeout{30}; // of a cold start on a busy machine
 
 /// What the service may know of our environment: where a user's fonts and models are, languages, the time
 /// zone. One thread is set where only the environment is early enough: Tesseract's threads spin against each
