@@ -1,5 +1,6 @@
 #include "services/ipc/Answer.h"
 
+#include "core/support/Unicode.h"
 #include "services/ipc/Wire.h"
 
 #include <chrono>
@@ -54,27 +55,43 @@ template <typename T> void writeInteger(WireWriter& out, const std::optional<T>&
         out.integer(*value);
 }
 
-void writeText(WireWriter& out, const std::optional<std::string>& value) {
-    out.boolean(value.has_value());
-    if (value)
-        out.text(*value);
+void writeUTF8(WireWriter& out, const std::string& text) {
+    out.text(unicode::isValid(text) ? text : unicode::repaired(text));
+}
+
+void writeText(WireWriter& out, const std::optional<std::string>& value, std::size_t mostBytes) {
+    const bool written = value && value->size() <= mostBytes;
+    out.boolean(written);
+    if (written)
+        writeUTF8(out, *value);
 }
 
 void writeTexts(WireWriter& out, const std::vector<std::string>& texts) {
     out.number(static_cast<std::uint32_t>(texts.size()));
     for (const std::string& text : texts)
-        out.text(text);
+        writeUTF8(out, text);
+}
+
+/// The labels that a decoder takes: their words come from a file of the user's.
+std::vector<ContentSummary::Label> sendable(const std::vector<ContentSummary::Label>& labels) {
+    std::vector<ContentSummary::Label> result;
+    for (const ContentSummary::Label& label : labels)
+        if (label.identifier.size() <= limits::wordBytes && unicode::isValid(label.identifier) &&
+            label.confidence >= 0 && label.confidence <= 1 && result.size() < limits::labels)
+            result.push_back(label);
+    return result;
 }
 
 void writeSummary(WireWriter& out, const ContentSummary& summary) {
     out.number(static_cast<std::uint8_t>(summary.kind));
     writeTexts(out, summary.lines);
-    out.number(static_cast<std::uint32_t>(summary.labels.size()));
-    for (const ContentSummary::Label& label : summary.labels) {
+    const auto labels = sendable(summary.labels);
+    out.number(static_cast<std::uint32_t>(labels.size()));
+    for (const ContentSummary::Label& label : labels) {
         out.text(label.identifier);
         out.real(label.confidence);
     }
-    writeText(out, summary.documentTitle);
+    writeText(out, summary.documentTitle, limits::textBytes);
     writeInteger(out, summary.pageCount, std::int64_t{0}, limits::pages);
     writeInteger(out, summary.pixelWidth, std::int64_t{0}, limits::pixels);
     writeInteger(out, summary.pixelHeight, std::int64_t{0}, limits::pixels);
@@ -94,7 +111,7 @@ void writeSummary(WireWriter& out, const ContentSummary& summary) {
     if (lasting)
         out.real(summary.duration->count());
     out.boolean(summary.textFromSpeech);
-    writeText(out, summary.formatName);
+    writeText(out, summary.formatName, limits::wordBytes);
 }
 
 std::string payloadOf(const Reading& reading) {

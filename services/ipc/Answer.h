@@ -31,8 +31,9 @@ inline constexpr std::int64_t pixels = 1'000'000'000; // a side
 inline constexpr double seconds = 1e9;                // of a recording, about 30 years
 } // namespace limits
 
-/// The whole frame. A number that a careless file gave and that no decoder would take (a date before the year
-/// 1, a negative page count) is left out; a reading that is too large is `unreadable`.
+/// The whole frame. Bad bytes become U+FFFD, and a label or a number that a careless file gave and that no
+/// decoder would take (a date before the year 1, a negative page count) is left out; a reading that is too
+/// large is `unreadable`.
 [[nodiscard]] std::string encodeAnswer(const Answer& answer);
 [[nodiscard]] std::string encodeStage(ReadingStage stage);
 
