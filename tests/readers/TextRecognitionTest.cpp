@@ -84,7 +84,9 @@ TEST(RecognizedLine, LeavesOutWhatNobodyCouldBeSureOf) {
     const std::vector<std::pair<std::vector<RecognizedWord>, std::string>> rows{
         {{{"Conditions", 96}, {"générales", 95}, {"du", 96}, {"bail", 12}}, "Conditions générales du bail"},
         {{{"Contrat", 96}, {"de", 95}, {"location", 12}}, "Contrat de"}, // too weak as a whole
-        {{{"Contrat", 96}, {"F", 20}, {"|", 90}, {"©", 40}, {"—", 95}}, "Contrat —"},
+        {{{"|", 90}, {"F", 20}, {"Contrat", 96}, {"©", 40}, {"—", 95}, {"x", 30}}, "Contrat —"}, // icons
+        {{{"entre", 96}, {"9", 33}, {"h", 33}, {"et", 40}, {"11", 96}, {"heures", 96}},
+         "entre 9 h et 11 heures"},
         {{{"Total", 75}, {"TFC", 59}, {"24,10", 61}}, "Total 24,10"},
         {{{"sw", 85}}, ""},
         {{{"OK", 93}}, "OK"},
@@ -105,15 +107,17 @@ TEST(TextContrast, TurnsDarkScreensAndLeavesPagesAlone) {
         return picture;
     };
     GreyPicture page = screen(250, 10);
-    makeTextDark(page);
+    EXPECT_TRUE(makeTextDark(page));
     EXPECT_EQ(page.pixels, screen(250, 10).pixels);
     GreyPicture dark = screen(40, 220);
-    makeTextDark(dark);
+    EXPECT_TRUE(makeTextDark(dark));
     EXPECT_EQ(dark.pixels, screen(215, 35).pixels);
     GreyPicture shaded = screen(100, 20);
-    makeTextDark(shaded);
+    EXPECT_TRUE(makeTextDark(shaded));
     EXPECT_GT(shaded.pixels[1], 240);
     EXPECT_LT(shaded.pixels[0], 60);
+    GreyPicture texture = screen(200, 190);
+    EXPECT_FALSE(makeTextDark(texture));
 }
 
 } // namespace

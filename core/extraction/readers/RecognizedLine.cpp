@@ -4,6 +4,8 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <iterator>
+#include <ranges>
 #include <string_view>
 
 namespace vesto::readers {
@@ -58,13 +60,20 @@ std::string trustedText(const RecognizedLine& line) {
     if (std::ranges::none_of(line.words, isAnchor))
         return {};
     const bool isGood = line.confidence() >= goodLine;
-    std::string text;
-    for (const RecognizedWord& word : line.words) {
+    const auto isTrusted = [&](const RecognizedWord& word) {
         const std::size_t letters = lettersOf(word.text);
-        if (letters == 0 && isRule(word.text))
-            continue;
-        const float inGoodLine = letters >= 3 ? 0 : leastOfShortWord;
-        if (word.confidence < (letters == 0 ? leastOfSign : isGood ? inGoodLine : leastInLine))
+        if (letters == 0)
+            return word.confidence >= leastOfSign && !isRule(word.text);
+        return (isGood && letters >= 3) || word.confidence >= (isGood ? leastOfShortWord : leastInLine);
+    };
+    // Icons and bullets stand at the ends of a line; what is short and weak within a good one is text.
+    const auto first = std::ranges::find_if(line.words, isTrusted);
+    auto last = line.words.end();
+    while (last != first && !isTrusted(*std::prev(last)))
+        --last;
+    std::string text;
+    for (const RecognizedWord& word : std::ranges::subrange(first, last)) {
+        if (!isTrusted(word) && (!isGood || lettersOf(word.text) == 0))
             continue;
         if (!text.empty())
             text += ' ';

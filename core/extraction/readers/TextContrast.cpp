@@ -11,7 +11,9 @@ constexpr std::size_t tileSide = 16; // pixels
 constexpr std::size_t reach = 3;     // tiles around one that make its surroundings
 constexpr unsigned levels = 64;      // of brightness that are told apart
 constexpr unsigned levelSize = 256 / levels;
-constexpr unsigned darkestPaper = 80; // what is darker is not made lighter than that would be
+constexpr unsigned leastContrast = 30; // of text
+constexpr double mostOfLetters = 0.25; // share of the pixels that the letters of dense text cover
+constexpr unsigned darkestPaper = 80;  // what is darker is not made lighter than that would be
 
 using Histogram = std::array<std::uint32_t, levels>;
 
@@ -82,14 +84,28 @@ struct Surroundings {
     bool hasLightText = false; // text is what few pixels show: it lies where the extreme is further away
 };
 
+/// The share of pixels lighter than `brightness`.
+double shareAbove(const Histogram& histogram, std::uint64_t total, unsigned brightness) {
+    std::uint64_t lighter = 0;
+    for (std::size_t i = brightness / levelSize + 1; i < levels; ++i)
+        lighter += histogram[i];
+    return static_cast<double>(lighter) / static_cast<double>(total);
+}
+
 Surroundings surroundingsOf(const Histogram& histogram) {
     std::uint64_t total = 0;
     for (const std::uint32_t count : histogram)
         total += count;
-    const unsigned background = brightnessAt(histogram, total, 0.5);
-    const unsigned below = background - std::min(background, brightnessAt(histogram, total, 0.005));
-    const unsigned above = std::max(background, brightnessAt(histogram, total, 0.995)) - background;
-    const bool hasText = std::max(below, above) > 40;
+    unsigned background = brightnessAt(histogram, total, 0.5);
+    const unsigned lightest = std::max(background, brightnessAt(histogram, total, 0.995));
+    const unsigned darkest = std::min(background, brightnessAt(histogram, total, 0.005));
+    // More light than letters have is paper that ends here, and what is dark lies around it.
+    const double light = shareAbove(histogram, total, (background + lightest) / 2);
+    if (lightest - background > leastContrast && light > mostOfLetters)
+        background = brightnessAt(histogram, total, 1 - light / 2);
+    const unsigned above = lightest - std::min(lightest, background);
+    const unsigned below = background - darkest;
+    const bool hasText = std::max(below, above) > leastContrast;
     return {.background = background,
             .hasDarkText = hasText && below >= above,
             .hasLightText = hasText && above > below};
@@ -99,10 +115,14 @@ Surroundings surroundingsOf(const Histogram& histogram) {
 using Curve = std::array<std::uint8_t, 256>;
 
 Curve curveOf(const Surroundings& surroundings) {
+    Curve curve{};
+    if (!surroundings.hasDarkText && !surroundings.hasLightText) {
+        curve.fill(255); // a texture at most
+        return curve;
+    }
     const bool isInverted = surroundings.hasLightText;
     const unsigned background = surroundings.background;
     const unsigned paper = std::max(isInverted ? 255 - background : background, darkestPaper);
-    Curve curve{};
     for (unsigned i = 0; i < 256; ++i) {
         const unsigned value = isInverted ? 255 - i : i;
         curve[i] = static_cast<std::uint8_t>(std::min(255U, value * 255 / paper));
@@ -112,6 +132,7 @@ Curve curveOf(const Surroundings& surroundings) {
 
 /// How the tiles of a picture differ.
 struct Verdict {
+    bool hasText = false;  // or what could be some
     bool isDark = false;   // most of its text is light
     bool isUneven = false; // even when turned round, a good part of it would not be light
 };
@@ -123,7 +144,9 @@ Verdict verdictOf(const std::vector<Surroundings>& tiles) {
     const auto shaded = std::ranges::count_if(tiles, [&](const Surroundings& tile) {
         return (isDark ? 255 - tile.background : tile.background) < 150;
     });
-    return {.isDark = isDark, .isUneven = static_cast<std::size_t>(shaded) * 5 > tiles.size()};
+    return {.hasText = light > 0 || dark > 0,
+            .isDark = isDark,
+            .isUneven = static_cast<std::size_t>(shaded) * 5 > tiles.size()};
 }
 
 void apply(const Curve& curve, GreyPicture& picture, std::size_t column, std::size_t row) {
@@ -150,9 +173,9 @@ GreyPicture greyPicture(const Raster& picture) {
     return grey;
 }
 
-void makeTextDark(GreyPicture& picture) {
+bool makeTextDark(GreyPicture& picture) {
     if (picture.pixels.empty())
-        return;
+        return false;
     Grid grid = histogramsOf(picture);
     for (std::size_t row = 0; row < grid.rows; ++row)
         sumAlong(&grid.at(0, row), grid.columns, 1);
@@ -163,6 +186,8 @@ void makeTextDark(GreyPicture& picture) {
     for (const Histogram& histogram : grid.tiles)
         tiles.push_back(surroundingsOf(histogram));
     const Verdict verdict = verdictOf(tiles);
+    if (!verdict.hasText)
+        return false;
     if (verdict.isUneven) {
         for (std::size_t i = 0; i < tiles.size(); ++i)
             apply(curveOf(tiles[i]), picture, i % grid.columns, i / grid.columns);
@@ -170,6 +195,7 @@ void makeTextDark(GreyPicture& picture) {
         for (std::uint8_t& pixel : picture.pixels)
             pixel = static_cast<std::uint8_t>(255 - pixel);
     }
+    return true;
 }
 
 } // namespace vesto::readers

@@ -17,7 +17,8 @@ struct GreyPicture {
 [[nodiscard]] GreyPicture greyPicture(const Raster& picture);
 
 /// Makes text dark on light. A page or a window of even brightness is at most turned round as a whole; what
-/// lies in shadow or on several grounds is measured part by part against its own surroundings. Linear time.
-void makeTextDark(GreyPicture& picture);
+/// lies in shadow or on several grounds is measured part by part against its own surroundings. False, and
+/// perhaps nothing done, where nothing has the contrast of text. Linear time.
+[[nodiscard]] bool makeTextDark(GreyPicture& picture);
 
 } // namespace vesto::readers

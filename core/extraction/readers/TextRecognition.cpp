@@ -74,33 +74,47 @@ void load(Engines& engines, const std::vector<std::string>& codes) {
 
 // A page that looks like more pieces than this is not text but noise, over which the analysis of a page takes
 // half a minute.
-constexpr int maxPieces = 20'000;
-
-std::optional<int> piecesOf(TessBaseAPI& api) {
-    const PixPointer binary(api.GetThresholdedImage());
-    l_int32 count = 0;
-    if (binary == nullptr || pixCountConnComp(binary.get(), 8, &count) != 0)
-        return std::nullopt;
-    return count;
-}
+constexpr int maxPieces = 12'000;
 
 // Resolution that is told to the engine, which only takes it to judge how large text can be.
 constexpr int nominalResolution = 150; // dots an inch
 
-/// Hands the picture over, smoothed where it is noisy; whether it is worth reading.
+/// Black on white, as the engine tells one from the other; null where it cannot.
+PixPointer binaryOf(TessBaseAPI& api, Pix* pix) {
+    api.SetImage(pix);
+    api.SetSourceResolution(nominalResolution);
+    return PixPointer(api.GetThresholdedImage());
+}
+
+/// How far the lines of a page rise or fall; 0 where that is little or uncertain.
+float tiltOf(Pix* binary) {
+    l_float32 angle = 0; // degrees
+    l_float32 confidence = 0;
+    if (pixFindSkew(binary, &angle, &confidence) != 0 || confidence < 3 || std::abs(angle) < 0.4F)
+        return 0;
+    return angle;
+}
+
+/// Hands the picture over, smoothed where it is noisy, straight where it is tilted; whether it is worth
+/// reading.
 bool setPicture(TessBaseAPI& api, PixPointer& pix) {
+    PixPointer binary = binaryOf(api, pix.get());
     for (const bool isSmoothed : {false, true}) {
-        if (isSmoothed)
+        if (isSmoothed) {
             pix.reset(pixBlockconv(pix.get(), 1, 1));
-        if (pix == nullptr)
+            binary = pix == nullptr ? nullptr : binaryOf(api, pix.get());
+        }
+        l_int32 pieces = 0;
+        if (binary == nullptr || pixCountConnComp(binary.get(), 8, &pieces) != 0)
             return false;
-        api.SetImage(pix.get());
-        api.SetSourceResolution(nominalResolution);
-        const auto pieces = piecesOf(api);
-        if (!pieces)
-            return false;
-        if (*pieces <= maxPieces)
+        if (pieces > maxPieces)
+            continue;
+        const float tilt = tiltOf(binary.get());
+        if (tilt == 0)
             return true;
+        constexpr float radians = 3.14159265F / 180;
+        pix.reset(pixRotateAMGray(pix.get(), tilt * radians, 255));
+        return pix != nullptr && binaryOf(api, pix.get()) != nullptr;
     }
     return false;
 }
@@ -118,21 +132,24 @@ void run(TessBaseAPI& api, Clock::time_point deadline) {
 std::vector<RecognizedLine> linesOf(TessBaseAPI& api) {
     using Level = tesseract::PageIteratorLevel;
     std::vector<RecognizedLine> lines;
-    const std::unique_ptr<tesseract::ResultIterator> words(api.GetIterator());
-    if (words == nullptr)
+    const std::unique_ptr<tesseract::ResultIterator> ordered(api.GetIterator());
+    if (ordered == nullptr)
         return lines;
+    // That one works out the direction of each line, for which it walks the page again and again; a plain
+    // copy of it steps from word to word.
+    tesseract::LTRResultIterator words(*ordered);
     std::size_t bytes = 0;
     do {
-        if (words->IsAtBeginningOf(Level::RIL_TEXTLINE)) {
+        if (words.IsAtBeginningOf(Level::RIL_TEXTLINE)) {
             RecognizedLine& line = lines.emplace_back();
-            words->BoundingBox(Level::RIL_TEXTLINE, &line.left, &line.top, &line.right, &line.bottom);
+            words.BoundingBox(Level::RIL_TEXTLINE, &line.left, &line.top, &line.right, &line.bottom);
         }
-        const std::unique_ptr<char[]> text(words->GetUTF8Text(Level::RIL_WORD));
+        const std::unique_ptr<char[]> text(words.GetUTF8Text(Level::RIL_WORD));
         if (lines.empty() || text == nullptr || ascii::trimmed(text.get()).empty())
             continue;
-        lines.back().words.push_back({.text = text.get(), .confidence = words->Confidence(Level::RIL_WORD)});
+        lines.back().words.push_back({.text = text.get(), .confidence = words.Confidence(Level::RIL_WORD)});
         bytes += lines.back().words.back().text.size();
-    } while (words->Next(Level::RIL_WORD) && bytes < 8 * maxCharacters);
+    } while (words.Next(Level::RIL_WORD) && bytes < 8 * maxCharacters);
     return lines;
 }
 
@@ -165,12 +182,14 @@ void rereadWeakLines(TessBaseAPI& api, Pix* pix, std::vector<RecognizedLine>& li
     }
 }
 
-/// As large as recognition wants it: small print, as on a screen, is read better when it is enlarged.
+/// As large as recognition wants it: small print, as on a screen, is read better when it is enlarged. Null
+/// where nothing has the contrast of text.
 PixPointer preparedPicture(const Raster& picture) {
     const PixelSize size{picture.width, picture.height};
     const PixelSize smaller = sizeWithin(size, maxRecognizedPixels);
     GreyPicture grey = greyPicture(smaller == size ? picture : reduced(picture, smaller));
-    makeTextDark(grey);
+    if (!makeTextDark(grey))
+        return nullptr;
     PixPointer pix = pixOf(grey);
     const double room = static_cast<double>(maxRecognizedPixels) / static_cast<double>(smaller.pixels());
     const auto factor = static_cast<float>(std::min(2.0, std::sqrt(room)));
