@@ -16,7 +16,8 @@ namespace {
 using tests::temporaryFile;
 using tests::Wave;
 
-std::expected<Reading, SummarizerError> readingOf(const UniqueFd& file, AudioSummarizer settings = {}) {
+std::expected<Reading, SummarizerError> readingOf(const UniqueFd& file,
+                                                  const AudioSummarizer& settings = {}) {
     return readers::summarizeAudio({.fd = file.get(),
                                     .path = "a.wav",
                                     .type = {"public.audio"},

@@ -48,13 +48,15 @@ constexpr const char* codecs = "aac,aac_latm,ac3,eac3,alac,amrnb,amrwb,ape,flac,
                                "vp6a,flashsv,flashsv2,mss2,mss1,"
                                "tscc,camtasia,gif";
 
-constexpr int bufferSize = 65'536;                      // bytes
-constexpr std::size_t largestBlock = 256 * 1024 * 1024; // bytes; no frame that is decoded needs more
-constexpr std::int64_t mostPixels = 36 * 1024 * 1024;   // 8K with its borders
-constexpr int longestProbe = 1024 * 1024;               // bytes
+constexpr int bufferSize = 65'536; // bytes
+constexpr std::size_t largestBlock =
+    std::size_t{256} * 1024 * 1024; // bytes; no frame that is decoded needs more
+constexpr std::int64_t mostPixels = std::int64_t{36} * 1024 * 1024; // 8K with its borders
+constexpr int longestProbe = 1024 * 1024;                           // bytes
 constexpr unsigned mostStreams = 64;
-constexpr double longestDuration = 366.0 * 86'400;         // seconds
-constexpr std::int64_t largestMeasured = 64 * 1024 * 1024; // bytes of a file read to its end for its duration
+constexpr double longestDuration = 366.0 * 86'400; // seconds
+constexpr std::int64_t largestMeasured =
+    std::int64_t{64} * 1024 * 1024; // bytes of a file read to its end for its duration
 
 void quieten() {
     static const bool done = [] {
@@ -98,7 +100,7 @@ const AVInputFormat* containerOf(int fd) {
     for (int size = 4096; size <= longestProbe; size *= 4) {
         bytes.assign(static_cast<std::size_t>(size) + AVPROBE_PADDING_SIZE, 0);
         const std::size_t count = readAt(fd, start, bytes.data(), static_cast<std::size_t>(size));
-        AVProbeData probe{
+        const AVProbeData probe{
             .filename = "", .buf = bytes.data(), .buf_size = static_cast<int>(count), .mime_type = nullptr};
         int score = 0;
         const AVInputFormat* format = av_probe_input_format3(&probe, 1, &score);
@@ -147,7 +149,7 @@ MediaFile::MediaFile(int fd, std::int64_t size, const Deadline& deadline)
 MediaFile::~MediaFile() {
     avformat_close_input(&m_context);
     if (m_io != nullptr)
-        av_freep(&m_io->buffer);
+        av_freep(static_cast<void*>(&m_io->buffer));
     avio_context_free(&m_io);
 }
 

@@ -37,7 +37,7 @@ Reading recording(std::size_t samples) {
 TEST(Transcription, StandsBelowTheLinesOfTheReader) {
     const SummarizerSettings settings({"fr-FR"});
     ScriptedSpeech speech;
-    Reading reading = recording(61 * 16'000);
+    Reading reading = recording(std::size_t{61} * 16'000);
     addTranscript(reading, Route::audio, settings, speech, Seconds(19), {});
     EXPECT_EQ(reading.summary.lines,
               (Lines{"Artiste : Les Grèves", "Bonjour à tous.", "La réunion commence."}));
@@ -83,8 +83,11 @@ TEST(Transcription, ChangesNothingWhereNothingIsSaid) {
     EXPECT_EQ(speech.calls, 0);
     EXPECT_EQ(document, before);
 
-    std::stop_source stop;
-    stop.request_stop();
+    const std::stop_source stop = [] {
+        std::stop_source source;
+        source.request_stop();
+        return source;
+    }();
     Reading stopped = before;
     addTranscript(stopped, Route::audio, settings, speech, Seconds(0), stop.get_token());
     EXPECT_EQ(stopped, before);
