@@ -1,6 +1,6 @@
-#include "core/extraction/readers/EPUBReader.h"
 #include "core/extraction/readers/ReadingLimits.h"
-#include "core/extraction/readers/WebArchive.h"
+#include "core/extraction/readers/markup/WebArchive.h"
+#include "core/extraction/readers/office/EPUBReader.h"
 #include "fuzz/Input.h"
 #include "fuzz/StoredZip.h"
 

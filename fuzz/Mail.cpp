@@ -1,5 +1,5 @@
-#include "core/extraction/readers/MailParts.h"
 #include "core/extraction/readers/ReadingLimits.h"
+#include "core/extraction/readers/mail/MailParts.h"
 #include "fuzz/Input.h"
 
 #include <cstddef>

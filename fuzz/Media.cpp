@@ -1,7 +1,7 @@
-#include "core/extraction/readers/FrameDecoder.h"
-#include "core/extraction/readers/MediaFile.h"
-#include "core/extraction/readers/MediaTitle.h"
-#include "core/extraction/readers/SoundDecoder.h"
+#include "core/extraction/readers/media/FrameDecoder.h"
+#include "core/extraction/readers/media/MediaFile.h"
+#include "core/extraction/readers/media/MediaTitle.h"
+#include "core/extraction/readers/media/SoundDecoder.h"
 #include "core/support/Assert.h"
 #include "core/support/UniqueFd.h"
 

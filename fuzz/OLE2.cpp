@@ -1,8 +1,8 @@
-#include "core/extraction/readers/BinaryOffice.h"
-#include "core/extraction/readers/CompoundFile.h"
-#include "core/extraction/readers/HiddenRuns.h"
-#include "core/extraction/readers/PropertySet.h"
 #include "core/extraction/readers/ReadingLimits.h"
+#include "core/extraction/readers/containers/CompoundFile.h"
+#include "core/extraction/readers/containers/PropertySet.h"
+#include "core/extraction/readers/office/BinaryOffice.h"
+#include "core/extraction/readers/office/HiddenRuns.h"
 #include "fuzz/Input.h"
 
 #include <array>

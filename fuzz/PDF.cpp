@@ -1,5 +1,5 @@
-#include "core/extraction/readers/PDFReader.h"
 #include "core/extraction/readers/ReadingLimits.h"
+#include "core/extraction/readers/pdf/PDFReader.h"
 #include "core/support/UniqueFd.h"
 #include "fuzz/Input.h"
 

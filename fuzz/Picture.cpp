@@ -1,5 +1,5 @@
-#include "core/extraction/readers/PictureContent.h"
-#include "core/extraction/readers/PictureFile.h"
+#include "core/extraction/readers/pictures/PictureContent.h"
+#include "core/extraction/readers/pictures/PictureFile.h"
 #include "fuzz/Input.h"
 
 #include <cstddef>

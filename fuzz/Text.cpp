@@ -1,9 +1,9 @@
-#include "core/extraction/readers/CharsetDetector.h"
-#include "core/extraction/readers/HTMLText.h"
-#include "core/extraction/readers/PlainTextReader.h"
-#include "core/extraction/readers/RTFText.h"
 #include "core/extraction/readers/ReadingLimits.h"
-#include "core/extraction/readers/SourceText.h"
+#include "core/extraction/readers/markup/HTMLText.h"
+#include "core/extraction/readers/text/CharsetDetector.h"
+#include "core/extraction/readers/text/PlainTextReader.h"
+#include "core/extraction/readers/text/RTFText.h"
+#include "core/extraction/readers/text/SourceText.h"
 #include "fuzz/Input.h"
 
 #include <cstddef>

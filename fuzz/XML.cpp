@@ -1,6 +1,6 @@
-#include "core/extraction/readers/OfficeReader.h"
 #include "core/extraction/readers/ReadingLimits.h"
-#include "core/extraction/readers/XMLText.h"
+#include "core/extraction/readers/markup/XMLText.h"
+#include "core/extraction/readers/office/OfficeReader.h"
 #include "fuzz/Input.h"
 #include "fuzz/StoredZip.h"
 

@@ -1,4 +1,4 @@
-#include "core/extraction/readers/ZipReader.h"
+#include "core/extraction/readers/containers/ZipReader.h"
 #include "core/support/Assert.h"
 
 #include <cstddef>

@@ -1,4 +1,4 @@
-#include "core/extraction/readers/PictureContent.h"
+#include "core/extraction/readers/pictures/PictureContent.h"
 #include "services/reader/Server.h"
 #include "services/reader/Start.h"
 #include "services/reader/Work.h"

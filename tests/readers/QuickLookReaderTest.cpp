@@ -1,6 +1,6 @@
 #include "core/extraction/readers/QuickLookReader.h"
 
-#include "core/extraction/readers/ZipReader.h"
+#include "core/extraction/readers/containers/ZipReader.h"
 #include "tests/readers/support/TemporaryFile.h"
 #include "tests/readers/support/ZipWriter.h"
 

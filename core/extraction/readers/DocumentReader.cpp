@@ -1,18 +1,18 @@
 #include "core/extraction/readers/DocumentReader.h"
 
 #include "core/extraction/readers/Ascii.h"
-#include "core/extraction/readers/BinaryOffice.h"
-#include "core/extraction/readers/CarriedPicture.h"
-#include "core/extraction/readers/CharsetDetector.h"
-#include "core/extraction/readers/CompoundFile.h"
 #include "core/extraction/readers/FileBytes.h"
-#include "core/extraction/readers/HTMLText.h"
 #include "core/extraction/readers/LineCollector.h"
-#include "core/extraction/readers/OfficeReader.h"
-#include "core/extraction/readers/PlainTextReader.h"
-#include "core/extraction/readers/RTFText.h"
-#include "core/extraction/readers/SourceText.h"
-#include "core/extraction/readers/WebArchive.h"
+#include "core/extraction/readers/containers/CompoundFile.h"
+#include "core/extraction/readers/markup/HTMLText.h"
+#include "core/extraction/readers/markup/WebArchive.h"
+#include "core/extraction/readers/office/BinaryOffice.h"
+#include "core/extraction/readers/office/CarriedPicture.h"
+#include "core/extraction/readers/office/OfficeReader.h"
+#include "core/extraction/readers/text/CharsetDetector.h"
+#include "core/extraction/readers/text/PlainTextReader.h"
+#include "core/extraction/readers/text/RTFText.h"
+#include "core/extraction/readers/text/SourceText.h"
 
 #include <algorithm>
 #include <array>

@@ -1,13 +1,13 @@
 #include "core/extraction/readers/LocalReader.h"
 
-#include "core/extraction/readers/AudioReader.h"
 #include "core/extraction/readers/DocumentReader.h"
-#include "core/extraction/readers/EmailReader.h"
-#include "core/extraction/readers/ImageReader.h"
-#include "core/extraction/readers/PDFReader.h"
 #include "core/extraction/readers/Previews.h"
 #include "core/extraction/readers/QuickLookReader.h"
-#include "core/extraction/readers/VideoReader.h"
+#include "core/extraction/readers/mail/EmailReader.h"
+#include "core/extraction/readers/media/AudioReader.h"
+#include "core/extraction/readers/media/VideoReader.h"
+#include "core/extraction/readers/pdf/PDFReader.h"
+#include "core/extraction/readers/pictures/ImageReader.h"
 
 #include <utility>
 

@@ -1,10 +1,10 @@
 #include "core/extraction/readers/Previews.h"
 
-#include "core/extraction/readers/AudioReader.h"
-#include "core/extraction/readers/ImageReader.h"
-#include "core/extraction/readers/PDFReader.h"
-#include "core/extraction/readers/RasterScaling.h"
-#include "core/extraction/readers/VideoReader.h"
+#include "core/extraction/readers/media/AudioReader.h"
+#include "core/extraction/readers/media/VideoReader.h"
+#include "core/extraction/readers/pdf/PDFReader.h"
+#include "core/extraction/readers/pictures/ImageReader.h"
+#include "core/extraction/readers/pictures/RasterScaling.h"
 
 #include <cstdint>
 #include <utility>

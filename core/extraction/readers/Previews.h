@@ -1,6 +1,6 @@
 #pragma once
 #include "core/extraction/ContentReading.h"
-#include "core/extraction/readers/Raster.h"
+#include "core/extraction/readers/pictures/Raster.h"
 
 #include <optional>
 

@@ -1,6 +1,6 @@
 #pragma once
-#include "core/extraction/readers/Raster.h"
-#include "core/extraction/readers/RasterScaling.h"
+#include "core/extraction/readers/pictures/Raster.h"
+#include "core/extraction/readers/pictures/RasterScaling.h"
 
 #include <cstdint>
 #include <optional>

@@ -1,0 +1,35 @@
+#include "core/extraction/readers/pictures/PictureContent.h"
+
+#include "core/extraction/readers/pictures/ImageLabels.h"
+#include "core/extraction/readers/pictures/TextRecognition.h"
+
+#include <utility>
+
+namespace vesto::readers {
+namespace {
+
+void tell(const ReadRequest& request, ReadingStage stage) {
+    if (request.onStage)
+        request.onStage(stage);
+}
+
+} // namespace
+
+PictureContent recognizePicture(const Raster& picture, const ImageSummarizer& settings,
+                                const ReadRequest& request) {
+    tell(request, ReadingStage::recognizingText);
+    RecognizedText text = recognizeText(picture, settings.recognitionLanguages);
+    return {.lines = std::move(text.lines), .missingLanguages = std::move(text.missingLanguages)};
+}
+
+PictureContent readPicture(const Raster& picture, const ImageSummarizer& settings,
+                           const ReadRequest& request) {
+    PictureContent content = recognizePicture(picture, settings, request);
+    if (hasClassifier()) {
+        tell(request, ReadingStage::classifying);
+        content.labels = labelsOf(picture, settings);
+    }
+    return content;
+}
+
+} // namespace vesto::readers

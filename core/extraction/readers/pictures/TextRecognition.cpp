@@ -1,0 +1,274 @@
+#include "core/extraction/readers/pictures/TextRecognition.h"
+
+#include "core/extraction/readers/Ascii.h"
+#include "core/extraction/readers/LineCollector.h"
+#include "core/extraction/readers/pdf/TextContrast.h"
+#include "core/extraction/readers/pictures/LeptonicaPicture.h"
+#include "core/extraction/readers/pictures/PictureContent.h"
+#include "core/extraction/readers/pictures/RasterScaling.h"
+#include "core/extraction/readers/pictures/RecognizedLine.h"
+
+#include <leptonica/allheaders.h>
+#include <tesseract/baseapi.h>
+#include <tesseract/ocrclass.h>
+#include <tesseract/resultiterator.h>
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <span>
+#include <string_view>
+#include <utility>
+
+namespace vesto::readers {
+namespace {
+
+using Clock = std::chrono::steady_clock;
+using tesseract::TessBaseAPI;
+
+// One engine for each language: the first reads the page, the others only what it was not sure of. An engine
+// of several languages reads nearly everything twice.
+struct Engine {
+    std::string code;
+    std::unique_ptr<TessBaseAPI> api; // none where its data is not installed
+};
+
+/// The engines of this process: loading them takes longer than reading many a picture.
+struct Engines {
+    std::mutex mutex;
+    std::vector<Engine> loaded{};
+    std::vector<std::string> codes{}; // that were asked for
+};
+
+/// Never destroyed: a process that ends need not tidy up its dictionaries.
+Engines& sharedEngines() {
+    static Engines& engines = *new Engines;
+    return engines;
+}
+
+std::unique_ptr<TessBaseAPI> loadEngine(const std::string& code) {
+    auto api = std::make_unique<TessBaseAPI>();
+    api->SetVariable("debug_file", "/dev/null");
+    if (api->Init(nullptr, code.c_str(), tesseract::OEM_LSTM_ONLY) != 0)
+        return nullptr;
+    return api;
+}
+
+/// The mutex must be held.
+void load(Engines& engines, const std::vector<std::string>& codes) {
+    if (engines.codes == codes)
+        return;
+    silenceLeptonica();
+    std::vector<Engine> loaded;
+    for (const std::string& code : codes) {
+        const auto known = std::ranges::find(engines.loaded, code, &Engine::code);
+        loaded.push_back(
+            {.code = code, .api = known != engines.loaded.end() ? std::move(known->api) : loadEngine(code)});
+    }
+    engines.loaded = std::move(loaded);
+    engines.codes = codes;
+}
+
+// A page that looks like more pieces than this is not text but noise, over which the analysis of a page takes
+// half a minute.
+constexpr int maxPieces = 12'000;
+
+// Resolution that is told to the engine, which only takes it to judge how large text can be.
+constexpr int nominalResolution = 150; // dots an inch
+
+/// Black on white, as the engine tells one from the other; null where it cannot.
+PixPointer binaryOf(TessBaseAPI& api, Pix* pix) {
+    api.SetImage(pix);
+    api.SetSourceResolution(nominalResolution);
+    return PixPointer(api.GetThresholdedImage());
+}
+
+/// How far the lines of a page rise or fall; 0 where that is little or uncertain.
+float tiltOf(Pix* binary) {
+    l_float32 angle = 0; // degrees
+    l_float32 confidence = 0;
+    if (pixFindSkew(binary, &angle, &confidence) != 0 || confidence < 3 || std::abs(angle) < 0.4F)
+        return 0;
+    return angle;
+}
+
+/// Hands the picture over, smoothed where it is noisy, straight where it is tilted; whether it is worth
+/// reading.
+bool setPicture(TessBaseAPI& api, PixPointer& pix) {
+    PixPointer binary = binaryOf(api, pix.get());
+    for (const bool isSmoothed : {false, true}) {
+        if (isSmoothed) {
+            pix.reset(pixBlockconv(pix.get(), 1, 1));
+            binary = pix == nullptr ? nullptr : binaryOf(api, pix.get());
+        }
+        l_int32 pieces = 0;
+        if (binary == nullptr || pixCountConnComp(binary.get(), 8, &pieces) != 0)
+            return false;
+        if (pieces > maxPieces)
+            continue;
+        const float tilt = tiltOf(binary.get());
+        if (tilt == 0)
+            return true;
+        constexpr float radians = 3.14159265F / 180;
+        pix.reset(pixRotateAMGray(pix.get(), tilt * radians, 255));
+        return pix != nullptr && binaryOf(api, pix.get()) != nullptr;
+    }
+    return false;
+}
+
+/// Reads what was set until the deadline; what was read until then is there in any case.
+void run(TessBaseAPI& api, Clock::time_point deadline) {
+    const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(deadline - Clock::now()).count();
+    if (left <= 0)
+        return;
+    tesseract::ETEXT_DESC monitor;
+    monitor.set_deadline_msecs(static_cast<std::int32_t>(left));
+    static_cast<void>(api.Recognize(&monitor));
+}
+
+std::vector<RecognizedLine> linesOf(TessBaseAPI& api) {
+    using Level = tesseract::PageIteratorLevel;
+    std::vector<RecognizedLine> lines;
+    const std::unique_ptr<tesseract::ResultIterator> ordered(api.GetIterator());
+    if (ordered == nullptr)
+        return lines;
+    // That one works out the direction of each line, for which it walks the page again and again; a plain
+    // copy of it steps from word to word.
+    tesseract::LTRResultIterator words(*ordered);
+    std::size_t bytes = 0;
+    do {
+        if (words.IsAtBeginningOf(Level::RIL_TEXTLINE)) {
+            RecognizedLine& line = lines.emplace_back();
+            words.BoundingBox(Level::RIL_TEXTLINE, &line.left, &line.top, &line.right, &line.bottom);
+        }
+        const std::unique_ptr<char[]> text(words.GetUTF8Text(Level::RIL_WORD));
+        if (lines.empty() || text == nullptr || ascii::trimmed(text.get()).empty())
+            continue;
+        lines.back().words.push_back({.text = text.get(), .confidence = words.Confidence(Level::RIL_WORD)});
+        bytes += lines.back().words.back().text.size();
+    } while (words.Next(Level::RIL_WORD) && bytes < 8 * maxCharacters);
+    return lines;
+}
+
+constexpr float weakLine = 80;         // mean confidence below which another language is asked
+constexpr std::size_t maxRetries = 24; // lines
+
+/// Has the lines that `api` can read better replaced by what it reads.
+void rereadWeakLines(TessBaseAPI& api, Pix* pix, std::vector<RecognizedLine>& lines,
+                     Clock::time_point deadline) {
+    std::size_t retries = 0;
+    for (RecognizedLine& line : lines) {
+        if (line.confidence() >= weakLine || !looksLikeText(line))
+            continue;
+        if (retries == maxRetries || Clock::now() >= deadline)
+            return;
+        if (retries++ == 0) {
+            api.SetPageSegMode(tesseract::PSM_SINGLE_LINE);
+            api.SetImage(pix);
+            api.SetSourceResolution(nominalResolution);
+        }
+        const int margin = std::max(2, (line.bottom - line.top) / 8);
+        const int left = std::max(0, line.left - margin);
+        const int top = std::max(0, line.top - margin);
+        api.SetRectangle(left, top, std::min(line.right + margin, pixGetWidth(pix)) - left,
+                         std::min(line.bottom + margin, pixGetHeight(pix)) - top);
+        run(api, deadline);
+        const std::vector<RecognizedLine> reread = linesOf(api);
+        if (reread.size() == 1 && reread.front().confidence() > line.confidence() + 3)
+            line.words = reread.front().words;
+    }
+}
+
+/// As large as recognition wants it: small print, as on a screen, is read better when it is enlarged. Null
+/// where nothing has the contrast of text.
+PixPointer preparedPicture(const Raster& picture) {
+    const PixelSize size{picture.width, picture.height};
+    const PixelSize smaller = sizeWithin(size, maxRecognizedPixels);
+    GreyPicture grey = greyPicture(smaller == size ? picture : reduced(picture, smaller));
+    if (!makeTextDark(grey))
+        return nullptr;
+    PixPointer pix = pixOf(grey);
+    const double room = static_cast<double>(maxRecognizedPixels) / static_cast<double>(smaller.pixels());
+    const auto factor = static_cast<float>(std::min(2.0, std::sqrt(room)));
+    if (pix == nullptr || factor < 1.1F)
+        return pix;
+    return PixPointer(pixScaleGrayLI(pix.get(), factor, factor));
+}
+
+} // namespace
+
+std::vector<std::string> recognitionCodes(const std::vector<std::string>& languages) {
+    using Row = std::pair<std::string_view, std::string_view>;
+    static constexpr std::array<Row, 14> table{{
+        {"fr", "fra"},
+        {"en", "eng"},
+        {"de", "deu"},
+        {"es", "spa"},
+        {"it", "ita"},
+        {"pt", "por"},
+        {"nl", "nld"},
+        {"ca", "cat"},
+        {"da", "dan"},
+        {"sv", "swe"},
+        {"nb", "nor"},
+        {"no", "nor"},
+        {"fi", "fin"},
+        {"pl", "pol"},
+    }};
+    std::vector<std::string> codes;
+    for (const std::string& language : languages) {
+        const std::string primary =
+            ascii::lowered(std::string_view(language).substr(0, language.find_first_of("-_")));
+        const auto* const row = std::ranges::find(table, std::string_view(primary), &Row::first);
+        if (row != table.end() && std::ranges::find(codes, row->second) == codes.end())
+            codes.emplace_back(row->second);
+    }
+    return codes;
+}
+
+RecognizedText recognizeText(const Raster& picture, const std::vector<std::string>& languages,
+                             std::chrono::milliseconds timeLimit) {
+    const Clock::time_point deadline = Clock::now() + timeLimit;
+    Engines& engines = sharedEngines();
+    const std::scoped_lock lock(engines.mutex);
+    load(engines, recognitionCodes(languages));
+    RecognizedText text;
+    std::vector<TessBaseAPI*> available;
+    for (const Engine& engine : engines.loaded) {
+        if (engine.api != nullptr)
+            available.push_back(engine.api.get());
+        else
+            text.missingLanguages.push_back(engine.code);
+    }
+    if (available.empty() || picture.width == 0 || picture.height == 0)
+        return text;
+    PixPointer pix = preparedPicture(picture);
+    if (pix == nullptr)
+        return text;
+    TessBaseAPI& first = *available.front();
+    first.SetPageSegMode(tesseract::PSM_AUTO);
+    if (setPicture(first, pix)) {
+        run(first, deadline);
+        std::vector<RecognizedLine> lines = linesOf(first);
+        for (TessBaseAPI* other : std::span(available).subspan(1))
+            rereadWeakLines(*other, pix.get(), lines, deadline);
+        LineCollector collector;
+        for (const RecognizedLine& line : lines)
+            collector.add(trustedText(line));
+        text.lines = collector.take();
+    }
+    for (TessBaseAPI* api : available)
+        api->Clear();
+    return text;
+}
+
+void warmTextRecognition(const std::vector<std::string>& languages) {
+    Engines& engines = sharedEngines();
+    const std::scoped_lock lock(engines.mutex);
+    load(engines, recognitionCodes(languages));
+}
+
+} // namespace vesto::readers

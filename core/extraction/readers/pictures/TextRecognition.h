@@ -1,0 +1,30 @@
+#pragma once
+#include "core/extraction/readers/pictures/Raster.h"
+
+#include <chrono>
+#include <cstdint>
+#include <string>
+#include <vector>
+
+namespace vesto::readers {
+
+/// Recognition works on at most this many pixels; larger pictures are made smaller.
+inline constexpr std::uint64_t maxRecognizedPixels = 4'000'000;
+
+inline constexpr std::chrono::milliseconds recognitionTimeLimit{8000};
+
+struct RecognizedText {
+    std::vector<std::string> lines{};            // as LineCollector leaves them, in reading order
+    std::vector<std::string> missingLanguages{}; // Tesseract's codes
+};
+
+/// The text in a picture, dark on light or light on dark. Gives what it has at the end of the time. Without
+/// data of any of the languages there is no text. Callable from any thread; one at a time works.
+[[nodiscard]] RecognizedText recognizeText(const Raster& picture, const std::vector<std::string>& languages,
+                                           std::chrono::milliseconds timeLimit = recognitionTimeLimit);
+
+/// Tesseract's codes of languages named as in BCP 47 («fr-FR»), each once; those it has none for are left
+/// out.
+[[nodiscard]] std::vector<std::string> recognitionCodes(const std::vector<std::string>& languages);
+
+} // namespace vesto::readers
