@@ -52,7 +52,7 @@ private:
         return text;
     }
     static std::string chunk(std::string_view name, const std::string& content) {
-        std::string text =
+        const std::string text =
             std::string(name) + number(static_cast<std::uint32_t>(content.size()), 4) + content;
         return content.size() % 2 == 0 ? text : text + '\0';
     }
