@@ -76,7 +76,10 @@ private:
 
     void enterColors(const XMLAttributes& attributes) {
         const auto set = [&](std::set<std::string>& styles, bool contained) {
-            contained ? styles.insert(m_style).second : styles.erase(m_style) > 0;
+            if (contained)
+                styles.insert(m_style);
+            else
+                styles.erase(m_style);
         };
         if (const auto color = attributes.find("fo:color"))
             set(m_white, styleColor(*color).isLike(white));

@@ -24,6 +24,8 @@
 #include <span>
 #include <string>
 #include <string_view>
+#include <utility>
+#include <vector>
 
 namespace vesto::readers {
 namespace {
@@ -208,14 +210,18 @@ std::vector<float> classify(const Raster& picture, const Description& descriptio
 
 std::vector<ContentSummary::Label> bestOf(const std::vector<float>& scores, const Description& description,
                                           const ImageSummarizer& settings) {
-    std::vector<ContentSummary::Label> labels;
+    std::vector<std::pair<double, std::size_t>>
+        classes; // by what they are sorted: the best first, then the first
     for (std::size_t i = 0; i < scores.size(); ++i) {
         const double confidence = std::clamp(static_cast<double>(scores[i]), 0.0, 1.0);
         if (confidence >= settings.minLabelConfidence && !description.labels[i].empty())
-            labels.push_back({.identifier = description.labels[i], .confidence = confidence});
+            classes.emplace_back(-confidence, i);
     }
-    std::ranges::stable_sort(labels, std::ranges::greater(), &ContentSummary::Label::confidence);
-    labels.resize(std::min(labels.size(), static_cast<std::size_t>(std::max(settings.maxLabels, 0))));
+    std::ranges::sort(classes);
+    classes.resize(std::min(classes.size(), static_cast<std::size_t>(std::max(settings.maxLabels, 0))));
+    std::vector<ContentSummary::Label> labels;
+    for (const auto& [confidence, index] : classes)
+        labels.push_back({.identifier = description.labels[index], .confidence = -confidence});
     return labels;
 }
 
