@@ -149,6 +149,30 @@ Verdict verdictOf(const std::vector<Surroundings>& tiles) {
             .isUneven = static_cast<std::size_t>(shaded) * 5 > tiles.size()};
 }
 
+constexpr unsigned leastNoise = 4;   // levels of brightness by which paper spreads
+constexpr unsigned darkestInk = 128; // where that would be taken for paper, the picture is no page
+
+/// Makes the grain of a page white: what is left is ink. A page without grain stays as it is.
+void clearGrain(GreyPicture& picture) {
+    std::array<std::uint64_t, 256> counts{};
+    for (const std::uint8_t pixel : picture.pixels)
+        ++counts[pixel];
+    const auto brightnessOf = [&](double share) {
+        auto left = static_cast<std::uint64_t>(static_cast<double>(picture.pixels.size()) * share);
+        unsigned brightness = 0;
+        while (brightness < 255 && left >= counts[brightness])
+            left -= counts[brightness++];
+        return brightness;
+    };
+    const unsigned paper = brightnessOf(0.5);
+    const unsigned spread = brightnessOf(0.84) - paper; // one standard deviation, seen from the lighter side
+    if (spread < leastNoise || paper < darkestInk + 3 * spread)
+        return;
+    const unsigned lightestInk = paper - 3 * spread;
+    for (std::uint8_t& pixel : picture.pixels)
+        pixel = static_cast<std::uint8_t>(std::min(255U, pixel * 255U / lightestInk));
+}
+
 void apply(const Curve& curve, GreyPicture& picture, std::size_t column, std::size_t row) {
     const std::size_t width = picture.size.width;
     const std::size_t right = std::min((column + 1) * tileSide, width);
@@ -191,10 +215,11 @@ bool makeTextDark(GreyPicture& picture) {
     if (verdict.isUneven) {
         for (std::size_t i = 0; i < tiles.size(); ++i)
             apply(curveOf(tiles[i]), picture, i % grid.columns, i / grid.columns);
-    } else if (verdict.isDark) {
-        for (std::uint8_t& pixel : picture.pixels)
-            pixel = static_cast<std::uint8_t>(255 - pixel);
+        return true;
     }
+    for (std::uint8_t& pixel : picture.pixels)
+        pixel = static_cast<std::uint8_t>(verdict.isDark ? 255 - pixel : pixel);
+    clearGrain(picture);
     return true;
 }
 

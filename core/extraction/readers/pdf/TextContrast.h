@@ -16,9 +16,9 @@ struct GreyPicture {
 /// As bright as the eye sees it.
 [[nodiscard]] GreyPicture greyPicture(const Raster& picture);
 
-/// Makes text dark on light. A page or a window of even brightness is at most turned round as a whole; what
-/// lies in shadow or on several grounds is measured part by part against its own surroundings. False, and
-/// perhaps nothing done, where nothing has the contrast of text. Linear time.
+/// Makes text dark on light. A page or a window of even brightness is at most turned round as a whole, and
+/// its grain made white; what lies in shadow or on several grounds is measured part by part against its own
+/// surroundings. False, and perhaps nothing done, where nothing has the contrast of text. Linear time.
 [[nodiscard]] bool makeTextDark(GreyPicture& picture);
 
 } // namespace vesto::readers

@@ -49,7 +49,7 @@ std::optional<PixelSize> sizeOf(int width, int height) {
     return PixelSize{static_cast<std::uint32_t>(width), static_cast<std::uint32_t>(height)};
 }
 
-std::optional<Raster> rasterOf(const heif_image* image, std::uint64_t maxPixels) {
+std::optional<PictureFile> fileOf(const heif_image* image, std::uint64_t maxPixels) {
     const auto size = sizeOf(heif_image_get_width(image, heif_channel_interleaved),
                              heif_image_get_height(image, heif_channel_interleaved));
     int stride = 0;
@@ -67,7 +67,10 @@ std::optional<Raster> rasterOf(const heif_image* image, std::uint64_t maxPixels)
         }
         reducer.add(row);
     }
-    return reducer.take();
+    PictureFile file;
+    file.raster = reducer.take();
+    file.size = *size; // what was claimed may be another one
+    return file;
 }
 
 } // namespace
@@ -99,14 +102,9 @@ std::optional<PictureFile> openHEIC(std::string_view bytes, std::uint64_t maxPix
                                      heif_chroma_interleaved_RGB, options.get())))
         return std::nullopt;
     const Owned<heif_image> image(rawImage);
-    auto raster = rasterOf(image.get(), maxPixels);
-    if (!raster)
-        return std::nullopt;
-
-    PictureFile file;
-    file.raster = *std::move(raster);
-    file.size = *claimed;
-    file.metadata = metadataOfEXIF(metadataOf(handle.get()));
+    auto file = fileOf(image.get(), maxPixels);
+    if (file)
+        file->metadata = metadataOfEXIF(metadataOf(handle.get()));
     return file;
 }
 
