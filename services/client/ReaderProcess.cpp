@@ -114,6 +114,9 @@ std::string_view messageOf(ReaderStartFailure failure) {
         return text("le système a refusé de le lancer.");
     case ReaderStartFailure::noAnswer:
         return text("il n'a pas répondu comme attendu. Si Vesto vient d'être mis à jour, relancez-le.");
+    case ReaderStartFailure::jailRefused:
+        return text("ce système (un conteneur ?) lui interdit de s'isoler, et sans cela aucun fichier n'est "
+                    "lu.");
     case ReaderStartFailure::noSeccomp:
         return text("ce noyau ne sait pas filtrer les appels système (seccomp), et sans cela "
                     "aucun fichier n'est lu.");
@@ -124,6 +127,8 @@ std::string_view messageOf(ReaderStartFailure failure) {
 std::filesystem::path readerProgram() {
     std::error_code error;
     const auto own = std::filesystem::read_symlink("/proc/self/exe", error);
+    if (error)
+        return {}; // never a path that depends on the folder we stand in
     const std::filesystem::path folder = own.parent_path();
     const std::filesystem::path beside = folder / "vesto-reader";
     return ::access(beside.c_str(), X_OK) == 0 ? beside
@@ -132,6 +137,8 @@ std::filesystem::path readerProgram() {
 
 std::expected<std::shared_ptr<ReaderProcess>, ReaderStartFailure>
 ReaderProcess::start(const std::filesystem::path& program, const std::vector<std::string>& arguments) {
+    if (!program.is_absolute())
+        return std::unexpected(ReaderStartFailure::programMissing);
     std::array<int, 2> ends{};
     if (::socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0, ends.data()) != 0)
         return std::unexpected(ReaderStartFailure::notStarted);
@@ -164,6 +171,8 @@ ReaderProcess::start(const std::filesystem::path& program, const std::vector<std
         return std::unexpected(ReaderStartFailure::noAnswer);
     if (greeting->jail == ipc::Jail::none)
         return std::unexpected(ReaderStartFailure::noSeccomp);
+    if (greeting->jail == ipc::Jail::refused)
+        return std::unexpected(ReaderStartFailure::jailRefused);
     result->m_jail = greeting->jail;
     return result;
 }

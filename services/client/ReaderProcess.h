@@ -19,13 +19,15 @@ enum class ReaderStartFailure {
     programMissing, // not installed where it belongs
     notStarted,     // the system refused to start it
     noAnswer,       // it ended, said nothing, or speaks another version
+    jailRefused,    // a part of the jail is not allowed here, by a container's filter for one
     noSeccomp,      // this kernel does not filter system calls: nothing can be read safely
 };
 
 /// For people, in French, without a capital; it goes behind «Le lecteur isolé n'a pas pu démarrer : ».
 [[nodiscard]] std::string_view messageOf(ReaderStartFailure failure);
 
-/// Where `vesto-reader` is: beside the program that runs, else in ../libexec/vesto/ from there.
+/// Where `vesto-reader` is: beside the program that runs, else in ../libexec/vesto/ from there. Empty where
+/// the system does not say where that program is (no /proc).
 [[nodiscard]] std::filesystem::path readerProgram();
 
 /// One running reader service. Thread-safe. The last owner ends it.

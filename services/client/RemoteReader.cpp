@@ -7,6 +7,7 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <utility>
@@ -45,7 +46,8 @@ std::optional<ipc::Answer> answerFrom(int pipe, const std::function<void(Reading
     std::vector<char> buffer(std::size_t{1} << 16);
     for (;;) {
         const auto left = std::chrono::ceil<milliseconds>(end - steady_clock::now());
-        if (left.count() <= 0 || !ipc::waitReadable(pipe, left))
+        // What has arrived is taken even by somebody who comes late: after a stop in the shell, say.
+        if (!ipc::waitReadable(pipe, std::max(left, milliseconds(0))))
             return std::nullopt;
         const ssize_t size = ::read(pipe, buffer.data(), buffer.size());
         if (size < 0 && errno == EINTR)

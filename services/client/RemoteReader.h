@@ -28,9 +28,10 @@ public:
     struct Settings {
         std::filesystem::path program = readerProgram();
         std::vector<std::string> arguments{}; // of the program; for tests
-        /// After this time the service has long stopped the reader; it is hung itself and does not count.
+        /// After this time the service has long stopped the reader, the second one as well where the first
+        /// found recognition not loaded; it is hung itself and does not count.
         std::function<std::chrono::milliseconds(Route)> patience = [](Route route) {
-            return ipc::limitsOf(route).time + ipc::slack;
+            return 2 * ipc::limitsOf(route).time + ipc::slack;
         };
     };
 

@@ -3,6 +3,7 @@
 #include "core/support/Unicode.h"
 #include "services/ipc/Wire.h"
 
+#include <algorithm>
 #include <chrono>
 #include <cmath>
 #include <limits>
@@ -55,15 +56,24 @@ template <typename T> void writeInteger(WireWriter& out, const std::optional<T>&
         out.integer(*value);
 }
 
+/// As Tesseract names its data: "fra", "chi_sim".
+bool isLanguageCode(std::string_view code) {
+    return code.size() >= 3 && code.size() <= 12 &&
+           code.find_first_not_of("abcdefghijklmnopqrstuvwxyz_") == std::string_view::npos;
+}
+
 void writeUTF8(WireWriter& out, const std::string& text) {
     out.text(unicode::isValid(text) ? text : unicode::repaired(text));
 }
 
 void writeText(WireWriter& out, const std::optional<std::string>& value, std::size_t mostBytes) {
-    const bool written = value && value->size() <= mostBytes;
+    // Repairing makes a text longer.
+    const std::string text =
+        !value || unicode::isValid(*value) ? value.value_or("") : unicode::repaired(*value);
+    const bool written = value && text.size() <= mostBytes;
     out.boolean(written);
     if (written)
-        writeUTF8(out, *value);
+        out.text(text);
 }
 
 void writeTexts(WireWriter& out, const std::vector<std::string>& texts) {
@@ -117,7 +127,9 @@ void writeSummary(WireWriter& out, const ContentSummary& summary) {
 std::string payloadOf(const Reading& reading) {
     WireWriter out;
     writeSummary(out, reading.summary);
-    writeTexts(out, reading.missingLanguages);
+    std::vector<std::string> languages = reading.missingLanguages;
+    std::erase_if(languages, [](const std::string& code) { return !isLanguageCode(code); });
+    writeTexts(out, languages);
     out.number(static_cast<std::uint32_t>(reading.sound.size()));
     for (const std::int16_t sample : reading.sound)
         out.number(static_cast<std::uint16_t>(sample));
@@ -182,6 +194,8 @@ std::optional<Answer> readingOf(std::string_view payload) {
     Reading reading;
     reading.summary = readSummary(in);
     reading.missingLanguages = readTexts(in, limits::languages, limits::wordBytes);
+    // They end up in a sentence that tells people what to install.
+    in.require(std::ranges::all_of(reading.missingLanguages, isLanguageCode));
     in.require(payload.size() - in.left() <= limits::answerBytes);
     reading.sound.resize(in.count(limits::soundSamples, sizeof(std::int16_t)));
     const std::string_view samples = in.raw(reading.sound.size() * sizeof(std::int16_t));

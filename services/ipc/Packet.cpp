@@ -96,11 +96,15 @@ std::optional<Packet> receivePacket(int socket, std::size_t maxBytes, std::size_
     do
         size = ::recvmsg(socket, &header, MSG_DONTWAIT | MSG_CMSG_CLOEXEC);
     while (size < 0 && errno == EINTR);
-    if (size <= 0) {
-        failure = size < 0 && errno == EAGAIN ? PacketFailure::none : PacketFailure::closed;
+    if (size < 0) {
+        failure = errno == EAGAIN ? PacketFailure::none : PacketFailure::closed;
         return std::nullopt;
     }
     packet.descriptors = descriptorsOf(header);
+    if (size == 0) { // the end of the socket; a packet without bytes is nobody's
+        failure = PacketFailure::closed;
+        return std::nullopt;
+    }
     if ((header.msg_flags & (MSG_TRUNC | MSG_CTRUNC)) != 0 || packet.descriptors.size() > maxDescriptors) {
         failure = PacketFailure::malformed;
         return std::nullopt;

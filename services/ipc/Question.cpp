@@ -10,7 +10,7 @@ namespace {
 // Two programs of one build talk to each other; the number tells where an update replaced one of them only.
 constexpr std::uint32_t magic = 0x76657231; // "ver1"
 constexpr std::size_t maxTypeBytes = 300;
-constexpr std::size_t maxNameBytes = 255;
+constexpr std::size_t maxNameBytes = 1024; // 255 UTF-16 units on FAT and NTFS are up to 765
 constexpr std::size_t maxLanguages = 16;
 constexpr std::size_t maxLanguageBytes = 64;
 constexpr auto routeCount = static_cast<std::uint8_t>(Route::document) + 1;
@@ -62,7 +62,7 @@ std::string encode(const Greeting& greeting) {
 std::optional<Greeting> decodeGreeting(std::string_view bytes) {
     WireReader in(bytes);
     in.require(in.number<std::uint32_t>() == magic);
-    const Greeting greeting{in.enumerator<Jail>(3)};
+    const Greeting greeting{in.enumerator<Jail>(4)};
     return in.isComplete() ? std::optional(greeting) : std::nullopt;
 }
 

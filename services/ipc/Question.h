@@ -37,6 +37,8 @@ enum class Jail {
     full,
     reduced, // without Landlock: system calls are filtered, paths are not
     none,    // without seccomp: nothing is read
+    refused, // a part of it that the kernel has is not allowed here (a container's own filter): nothing is
+             // read
 };
 
 /// The first packet, from the service.

@@ -36,7 +36,10 @@ struct Task {
 struct Child {
     UniqueFd process; // a pidfd
     Moment deadline;
-    std::optional<Task> again; // to be done once more where recognition turns out to be needed
+    /// Held to the end: the other side sees the end of its pipe only when the child's place is free again,
+    /// and its going away shows here.
+    Task task;
+    bool mayRunAgain = false; // where recognition turns out to be needed
 };
 
 /// A fork copies the one thread that calls it and every lock as it stands: with a second thread the child
@@ -79,11 +82,9 @@ public:
         , m_jail(sandbox::readablePaths()) {}
 
     int run() {
-        ipc::Jail jail = m_jail.restrictsPaths() ? ipc::Jail::full : ipc::Jail::reduced;
-        if (!m_jail.filtersCalls())
-            jail = ipc::Jail::none;
+        const ipc::Jail jail = jailHere();
         if (!ipc::sendPacket(m_socket, ipc::encode(ipc::Greeting{jail}), {}, std::chrono::seconds(1)) ||
-            jail == ipc::Jail::none)
+            jail == ipc::Jail::none || jail == ipc::Jail::refused)
             return 1;
         while (turn()) {
         }
@@ -91,12 +92,38 @@ public:
     }
 
 private:
+    /// A child that reads nothing tries the jail first: where the system refuses a part of it, that is said
+    /// once, and not as a failure of every file.
+    [[nodiscard]] ipc::Jail jailHere() const {
+        if (!m_jail.filtersCalls())
+            return ipc::Jail::none;
+        const pid_t self = ::getpid();
+        assertOneThread();
+        const pid_t pid = ::fork();
+        if (pid == 0)
+            ::_exit(m_jail.enter(resourcesOf(m_settings.limits(Route::document)), {}, self)
+                        ? 0
+                        : jailFailedStatus);
+        int status = -1;
+        while (pid > 0 && ::waitpid(pid, &status, 0) < 0 && errno == EINTR) {
+        }
+        if (pid < 0 || status != 0)
+            return ipc::Jail::refused;
+        return m_jail.restrictsPaths() ? ipc::Jail::full : ipc::Jail::reduced;
+    }
+
+    static sandbox::Resources resourcesOf(const ipc::ReadingLimits& limits) {
+        return {.addressSpace = limits.addressSpace, .processorTime = limits.time};
+    }
+
     /// Waits for whatever happens next and sees to it. False where the server is to leave.
     bool turn() {
         std::vector<pollfd> entries;
-        entries.reserve(m_children.size() + 1);
-        for (const Child& child : m_children)
+        entries.reserve(2 * m_children.size() + 1);
+        for (const Child& child : m_children) {
             entries.push_back({child.process.get(), POLLIN, 0});
+            entries.push_back({child.task.answer.get(), 0, 0}); // says when nobody reads any more
+        }
         // Where all places are taken, questions wait in the socket; its other end is watched all the same.
         const bool listens = m_children.size() < m_settings.readingsAtOnce;
         entries.push_back({m_socket, static_cast<short>(listens ? POLLIN : 0), 0});
@@ -108,9 +135,12 @@ private:
         stopLateChildren(now);
         if (ready == 0)
             return !(m_children.empty() && now - m_lastQuestion >= m_settings.idle);
-        for (std::size_t i = m_children.size(); i-- > 0;)
-            if (entries[i].revents != 0)
+        for (std::size_t i = m_children.size(); i-- > 0;) {
+            if (entries[2 * i].revents != 0)
                 finish(i);
+            else if (entries[2 * i + 1].revents != 0)
+                stop(m_children[i]);
+        }
         const short happened = entries.back().revents;
         if ((happened & POLLIN) != 0)
             return takeQuestion();
@@ -128,12 +158,16 @@ private:
 
     void stopLateChildren(Moment now) {
         for (Child& child : m_children) {
-            if (now < child.deadline)
-                continue;
-            ::syscall(SYS_pidfd_send_signal, child.process.get(), SIGKILL, nullptr, 0U);
-            child.again.reset();
-            child.deadline = Moment::max();
+            if (now >= child.deadline)
+                stop(child);
         }
+    }
+
+    /// Its end is seen at the next turn. Whoever asked sees the end of the pipe then, and no sooner.
+    static void stop(Child& child) {
+        ::syscall(SYS_pidfd_send_signal, child.process.get(), SIGKILL, nullptr, 0U);
+        child.mayRunAgain = false;
+        child.deadline = Moment::max();
     }
 
     bool takeQuestion() {
@@ -181,17 +215,14 @@ private:
             ::waitpid(pid, nullptr, 0);
             return;
         }
-        // Where nothing can be done again the child alone holds the pipe, and its end is seen at once.
-        std::optional<Task> again = warm ? std::nullopt : std::optional(std::move(task));
-        m_children.push_back({std::move(process), deadline, std::move(again)});
+        m_children.push_back({std::move(process), deadline, std::move(task), !warm});
     }
 
     [[noreturn]] void beChild(const Task& task, const ipc::ReadingLimits& limits, pid_t parent,
                               bool warm) const {
         std::array<int, 2> kept{task.file.get(), task.answer.get()};
         std::ranges::sort(kept);
-        const sandbox::Resources resources{.addressSpace = limits.addressSpace, .processorTime = limits.time};
-        if (!m_jail.enter(resources, kept, parent))
+        if (!m_jail.enter(resourcesOf(limits), kept, parent))
             ::_exit(jailFailedStatus);
         m_settings.work(task.question, task.file.get(), task.answer.get(), warm);
         ::_exit(0);
@@ -205,9 +236,9 @@ private:
         do
             result = ::waitid(P_PIDFD, static_cast<id_t>(child.process.get()), &end, WEXITED);
         while (result != 0 && errno == EINTR);
-        if (child.again && end.si_code == CLD_EXITED && end.si_status == coldStatus) {
-            warmFor(child.again->question);
-            start(*std::move(child.again));
+        if (child.mayRunAgain && end.si_code == CLD_EXITED && end.si_status == coldStatus) {
+            warmFor(child.task.question);
+            start(std::move(child.task));
         }
     }
 

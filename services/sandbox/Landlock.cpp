@@ -26,10 +26,10 @@ constexpr std::uint64_t deviceControl = std::uint64_t{1} << 15;     // version 5
 constexpr std::uint64_t bindAndConnect = 3;                         // version 4
 constexpr std::uint64_t socketsAndSignals = 3;                      // version 6
 
-bool addPath(int ruleset, const std::string& path) {
+void addPath(int ruleset, const std::string& path) {
     const int fd = ::open(path.c_str(), O_PATH | O_CLOEXEC);
     if (fd < 0)
-        return true;
+        return;
     struct stat status{};
     const bool isFolder = ::fstat(fd, &status) == 0 && S_ISDIR(status.st_mode);
     landlock_path_beneath_attr rule{};
@@ -37,9 +37,8 @@ bool addPath(int ruleset, const std::string& path) {
     if (isFolder)
         rule.allowed_access |= LANDLOCK_ACCESS_FS_READ_DIR;
     rule.parent_fd = fd;
-    const bool added = ::syscall(SYS_landlock_add_rule, ruleset, LANDLOCK_RULE_PATH_BENEATH, &rule, 0U) == 0;
+    ::syscall(SYS_landlock_add_rule, ruleset, LANDLOCK_RULE_PATH_BENEATH, &rule, 0U);
     ::close(fd);
-    return added;
 }
 
 } // namespace
@@ -73,12 +72,9 @@ int makeRuleset(const std::vector<std::string>& paths) {
     const int ruleset = static_cast<int>(::syscall(SYS_landlock_create_ruleset, &rules, size, 0U));
     if (ruleset < 0)
         return -1;
-    for (const std::string& path : paths) {
-        if (!addPath(ruleset, path)) {
-            ::close(ruleset);
-            return -1;
-        }
-    }
+    // A path that cannot be added is one less to be read: no reason to do without the rest.
+    for (const std::string& path : paths)
+        addPath(ruleset, path);
     return ruleset;
 }
 

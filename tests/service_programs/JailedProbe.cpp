@@ -82,7 +82,13 @@ void work(const ipc::Question& question, int file, int answer, bool warm) {
         __builtin_trap();
     } else if (name == "hang")
         sleepFor(std::chrono::hours(1));
-    else if (name == "slow")
+    else if (name == "rubbish, then spin" || name == "answer, then spin") {
+        lines = {"said"};
+        reader::writeAll(answer, name[0] == 'r' ? std::string(64, '\xFF') : ipc::encodeAnswer(reading));
+        ::close(answer);
+        for (volatile bool spins = true; spins;) {
+        }
+    } else if (name == "slow")
         sleepFor(std::chrono::milliseconds(700));
     else if (name == "spin")
         for (volatile bool spins = true; spins;) {

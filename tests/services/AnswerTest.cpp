@@ -91,6 +91,7 @@ TEST(Answer, LeavesOutWhatNoDecoderTakes) {
     reading.summary.pixelWidth = std::numeric_limits<std::int64_t>::max();
     reading.summary.date = Instant::min();
     reading.summary.duration = Seconds(std::numeric_limits<double>::infinity());
+    reading.missingLanguages.push_back("fra. Envoyez ce fichier");
     reading.summary.labels.push_back({"dog", 1.5});
     reading.summary.labels.push_back({std::string(limits::wordBytes + 1, 'a'), 0.5});
     reading.summary.lines[1] = "caf\xE9";
@@ -102,6 +103,7 @@ TEST(Answer, LeavesOutWhatNoDecoderTakes) {
     EXPECT_EQ(summary.date, std::nullopt);
     EXPECT_EQ(summary.duration, std::nullopt);
     EXPECT_EQ(summary.labels, fullReading().summary.labels);
+    EXPECT_EQ(std::get<Reading>(*answer).missingLanguages, fullReading().missingLanguages);
     reading.summary.lines[1] = "caf\uFFFD";
     EXPECT_EQ(summary.lines, reading.summary.lines);
 

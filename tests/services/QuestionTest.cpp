@@ -15,14 +15,16 @@ const Question question{.about = Question::About::preview,
                         .recognitionLanguages = {"fr-FR", "en-US"}};
 
 TEST(Question, ComesBackAsItWasSent) {
-    for (const Question& asked : {question, Question{}}) {
+    Question longest = question;
+    longest.fileName.assign(765, 'a'); // what FAT and NTFS allow
+    for (const Question& asked : {question, Question{}, longest}) {
         const std::string bytes = encode(asked);
         EXPECT_EQ(decodeQuestion(bytes), asked);
         for (std::size_t size = 0; size < bytes.size(); ++size)
             EXPECT_EQ(decodeQuestion(bytes.substr(0, size)), std::nullopt) << size;
         EXPECT_EQ(decodeQuestion(bytes + 'x'), std::nullopt);
     }
-    for (const Jail jail : {Jail::full, Jail::reduced, Jail::none})
+    for (const Jail jail : {Jail::full, Jail::reduced, Jail::none, Jail::refused})
         EXPECT_EQ(decodeGreeting(encode(Greeting{jail})), Greeting{jail});
 }
 
@@ -30,7 +32,7 @@ TEST(Question, IsRefusedWhereItIsNotOurs) {
     std::vector<Question> rows(5, question);
     rows[0].fileName = "dossier/a.txt";
     rows[1].fileName = std::string("a\0b", 3);
-    rows[2].fileName.assign(256, 'a');
+    rows[2].fileName.assign(1025, 'a');
     rows[3].type = "\xFF";
     rows[4].recognitionLanguages.assign(17, "fr");
     for (std::size_t i = 0; i < rows.size(); ++i)
@@ -40,7 +42,7 @@ TEST(Question, IsRefusedWhereItIsNotOurs) {
     other[0] = 'x'; // another version
     EXPECT_EQ(decodeQuestion(other), std::nullopt);
     std::string greeting = encode(Greeting{Jail::full});
-    greeting.back() = 3;
+    greeting.back() = 4;
     EXPECT_EQ(decodeGreeting(greeting), std::nullopt);
 }
 

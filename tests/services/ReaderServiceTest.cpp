@@ -74,6 +74,19 @@ TEST(ReaderService, AChildThatDiesCostsItsOwnFile) {
     EXPECT_EQ(reader.process(), process);
 }
 
+/// A child that has answered and lives on must not keep a place that others wait for.
+TEST(ReaderService, AChildThatLingersIsGoneBeforeTheNext) {
+    RemoteReader reader(serviceSettings(VESTO_JAILED_PROBE, {"--time=60"}, 5s));
+    const std::size_t places = ipc::readingsAtOnce();
+    for (std::size_t i = 0; i < places; ++i)
+        EXPECT_EQ(firstLine(reader, "rubbish, then spin"), "unreadable");
+    EXPECT_EQ(firstLine(reader, "x"), "cold");
+
+    RemoteReader second(serviceSettings(VESTO_JAILED_PROBE, {"--time=1"}));
+    EXPECT_EQ(firstLine(second, "answer, then spin"), "said");
+    EXPECT_EQ(firstLine(second, "x"), "cold");
+}
+
 TEST(ReaderService, RecognitionIsLoadedWhereItIsMissedAndNotBefore) {
     RemoteReader reader(serviceSettings(VESTO_JAILED_PROBE));
     EXPECT_EQ(firstLine(reader, "x"), "cold");
