@@ -7,6 +7,7 @@
 #include "tests/readers/support/TemporaryFile.h"
 
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include <vector>
 
@@ -98,6 +99,19 @@ TEST(MailHeaders, NameTheSender) {
         EXPECT_EQ(mailSender(value), expected) << value;
 }
 
+TEST(EmailReader, ReadsLargeMessagesUpToABound) {
+    const UniqueFd file = tests::temporaryFile("Subject: Photos des vacances\n\nVoici les photos.\n");
+    const auto linesAt = [&](off_t bytes) {
+        EXPECT_EQ(::ftruncate(file.get(), bytes), 0); // a hole takes no room on the disk
+        return summarizeEmail(
+            {.fd = file.get(), .path = "a.eml", .type = {"com.apple.mail.email"}, .bestDate = fileDate}, {});
+    };
+    const auto summary = linesAt(60'000'000);
+    ASSERT_TRUE(summary);
+    EXPECT_EQ(summary->lines.front(), "Photos des vacances");
+    EXPECT_FALSE(linesAt(209'715'201));
+}
+
 TEST(MailHeaders, ReadDates) {
     const auto utc = [](int hour, int minute = 20, int second = 30) {
         return unicode::instantOf({2025, 3, 5, hour, minute, second}, "UTC");
@@ -111,6 +125,12 @@ TEST(MailHeaders, ReadDates) {
         {"5 Mar 2025 10:20:30 EST", utc(15)},
         {"5 Mar 2025 10:20:30 CEST", utc(8)},
         {"5 Mar 2025 10:20:30 +02:00", utc(8)},
+        {"5 Mar 2025 10:20:30 GMT+02:00", utc(8)},
+        {"5 Mar 2025 10:20:30 GMT+2", utc(8)},
+        {"5 Mar 2025 10:20:30 gmt-0530", utc(15, 50)},
+        {"5 Mar 2025 10:20:30 UTC+1", utc(9)},
+        {"5 Mar 2025 10:20:30 UTC", utc(10)},
+        {"5 Mar 2025 10:20:30 GMT+x", utc(10)},
         {"Wed, 5 Mar 2025 10:20:30 +0100 (CET)", utc(9)},
         {"31 Feb 2025 10:20:30 +0000", std::nullopt},
         {"5 Mar 2025 25:61:61 +0000", std::nullopt},

@@ -60,12 +60,13 @@ std::string PDFWriter::bytes() const {
         fmt::format("<< {}>>", m_info),
     };
     std::string kids;
-    for (const std::string& content : m_pages) {
+    for (const auto& [content, sheet] : m_pages) {
         const std::size_t number = objects.size() + 1;
         kids += fmt::format("{} 0 R ", number);
-        objects.push_back(fmt::format("<< /Type /Page /Parent 2 0 R /MediaBox [0 0 595 842] /Contents {} 0 R"
+        objects.push_back(fmt::format("<< /Type /Page /Parent 2 0 R /MediaBox [0 0 {} {}] /Rotate {}"
+                                      " /Contents {} 0 R"
                                       " /Resources << /Font << /F1 3 0 R >> >> >>",
-                                      number + 1));
+                                      sheet.width, sheet.height, sheet.rotation, number + 1));
         objects.push_back(fmt::format("<< /Length {} >>\nstream\n{}endstream", content.size(), content));
     }
     objects[1] = fmt::format("<< /Type /Pages /Kids [{}] /Count {} >>", kids, m_pages.size());

@@ -5,11 +5,18 @@
 
 namespace vesto {
 
+/// In points, before it is turned clockwise by a multiple of 90 degrees.
+struct PDFSheet {
+    int width = 595;
+    int height = 842;
+    int rotation = 0;
+};
+
 /// Writes small PDF files: pages of text in one font, and a document information dictionary.
 class PDFWriter {
 public:
     /// One page; `content` is its content stream, as `textAt` writes it.
-    void addPage(std::string content) { m_pages.push_back(std::move(content)); }
+    void addPage(std::string content, PDFSheet sheet = {}) { m_pages.push_back({std::move(content), sheet}); }
 
     /// Lines of 11 points from the top of a page, one below the other, at `x` points from the left.
     [[nodiscard]] static std::string column(double x, const std::vector<std::string>& lines);
@@ -24,7 +31,11 @@ public:
     [[nodiscard]] std::string bytes() const;
 
 private:
-    std::vector<std::string> m_pages;
+    struct Page {
+        std::string content;
+        PDFSheet sheet;
+    };
+    std::vector<Page> m_pages;
     std::string m_info;
 };
 

@@ -8,7 +8,7 @@
 namespace vesto::readers {
 namespace {
 
-constexpr std::uint64_t maxFileBytes = 52'428'800;
+constexpr std::uint64_t maxFileBytes = 209'715'200;
 
 } // namespace
 

@@ -167,6 +167,34 @@ constexpr std::array<ZoneName, 12> zoneNames{{{"BST", "+0100"},
                                               {"WEST", "+0100"},
                                               {"WET", "+0000"}}};
 
+/// "GMT+02:00", "UTC+2" or "+02:00" as "+0200"; empty where it is no offset in numbers.
+std::string numericZone(std::string_view zone) {
+    for (const std::string_view prefix : {"GMT", "UTC", "UT"}) {
+        if (ascii::startsWithIgnoringCase(zone, prefix)) {
+            zone.remove_prefix(prefix.size());
+            break;
+        }
+    }
+    if (!zone.starts_with('+') && !zone.starts_with('-'))
+        return {};
+    std::string_view hours = zone.substr(1);
+    std::string_view minutes = "00";
+    const std::size_t colon = hours.find(':');
+    if (colon != hours.npos) {
+        minutes = hours.substr(colon + 1);
+        hours = hours.substr(0, colon);
+    } else if (hours.size() > 2) {
+        minutes = hours.substr(hours.size() - 2);
+        hours.remove_suffix(2);
+    }
+    const auto isDigits = [](std::string_view text) { return std::ranges::all_of(text, ascii::isDigit); };
+    if (hours.empty() || hours.size() > 2 || minutes.size() != 2 || !isDigits(hours) || !isDigits(minutes))
+        return {};
+    std::string result(1, zone.front());
+    result.append(2 - hours.size(), '0').append(hours).append(minutes);
+    return result;
+}
+
 /// The date without comments, its zone as «+0200».
 std::string tidyDate(std::string_view value) {
     std::string_view text = value.substr(0, 200);
@@ -179,8 +207,8 @@ std::string tidyDate(std::string_view value) {
         zoneNames, [&](const ZoneName& row) { return ascii::equalsIgnoringCase(row.name, zone); });
     if (known != zoneNames.end())
         zone = known->offset;
-    else if (zone.size() == 6 && (zone[0] == '+' || zone[0] == '-') && zone[3] == ':')
-        zone.erase(3, 1);
+    else if (std::string numeric = numericZone(zone); !numeric.empty())
+        zone = std::move(numeric);
     return std::string(text.substr(0, blank + 1)) + zone;
 }
 

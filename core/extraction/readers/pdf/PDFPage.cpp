@@ -7,9 +7,10 @@
 #include <poppler-page.h>
 
 #include <algorithm>
-#include <chrono>
+#include <array>
 #include <cmath>
 #include <cstddef>
+#include <cstdint>
 #include <utility>
 #include <vector>
 
@@ -22,10 +23,12 @@ constexpr double pointsPerInch = 72;
 constexpr double contrastResolution = 36; // dots an inch; text of 11 points is five and a half high
 constexpr int leastContrast = 8;          // of 255, in any of the colours
 constexpr double maxResolution = 300;     // dots an inch
+constexpr double mostContrastPixels = 4'000'000;
+constexpr double longestContrastSide = 16'384; // pixels
 
-// A page that takes its text this long to be found is a drawing of so many strokes that it is not drawn as
-// well.
-constexpr std::chrono::milliseconds slowPage{150};
+// The words of an honest page hardly overlap, so that each pixel is looked at about once. What is left when
+// this is spent counts as hidden.
+constexpr std::int64_t mostPixelsLookedAt = 64'000'000;
 
 std::string utf8Of(const poppler::ustring& text) {
     return utf8OfUnits(std::u16string(text.begin(), text.end()));
@@ -35,44 +38,96 @@ bool isPlausible(const poppler::rectf& box) {
     return box.width() >= 1 && box.height() >= 1 && box.width() <= longestSide && box.height() <= longestSide;
 }
 
-poppler::image draw(const poppler::page& page, double resolution) {
+poppler::image draw(const poppler::page& page, double resolution, bool hasSmoothLines) {
     poppler::page_renderer renderer;
     renderer.set_image_format(poppler::image::format_rgb24);
-    renderer.set_render_hint(poppler::page_renderer::antialiasing);
+    renderer.set_render_hint(poppler::page_renderer::antialiasing, hasSmoothLines);
     renderer.set_render_hint(poppler::page_renderer::text_antialiasing);
     return renderer.render_page(&page, resolution, resolution);
 }
 
-/// Whether nothing at all is drawn in a box, given in points from the upper left corner. Its edges are left
-/// out: they may touch the neighbours.
-bool isEmptyAt(const poppler::image& image, const poppler::rectf& box) {
-    const double scale = contrastResolution / pointsPerInch;
-    const double inset = box.height() / 5;
-    const auto clamped = [](double value, int limit) {
-        return static_cast<int>(std::clamp(value, 0.0, static_cast<double>(limit)));
-    };
-    const int left = clamped(std::floor(box.left() * scale), image.width());
-    const int right = clamped(std::ceil(box.right() * scale), image.width());
-    const int top = clamped(std::floor((box.top() + inset) * scale), image.height());
-    const int bottom = clamped(std::ceil((box.bottom() - inset) * scale), image.height());
-    unsigned char darkest[3] = {255, 255, 255};
-    unsigned char lightest[3] = {0, 0, 0};
-    for (int y = top; y < bottom; ++y) {
-        const char* row = image.const_data() + std::ptrdiff_t{y} * image.bytes_per_row();
-        for (int x = left; x < right; ++x) {
-            for (int i = 0; i < 3; ++i) {
-                const auto value = static_cast<unsigned char>(row[x * 3 + i]);
-                darkest[i] = std::min(darkest[i], value);
-                lightest[i] = std::max(lightest[i], value);
+/// A box as seen along the direction in which its text runs, each pair ascending: lines follow each other
+/// across it.
+struct TextExtent {
+    double start, end;
+    double side, otherSide;
+};
+
+bool runsUpOrDown(const poppler::text_box& word) {
+    return word.rotation() == 1 || word.rotation() == 3;
+}
+
+TextExtent extentOf(const poppler::text_box& word) {
+    const poppler::rectf box = word.bbox();
+    switch (word.rotation()) {
+    case 1: // downwards
+        return {box.top(), box.bottom(), box.left(), box.right()};
+    case 2: // upside down
+        return {-box.right(), -box.left(), box.top(), box.bottom()};
+    case 3: // upwards
+        return {-box.bottom(), -box.top(), box.left(), box.right()};
+    default:
+        return {box.left(), box.right(), box.top(), box.bottom()};
+    }
+}
+
+/// A page drawn as small as still tells where it shows something.
+class DrawnPage {
+public:
+    /// Shows nothing at all where the page cannot be drawn; see `isValid`.
+    explicit DrawnPage(const poppler::page& page) {
+        const poppler::rectf box = page.page_rect();
+        if (!(box.width() >= 1 && box.height() >= 1))
+            return;
+        m_scale = std::min({contrastResolution / pointsPerInch,
+                            std::sqrt(mostContrastPixels / (box.width() * box.height())),
+                            longestContrastSide / std::max(box.width(), box.height())});
+        m_image = draw(page, m_scale * pointsPerInch, false);
+    }
+
+    [[nodiscard]] bool isValid() const {
+        return m_image.is_valid() && m_image.format() == poppler::image::format_rgb24;
+    }
+
+    /// Whether nothing at all is drawn where a word is. The edges along its line are left out: they may touch
+    /// the neighbours.
+    [[nodiscard]] bool isEmptyAt(const poppler::text_box& word) {
+        const poppler::rectf box = word.bbox();
+        const double insetX = runsUpOrDown(word) ? box.width() / 5 : 0;
+        const double insetY = runsUpOrDown(word) ? 0 : box.height() / 5;
+        const auto pixel = [&](double value, int limit) {
+            return value > 0 ? static_cast<int>(std::min(value, static_cast<double>(limit))) : 0;
+        };
+        const int left = pixel(std::floor((box.left() + insetX) * m_scale), m_image.width());
+        const int right = pixel(std::ceil((box.right() - insetX) * m_scale), m_image.width());
+        const int top = pixel(std::floor((box.top() + insetY) * m_scale), m_image.height());
+        const int bottom = pixel(std::ceil((box.bottom() - insetY) * m_scale), m_image.height());
+        std::array<unsigned char, 3> darkest{255, 255, 255};
+        std::array<unsigned char, 3> lightest{0, 0, 0};
+        for (int y = top; y < bottom && m_pixelsLeft > 0; ++y) {
+            m_pixelsLeft -= std::max(right - left, 0);
+            const char* row = m_image.const_data() + std::ptrdiff_t{y} * m_image.bytes_per_row();
+            for (int x = left; x < right; ++x) {
+                for (std::size_t i = 0; i < 3; ++i) {
+                    const auto value = static_cast<unsigned char>(
+                        row[std::ptrdiff_t{x} * 3 + static_cast<std::ptrdiff_t>(i)]);
+                    darkest[i] = std::min(darkest[i], value);
+                    lightest[i] = std::max(lightest[i], value);
+                }
+            }
+            for (std::size_t i = 0; i < 3; ++i) {
+                if (lightest[i] - darkest[i] >= leastContrast)
+                    return false;
             }
         }
+        return true;
     }
-    for (int i = 0; i < 3; ++i) {
-        if (lightest[i] - darkest[i] >= leastContrast)
-            return false;
-    }
-    return true;
-}
+
+private:
+    poppler::image m_image;
+    double m_scale = 0; // pixels a point
+    std::int64_t m_pixelsLeft = mostPixelsLookedAt;
+};
 
 /// The words that `isHidden` does not say are, each line as they stand beside each other.
 std::string textOfWords(const std::vector<poppler::text_box>& words, const std::vector<bool>& isHidden) {
@@ -81,15 +136,14 @@ std::string textOfWords(const std::vector<poppler::text_box>& words, const std::
     for (std::size_t i = 0; i < words.size(); ++i) {
         if (isHidden[i])
             continue;
-        const poppler::rectf box = words[i].bbox();
+        const TextExtent box = extentOf(words[i]);
         if (before != nullptr) {
-            const poppler::rectf last = before->bbox();
-            const double shared = std::min(last.bottom(), box.bottom()) - std::max(last.top(), box.top());
-            const bool isSameLine = words[i].rotation() == before->rotation() &&
-                                    shared > std::min(last.height(), box.height()) / 2 &&
-                                    box.left() > last.left();
-            text +=
-                isSameLine ? (before->has_space_after() || box.left() > last.right() + 1 ? " " : "") : "\n";
+            const TextExtent last = extentOf(*before);
+            const double shared = std::min(last.otherSide, box.otherSide) - std::max(last.side, box.side);
+            const double thinner = std::min(last.otherSide - last.side, box.otherSide - box.side);
+            const bool isSameLine =
+                words[i].rotation() == before->rotation() && shared > thinner / 2 && box.start > last.start;
+            text += isSameLine ? (before->has_space_after() || box.start > last.end + 1 ? " " : "") : "\n";
         }
         text += utf8Of(words[i].text());
         before = &words[i];
@@ -99,23 +153,21 @@ std::string textOfWords(const std::vector<poppler::text_box>& words, const std::
 
 } // namespace
 
-std::string textOfPage(const poppler::page& page) {
-    return utf8Of(page.text(poppler::rectf(), poppler::page::non_raw_non_physical_layout));
-}
-
 std::string visibleTextOfPage(const poppler::page& page, bool isDrawn) {
-    const auto begin = std::chrono::steady_clock::now();
-    std::string text = textOfPage(page);
-    if (text.empty() || std::chrono::steady_clock::now() - begin > slowPage)
+    // Poppler itself drops what lies outside the page.
+    std::string text = utf8Of(page.text(poppler::rectf(), poppler::page::non_raw_non_physical_layout));
+    if (text.empty())
         return text;
     const std::vector<poppler::text_box> words = page.text_list(poppler::page::text_list_include_font);
-    poppler::image image;
-    if (isDrawn && !words.empty() && isPlausible(page.page_rect()))
-        image = draw(page, contrastResolution);
+    std::optional<DrawnPage> drawn;
+    if (isDrawn && !words.empty())
+        drawn.emplace(page);
+    if (drawn && !drawn->isValid())
+        drawn.reset();
     std::vector<bool> isHidden(words.size());
     for (std::size_t i = 0; i < words.size(); ++i)
         isHidden[i] = (words[i].has_font_info() && words[i].get_font_size() < leastFontSize) ||
-                      (image.is_valid() && isEmptyAt(image, words[i].bbox()));
+                      (drawn && drawn->isEmptyAt(words[i]));
     if (std::ranges::find(isHidden, true) == isHidden.end())
         return text;
     return textOfWords(words, isHidden);
@@ -129,7 +181,7 @@ std::optional<Raster> drawnPage(const poppler::page& page, std::uint64_t maxPixe
     const double bySide = maxSide / std::max(box.width(), box.height());
     const double scale = std::min({byArea, bySide, maxResolution / pointsPerInch});
     // Poppler rounds a side up; a hair less keeps it within the bound.
-    const poppler::image image = draw(page, scale * pointsPerInch * 0.999);
+    const poppler::image image = draw(page, scale * pointsPerInch * 0.999, true);
     if (!image.is_valid() || image.width() < 1 || image.height() < 1 ||
         image.format() != poppler::image::format_rgb24)
         return std::nullopt;

@@ -13,11 +13,9 @@ class page;
 namespace vesto::readers {
 
 /// The text of a page in the order a person reads it in, column after column, lines separated by line feeds,
-/// as Poppler lays it out. Valid UTF-8.
-[[nodiscard]] std::string textOfPage(const poppler::page& page);
-
-/// The same without what nobody can see: text of less than 2 points and, where `isDrawn`, text where the
-/// drawn page shows nothing at all. An invisible text over a picture stays, since the picture shows it.
+/// as Poppler lays it out. Valid UTF-8. Without what nobody can see: text of less than 2 points, outside the
+/// page and, where `isDrawn` and the page can be drawn, where the drawn page shows nothing at all. An
+/// invisible text over a picture stays, since the picture shows it.
 [[nodiscard]] std::string visibleTextOfPage(const poppler::page& page, bool isDrawn);
 
 /// The page as a picture of at most `maxPixels` and, each side, `maxSide`. Nothing for a page of an absurd

@@ -29,9 +29,6 @@ namespace {
 // How far the search for a first text goes in a document that has almost none.
 constexpr int maxPagesOfScan = 50;
 
-// Characters that make a name; behind them it matters no longer whether a word can be seen.
-constexpr std::size_t charactersOfName = 2'000;
-
 std::u16string unitsOf(const poppler::ustring& text) {
     return {text.begin(), text.end()};
 }
@@ -93,8 +90,7 @@ std::optional<std::vector<std::string>> readText(const poppler::document& docume
         if (page == nullptr)
             continue;
         opened = true;
-        addPage(lines.characters() < charactersOfName ? visibleTextOfPage(*page, i == 0) : textOfPage(*page),
-                lines);
+        addPage(visibleTextOfPage(*page, i == 0), lines);
     }
     if (!opened)
         return std::nullopt;
@@ -119,8 +115,6 @@ bool isScan(const std::vector<std::string>& lines, int scanThreshold) {
 /// What the first page of a scan shows, in place of the little text that the file has.
 void recognizeFirstPage(const poppler::document& document, const ReadRequest& request,
                         const PDFSummarizer& settings, Reading& reading) {
-    if (isScreenCapture(request.path, std::nullopt))
-        reading.summary.kind = ContentSummary::Kind::screenshot;
     if (settings.ocr.recognitionLanguages.empty())
         return;
     const std::unique_ptr<poppler::page> page(document.create_page(0));
