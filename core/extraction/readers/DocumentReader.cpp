@@ -23,7 +23,7 @@ namespace vesto::readers {
 namespace {
 
 /// Enough for `maxCharacters` in any charset with a good deal of blanks and licence before them.
-constexpr std::size_t textBytes = 256 * 1024;
+constexpr std::size_t textBytes = std::size_t{256} * 1024;
 
 enum class Format {
     text,
