@@ -54,14 +54,15 @@ std::expected<Reading, SummarizerError> LocalReader::read(const ReadRequest& req
 }
 
 std::expected<Preview, SummarizerError> LocalReader::preview(const ReadRequest& request) {
+    const auto unreadable = std::unexpected(SummarizerError::unreadable(request.path));
     try {
-        if (auto picture = pictureOf(request))
-            return Preview{
-                .width = picture->width, .height = picture->height, .rgba = std::move(picture->rgba)};
+        auto picture = pictureOf(request);
+        if (!picture)
+            return unreadable;
+        return Preview{.width = picture->width, .height = picture->height, .rgba = std::move(picture->rgba)};
     } catch (...) {
-        // A picture that cannot be shown, whatever the library says of it.
+        return unreadable;
     }
-    return std::unexpected(SummarizerError::unreadable(request.path));
 }
 
 } // namespace vesto::readers

@@ -1,6 +1,6 @@
 #include "core/extraction/readers/pictures/TextRecognition.h"
 
-#include "core/extraction/readers/pdf/TextContrast.h"
+#include "core/extraction/readers/pictures/TextContrast.h"
 #include "core/extraction/readers/pictures/RecognizedLine.h"
 #include "core/support/Unicode.h"
 #include "tests/readers/support/Pictures.h"

@@ -220,6 +220,7 @@ std::vector<ContentSummary::Label> bestOf(const std::vector<float>& scores, cons
     std::ranges::sort(classes);
     classes.resize(std::min(classes.size(), static_cast<std::size_t>(std::max(settings.maxLabels, 0))));
     std::vector<ContentSummary::Label> labels;
+    labels.reserve(classes.size());
     for (const auto& [confidence, index] : classes)
         labels.push_back({.identifier = description.labels[index], .confidence = -confidence});
     return labels;

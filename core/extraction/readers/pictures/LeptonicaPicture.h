@@ -1,5 +1,5 @@
 #pragma once
-#include "core/extraction/readers/pdf/TextContrast.h"
+#include "core/extraction/readers/pictures/TextContrast.h"
 #include "core/extraction/readers/pictures/RasterScaling.h"
 
 #include <memory>

@@ -125,8 +125,6 @@ std::optional<PictureHeader> pictureHeader(std::string_view bytes, PictureFormat
     case PictureFormat::png:
     case PictureFormat::jpeg:
     case PictureFormat::tiff:
-        header = headerByLeptonica(bytes, format);
-        break;
     case PictureFormat::webp:
         header = headerByLeptonica(bytes, format);
         break;

@@ -2,7 +2,7 @@
 
 #include "core/extraction/readers/Ascii.h"
 #include "core/extraction/readers/LineCollector.h"
-#include "core/extraction/readers/pdf/TextContrast.h"
+#include "core/extraction/readers/pictures/TextContrast.h"
 #include "core/extraction/readers/pictures/LeptonicaPicture.h"
 #include "core/extraction/readers/pictures/PictureContent.h"
 #include "core/extraction/readers/pictures/RasterScaling.h"

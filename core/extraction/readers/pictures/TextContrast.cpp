@@ -1,4 +1,4 @@
-#include "core/extraction/readers/pdf/TextContrast.h"
+#include "core/extraction/readers/pictures/TextContrast.h"
 
 #include <algorithm>
 #include <array>
