@@ -38,7 +38,7 @@ private:
 // The first of these elements of the part that holds anything but white space.
 std::optional<std::string> firstText(std::string_view xml, std::string element) {
     for (const std::string& line : XMLText::paragraphs(xml, std::move(element))) {
-        const std::string text = unicode::repaired(unicode::trimmedWhiteSpace(line));
+        std::string text = unicode::repaired(unicode::trimmedWhiteSpace(line));
         if (!text.empty())
             return text;
     }

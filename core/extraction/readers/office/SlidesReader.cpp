@@ -37,14 +37,13 @@ public:
         else if (m_inBackground)
             m_isPainted = m_isPainted || name == "a:blip" || name == "a:gradFill" || name == "a:pattFill" ||
                           (name.ends_with("Clr") && !isWhite(name, attributes));
-        else if (name == "p:pic" || name == "a:blip" || name == "a:gradFill")
+        else if (name == "p:pic" || name == "a:blip" || name == "a:gradFill" ||
+                 (name == "a:solidFill" && m_inShape && !m_inLine))
             m_isPainted = true;
         else if (name == "p:spPr")
             m_inShape = true;
         else if (name == "a:ln")
             m_inLine = true;
-        else if (name == "a:solidFill" && m_inShape && !m_inLine)
-            m_isPainted = true;
     }
     void characters(std::string_view) override {}
     void end(std::string_view name) override {

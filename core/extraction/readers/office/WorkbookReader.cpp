@@ -213,6 +213,7 @@ std::optional<OfficeText> readWorkbook(OfficePackage& package) {
     result.lines = ParagraphFilter::tidied(collector.out, false);
     if (!result.lines.empty()) {
         std::vector<std::string> names;
+        names.reserve(sheets.visible.size());
         for (SheetList::Sheet& visible : sheets.visible)
             names.push_back(std::move(visible.name));
         names = ParagraphFilter::tidied(names, false);
