@@ -1,7 +1,7 @@
 #include "core/extraction/readers/pictures/TextRecognition.h"
 
-#include "core/extraction/readers/pictures/TextContrast.h"
 #include "core/extraction/readers/pictures/RecognizedLine.h"
+#include "core/extraction/readers/pictures/TextContrast.h"
 #include "core/support/Unicode.h"
 #include "tests/readers/support/Pictures.h"
 

@@ -1,6 +1,6 @@
 #pragma once
-#include "core/extraction/readers/pictures/TextContrast.h"
 #include "core/extraction/readers/pictures/RasterScaling.h"
+#include "core/extraction/readers/pictures/TextContrast.h"
 
 #include <memory>
 

@@ -2,11 +2,11 @@
 
 #include "core/extraction/readers/Ascii.h"
 #include "core/extraction/readers/LineCollector.h"
-#include "core/extraction/readers/pictures/TextContrast.h"
 #include "core/extraction/readers/pictures/LeptonicaPicture.h"
 #include "core/extraction/readers/pictures/PictureContent.h"
 #include "core/extraction/readers/pictures/RasterScaling.h"
 #include "core/extraction/readers/pictures/RecognizedLine.h"
+#include "core/extraction/readers/pictures/TextContrast.h"
 
 #include <leptonica/allheaders.h>
 #include <tesseract/baseapi.h>
