@@ -29,8 +29,8 @@ namespace {
 using Clock = std::chrono::steady_clock;
 using tesseract::TessBaseAPI;
 
-// One engine for each language: the first reads the page, the others only what it was not sure of. An engine
-// of several languages reads nearly everything twice.
+// One engine for each language: the first reads the page, the others only what it was not sure of on a page
+// that it read badly. An engine of several languages reads nearly everything twice.
 struct Engine {
     std::string code;
     std::unique_ptr<TessBaseAPI> api; // none where its data is not installed
@@ -156,6 +156,17 @@ std::vector<RecognizedLine> linesOf(TessBaseAPI& api) {
 constexpr float weakLine = 80;         // mean confidence below which another language is asked
 constexpr std::size_t maxRetries = 24; // lines
 
+constexpr float weakPage = 80; // mean confidence of its text below which a page may be in another language
+
+bool isWeakPage(const std::vector<RecognizedLine>& lines) {
+    RecognizedLine all;
+    for (const RecognizedLine& line : lines) {
+        if (looksLikeText(line))
+            all.words.insert(all.words.end(), line.words.begin(), line.words.end());
+    }
+    return all.confidence() < weakPage;
+}
+
 /// Has the lines that `api` can read better replaced by what it reads.
 void rereadWeakLines(TessBaseAPI& api, Pix* pix, std::vector<RecognizedLine>& lines,
                      Clock::time_point deadline) {
@@ -182,6 +193,9 @@ void rereadWeakLines(TessBaseAPI& api, Pix* pix, std::vector<RecognizedLine>& li
     }
 }
 
+// Print of a screen's size is read as well so enlarged as at twice its size, and faster.
+constexpr double largestEnlargement = 1.6;
+
 /// As large as recognition wants it: small print, as on a screen, is read better when it is enlarged. Null
 /// where nothing has the contrast of text.
 PixPointer preparedPicture(const Raster& picture) {
@@ -192,7 +206,7 @@ PixPointer preparedPicture(const Raster& picture) {
         return nullptr;
     PixPointer pix = pixOf(grey);
     const double room = static_cast<double>(maxRecognizedPixels) / static_cast<double>(smaller.pixels());
-    const auto factor = static_cast<float>(std::min(2.0, std::sqrt(room)));
+    const auto factor = static_cast<float>(std::min(largestEnlargement, std::sqrt(room)));
     if (pix == nullptr || factor < 1.1F)
         return pix;
     return PixPointer(pixScaleGrayLI(pix.get(), factor, factor));
@@ -253,8 +267,10 @@ RecognizedText recognizeText(const Raster& picture, const std::vector<std::strin
     if (setPicture(first, pix)) {
         run(first, deadline);
         std::vector<RecognizedLine> lines = linesOf(first);
-        for (TessBaseAPI* other : std::span(available).subspan(1))
-            rereadWeakLines(*other, pix.get(), lines, deadline);
+        for (TessBaseAPI* other : std::span(available).subspan(1)) {
+            if (isWeakPage(lines))
+                rereadWeakLines(*other, pix.get(), lines, deadline);
+        }
         LineCollector collector;
         for (const RecognizedLine& line : lines)
             collector.add(trustedText(line));
