@@ -1,0 +1,11 @@
+#pragma once
+#include <optional>
+#include <string>
+
+namespace vesto::unicode {
+
+/// The English name of a language by its code («German» for "de"); nothing for a code that has none.
+/// Thread-safe.
+[[nodiscard]] std::optional<std::string> englishLanguageName(const std::string& code);
+
+} // namespace vesto::unicode
