@@ -46,7 +46,7 @@ bool ReadingSession::begin(bool offline) {
                     : text(
                           "Lecteur isolé : isolation réduite. Ce noyau n'a pas Landlock : les appels système "
                           "sont filtrés, mais pas les chemins."))
-            << std::endl;
+            << '\n';
     return true;
 }
 
@@ -60,7 +60,7 @@ Summarizer ReadingSession::summarizer() {
 
 void ReadingSession::tellStart(const std::filesystem::path& path) {
     if (m_verbose)
-        m_err << shownName(path) << " : " << text("lecture…") << std::endl;
+        m_err << shownName(path) << " : " << text("lecture…") << '\n';
 }
 
 void ReadingSession::tellWhetherReaderRuns() {
@@ -68,12 +68,12 @@ void ReadingSession::tellWhetherReaderRuns() {
         return;
     if (const auto jail = m_reader->start(); !jail) {
         m_toldEnd = true;
-        m_err << text("Le lecteur isolé ne démarre plus :") << ' ' << messageOf(jail.error()) << std::endl;
+        m_err << text("Le lecteur isolé ne démarre plus :") << ' ' << messageOf(jail.error()) << '\n';
     }
 }
 
 void ReadingSession::tellStage(const std::filesystem::path& path, ReadingStage stage) {
-    m_err << shownName(path) << " : " << wordsOf(stage) << std::endl;
+    m_err << shownName(path) << " : " << wordsOf(stage) << '\n';
 }
 
 void ReadingSession::tellMissing(const std::vector<std::string>& languages) {
@@ -83,7 +83,7 @@ void ReadingSession::tellMissing(const std::vector<std::string>& languages) {
         std::string package = "tesseract-ocr-" + language;
         std::ranges::replace(package, '_', '-');
         m_err << text("Reconnaissance du texte des images : il manque une langue. Installez") << ' '
-              << printable(package) << '.' << std::endl;
+              << printable(package) << ".\n";
     }
 }
 

@@ -72,7 +72,7 @@ Summarizer::Summarizer(std::vector<std::string> recognitionLanguages, std::share
 }
 
 std::expected<ContentSummary, SummarizerError> Summarizer::summarize(const std::filesystem::path& path,
-                                                                     std::stop_token stop) const {
+                                                                     const std::stop_token& stop) const {
     auto type = contentType(path);
     if (!type)
         return std::unexpected(SummarizerError::unsupportedType(std::string(extensionOf(fileNameOf(path)))));

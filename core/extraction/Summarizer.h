@@ -80,8 +80,8 @@ public:
                std::shared_ptr<SpeechTranscribing> transcriber = nullptr, SummarizerEvents events = {});
 
     /// Nothing is read from a file without a route. `stop` ends a transcription early.
-    [[nodiscard]] std::expected<ContentSummary, SummarizerError> summarize(const std::filesystem::path& path,
-                                                                           std::stop_token stop = {}) const;
+    [[nodiscard]] std::expected<ContentSummary, SummarizerError>
+    summarize(const std::filesystem::path& path, const std::stop_token& stop = {}) const;
 
     /// By the extension; a name without one is told by its first 16 bytes. Links are not followed.
     [[nodiscard]] static std::optional<ContentType> contentType(const std::filesystem::path& path);

@@ -51,13 +51,22 @@ std::vector<std::string> openDescriptors(int file, int answer) {
 std::vector<std::string> memoryUntilRefused() {
     constexpr std::size_t piece = std::size_t{16} << 20;
     std::size_t total = 0;
+    std::vector<void*> held;
     while (total < (std::size_t{4} << 30)) {
-        void* memory = std::malloc(piece);
-        if (memory == nullptr)
+        held.push_back(std::malloc(piece));
+        if (held.back() == nullptr)
             break;
         total += piece;
     }
+    for (void* memory : held)
+        std::free(memory);
     return {std::to_string(total >> 20)};
+}
+
+[[noreturn]] void spin() {
+    volatile unsigned turns = 0;
+    for (;;)
+        turns = turns + 1;
 }
 
 void sleepFor(std::chrono::milliseconds time) {
@@ -86,18 +95,14 @@ void work(const ipc::Question& question, int file, int answer, bool warm) {
         lines = {"said"};
         reader::writeAll(answer, name[0] == 'r' ? std::string(64, '\xFF') : ipc::encodeAnswer(reading));
         ::close(answer);
-        for (volatile bool spins = true; spins;) {
-        }
+        spin();
     } else if (name == "slow")
         sleepFor(std::chrono::milliseconds(700));
     else if (name == "spin")
-        for (volatile bool spins = true; spins;) {
-        }
+        spin();
     else if (name == "thread")
         std::jthread([&] { lines = {"thread"}; }).join();
-    else if (name == "cold" && !warm)
-        ::_exit(reader::coldStatus);
-    else if (name == "always cold")
+    else if ((name == "cold" && !warm) || name == "always cold")
         ::_exit(reader::coldStatus);
     if (lines.empty())
         lines = {warm ? "warm" : "cold"};

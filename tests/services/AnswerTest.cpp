@@ -191,7 +191,7 @@ TEST(Answer, OneWrongFieldRefusesTheWhole) {
         [](Fields& f) { f.samples = 0; },
         [](Fields& f) {
             f.samples = limits::soundSamples + 1;
-            f.sound.assign(2 * f.samples, 'a');
+            f.sound.assign(std::size_t{2} * f.samples, 'a');
         },
     };
     for (std::size_t i = 0; i < rows.size(); ++i) {
@@ -201,7 +201,7 @@ TEST(Answer, OneWrongFieldRefusesTheWhole) {
     }
     Fields longest;
     longest.samples = limits::soundSamples;
-    longest.sound.assign(2 * longest.samples, 'a');
+    longest.sound.assign(std::size_t{2} * longest.samples, 'a');
     EXPECT_TRUE(decoded(longest.frame()));
 }
 

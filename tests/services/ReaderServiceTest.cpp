@@ -131,6 +131,7 @@ TEST(ReaderService, ManyFilesSideBySide) {
     RemoteReader reader(serviceSettings(VESTO_READER));
     std::atomic<int> right = 0;
     std::vector<std::jthread> threads;
+    threads.reserve(4);
     for (int thread = 0; thread < 4; ++thread)
         threads.emplace_back([&, thread] {
             for (int turn = 0; turn < 10; ++turn) {

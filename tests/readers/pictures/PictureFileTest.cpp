@@ -42,6 +42,52 @@ TEST(PictureFile, DecodesEachFormat) {
     }
 }
 
+TEST(PictureFile, DecodesBMPOfMasks) {
+    // Red, green; below them blue, white: as rows from the bottom, or from the top where the height is
+    // negative.
+    const auto number = [](std::uint32_t value, int bytes) {
+        std::string text;
+        for (; bytes-- > 0; value >>= 8)
+            text += static_cast<char>(value & 0xFF);
+        return text;
+    };
+    struct Row {
+        const char* description;
+        int depth;
+        std::uint32_t compression;
+        std::array<std::uint32_t, 3> masks;
+        bool isFromTop;
+        bool isRead = true;
+    };
+    const std::array rows{
+        Row{"5-6-5", 16, 3, {0xF800, 0x07E0, 0x001F}, false},
+        Row{"5-5-5 without masks", 16, 0, {0x7C00, 0x03E0, 0x001F}, false},
+        Row{"8-8-8-8, other order", 32, 3, {0x000000FF, 0x0000FF00, 0x00FF0000}, true},
+        Row{"ten bits", 32, 3, {0x3FF00000, 0x000FFC00, 0x000003FF}, false},
+        Row{"holes", 32, 3, {0x00FF0000, 0x0000A500, 0x000000FF}, false, false},
+    };
+    for (const Row& row : rows) {
+        SCOPED_TRACE(row.description);
+        const auto [red, green, blue] = row.masks;
+        const int size = row.depth / 8;
+        std::string bmp = "BM" + number(0, 8) + number(66, 4) + number(40, 4) + number(2, 4) +
+                          number(row.isFromTop ? static_cast<std::uint32_t>(-2) : 2, 4) + number(1, 2) +
+                          number(static_cast<std::uint32_t>(row.depth), 2) + number(row.compression, 4) +
+                          number(0, 20) + number(red, 4) + number(green, 4) + number(blue, 4);
+        const std::string upper = number(red, size) + number(green, size);
+        const std::string lower = number(blue, size) + number(red | green | blue, size);
+        bmp += row.isFromTop ? upper + lower : lower + upper;
+        const auto file = openPicture(bmp, plenty);
+        ASSERT_EQ(file.has_value(), row.isRead);
+        if (!row.isRead)
+            continue;
+        EXPECT_EQ(pixelAt(file->raster, 0, 0), (std::array{255, 0, 0, 255}));
+        EXPECT_EQ(pixelAt(file->raster, 1, 0), (std::array{0, 255, 0, 255}));
+        EXPECT_EQ(pixelAt(file->raster, 0, 1), (std::array{0, 0, 255, 255}));
+        EXPECT_EQ(pixelAt(file->raster, 1, 1), (std::array{255, 255, 255, 255}));
+    }
+}
+
 TEST(PictureFile, DecodesHEIC) {
     const auto file = openPicture(tests::dataFile("turned.heic"), plenty);
     ASSERT_TRUE(file);

@@ -15,7 +15,6 @@ namespace vesto::readers {
 namespace {
 
 using testing::ElementsAre;
-using testing::HasSubstr;
 using testing::IsEmpty;
 
 const std::vector<std::string> languages{"fr-FR", "en-US"};
@@ -101,7 +100,7 @@ TEST(RecognizedLine, LeavesOutWhatNobodyCouldBeSureOf) {
 TEST(TextContrast, TurnsDarkScreensAndLeavesPagesAlone) {
     const auto screen = [](std::uint8_t ground, std::uint8_t ink) {
         GreyPicture picture{.size = {200, 100}};
-        picture.pixels.assign(200 * 100, ground);
+        picture.pixels.assign(picture.size.pixels(), ground);
         for (std::size_t i = 0; i < picture.pixels.size(); i += 9)
             picture.pixels[i] = ink;
         return picture;

@@ -1,6 +1,7 @@
 #include "core/extraction/readers/pictures/PictureFile.h"
 
 #include "core/extraction/readers/pictures/LeptonicaPicture.h"
+#include "core/extraction/readers/pictures/MaskedBMP.h"
 #include "core/extraction/readers/pictures/PictureContent.h"
 #include "core/extraction/readers/pictures/PictureFormat.h"
 
@@ -43,7 +44,7 @@ PixPointer decode(std::string_view bytes, PictureFormat format, int reduction) {
     case PictureFormat::webp:
         return PixPointer(pixReadMemWebP(data, bytes.size()));
     case PictureFormat::bmp:
-        return PixPointer(pixReadMemBmp(data, bytes.size()));
+        return isMaskedBMP(bytes) ? pixOfMaskedBMP(bytes) : PixPointer(pixReadMemBmp(data, bytes.size()));
     case PictureFormat::heic:
         break;
     }

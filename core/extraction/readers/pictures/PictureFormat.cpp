@@ -1,5 +1,6 @@
 #include "core/extraction/readers/pictures/PictureFormat.h"
 
+#include "core/extraction/readers/containers/LittleEndian.h"
 #include "core/extraction/readers/pictures/LeptonicaPicture.h"
 
 #include <leptonica/allheaders.h>
@@ -12,15 +13,8 @@
 namespace vesto::readers {
 namespace {
 
-/// `count` bytes at `offset`, least significant first; 0 where they are not there.
-std::uint32_t littleEndian(std::string_view bytes, std::size_t offset, std::size_t count) {
-    std::uint32_t value = 0;
-    if (offset > bytes.size() || count > bytes.size() - offset)
-        return 0;
-    for (std::size_t i = count; i > 0; --i)
-        value = value << 8 | static_cast<unsigned char>(bytes[offset + i - 1]);
-    return value;
-}
+using littleEndian::number16;
+using littleEndian::number32;
 
 void appendLittleEndian(std::string& bytes, std::uint32_t value, std::size_t count) {
     for (std::size_t i = 0; i < count; ++i, value >>= 8)
@@ -37,10 +31,10 @@ bool isHEIC(std::string_view bytes) {
 
 /// Width and height of a BMP; a negative height means that its rows come from the top.
 PixelSize sizeOfBMP(std::string_view bytes) {
-    if (littleEndian(bytes, 14, 4) == 12) // the oldest header
-        return {littleEndian(bytes, 18, 2), littleEndian(bytes, 20, 2)};
-    const std::uint32_t height = littleEndian(bytes, 22, 4);
-    return {littleEndian(bytes, 18, 4), height > 0x8000'0000U ? 0U - height : height};
+    if (number32(bytes, 14) == 12) // the oldest header
+        return {number16(bytes, 18), number16(bytes, 20)};
+    const std::uint32_t height = number32(bytes, 22);
+    return {number32(bytes, 18), height > 0x8000'0000U ? 0U - height : height};
 }
 
 /// The bytes that a GIF's table of colours takes, by the flags before it.
@@ -71,7 +65,7 @@ PixelSize sizeOfGIF(std::string_view bytes) {
     const auto frame = firstFrameAt(bytes);
     if (!frame)
         return {};
-    return {littleEndian(bytes, *frame + 5, 2), littleEndian(bytes, *frame + 7, 2)};
+    return {number16(bytes, *frame + 5), number16(bytes, *frame + 7)};
 }
 
 PictureHeader withDepth(PixelSize size, std::uint64_t bitsPerPixel) {
@@ -132,7 +126,7 @@ std::optional<PictureHeader> pictureHeader(std::string_view bytes, PictureFormat
         header = withDepth(sizeOfGIF(bytes), 16);
         break;
     case PictureFormat::bmp: // likewise
-        header = withDepth(sizeOfBMP(bytes), std::clamp<std::uint32_t>(littleEndian(bytes, 28, 2), 1, 32));
+        header = withDepth(sizeOfBMP(bytes), std::clamp<std::uint32_t>(number16(bytes, 28), 1, 32));
         break;
     case PictureFormat::heic:
         break;
@@ -157,7 +151,7 @@ std::optional<std::string> firstFrameOfWebP(std::string_view bytes) {
     constexpr std::size_t chunkHeader = 8;
     constexpr std::size_t frameHeader = 16;
     for (std::size_t offset = 12; offset + chunkHeader <= bytes.size();) {
-        const std::size_t size = littleEndian(bytes, offset + 4, 4);
+        const std::size_t size = number32(bytes, offset + 4);
         const std::string_view content = bytes.substr(offset + chunkHeader, size);
         if (bytes.substr(offset, 4) == "ANMF") {
             if (content.size() < size || size < frameHeader)
