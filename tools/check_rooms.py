@@ -78,8 +78,8 @@ FORBIDDEN_NAMES = [
 ]
 FORBIDDEN_NAMES = [(re.compile(pattern), why) for pattern, why in FORBIDDEN_NAMES]
 # A plain rename replaces its target. Tests may play the other program that does; and a file system that knows no
-# exclusive rename leaves nothing else to move a file aside, to a name that nobody can guess.
-RENAME_PLACES = ("tests/", "core/files/Disk.cpp")
+# exclusive rename leaves nothing else to move a file aside, to a name that nobody can guess. Settings are Vesto's own.
+RENAME_PLACES = ("tests/", "core/files/Disk.cpp", "core/support/OwnFile.cpp")
 RENAMES = re.compile(r"\bstd::(?:filesystem::)?rename\s*\(|(?<![\w>])::rename(?:at)?\s*\(|\brenameat\s*\(")
 
 INCLUDE = re.compile(r'^[ \t]*#[ \t]*include[ \t]*(["<])([^">\n]+)[">]', re.MULTILINE)

@@ -101,7 +101,7 @@ inline bool runs(std::initializer_list<std::string> words) {
            WEXITSTATUS(status) == 0;
 }
 
-enum class MountKind { bindfs, ntfs3g, ramfs };
+enum class MountKind { bindfs, ntfs3g, ramfs, smallTmpfs };
 
 /// A disk of another kind, mounted for a test; `path` is nothing where this machine may not.
 class TestMount {
@@ -125,6 +125,8 @@ private:
         switch (kind) {
         case MountKind::ramfs:
             return ::mount("none", point.c_str(), "ramfs", 0, nullptr) == 0;
+        case MountKind::smallTmpfs:
+            return ::mount("none", point.c_str(), "tmpfs", 0, "size=1m") == 0;
         case MountKind::bindfs:
             std::filesystem::create_directory(m_folder / "source");
             return runs({"bindfs", m_folder / "source", point});
