@@ -222,4 +222,11 @@ std::expected<Reading, SummarizerError> summarizeDocument(const ReadRequest& req
     return reading;
 }
 
+std::optional<Raster> pictureOfDocument(const ReadRequest& request, const DocumentSummarizer& settings,
+                                        std::uint64_t maxPixels) {
+    const std::optional<FileBytes> file = FileBytes::map(
+        request.fd, static_cast<std::uint64_t>(std::max<std::int64_t>(settings.maxFileBytes, 0)));
+    return file ? carriedPicture(file->view(), {}, maxPixels) : std::nullopt;
+}
+
 } // namespace vesto::readers

@@ -1,8 +1,11 @@
 #pragma once
 #include "core/extraction/ContentReading.h"
 #include "core/extraction/Summarizer.h"
+#include "core/extraction/readers/pictures/Raster.h"
 
+#include <cstdint>
 #include <expected>
+#include <optional>
 
 namespace vesto::readers {
 
@@ -13,5 +16,9 @@ namespace vesto::readers {
 [[nodiscard]] std::expected<Reading, SummarizerError> summarizeDocument(const ReadRequest& request,
                                                                         const DocumentSummarizer& settings,
                                                                         const ImageSummarizer& recognition);
+
+/// The picture that an office document carries of itself, of at most about `maxPixels`.
+[[nodiscard]] std::optional<Raster>
+pictureOfDocument(const ReadRequest& request, const DocumentSummarizer& settings, std::uint64_t maxPixels);
 
 } // namespace vesto::readers

@@ -1,5 +1,7 @@
 #include "core/extraction/readers/Previews.h"
 
+#include "core/extraction/readers/DocumentReader.h"
+#include "core/extraction/readers/QuickLookReader.h"
 #include "core/extraction/readers/media/AudioReader.h"
 #include "core/extraction/readers/media/VideoReader.h"
 #include "core/extraction/readers/pdf/PDFReader.h"
@@ -25,9 +27,11 @@ std::optional<Raster> largePictureOf(const ReadRequest& request) {
         return videoPicture(request, enough);
     case Route::audio:
         return audioPicture(request, enough);
-    case Route::email:
     case Route::quickLook:
+        return pictureOfQuickLook(request, QuickLookSummarizer(), enough);
     case Route::document:
+        return pictureOfDocument(request, DocumentSummarizer(), enough);
+    case Route::email:
         break;
     }
     return std::nullopt;

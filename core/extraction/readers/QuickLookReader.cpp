@@ -150,4 +150,16 @@ std::expected<Reading, SummarizerError> summarizeQuickLook(const ReadRequest& re
     return reading;
 }
 
+std::optional<Raster> pictureOfQuickLook(const ReadRequest& request, const QuickLookSummarizer& settings,
+                                         std::uint64_t maxPixels) {
+    const std::optional<Format> format = formatOf(request.type);
+    if (!format.has_value() || settings.maxFileSize < 0)
+        return std::nullopt;
+    const auto file = FileBytes::map(request.fd, static_cast<std::uint64_t>(settings.maxFileSize));
+    if (!file.has_value())
+        return std::nullopt;
+    const std::optional<Content> content = readContent(file->view(), *format); // a book names its cover
+    return carriedPicture(file->view(), content ? content->cover : std::string(), maxPixels);
+}
+
 } // namespace vesto::readers

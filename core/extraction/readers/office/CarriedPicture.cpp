@@ -9,7 +9,7 @@
 namespace vesto::readers {
 namespace {
 
-constexpr std::uint64_t maxPixels = 4'000'000;
+constexpr std::uint64_t recognizedPixels = 4'000'000;
 
 // The larger ones of a format first.
 constexpr std::array<std::string_view, 10> usualNames{"preview.jpg",
@@ -23,12 +23,34 @@ constexpr std::array<std::string_view, 10> usualNames{"preview.jpg",
                                                       "Thumbnails/thumbnail.png",
                                                       "QuickLook/Thumbnail.png"};
 
-bool readMember(const ZipReader& archive, std::string_view name, const ImageSummarizer& settings,
-                const ReadRequest& request, Reading& reading) {
+std::optional<Raster> pictureIn(const ZipReader& archive, std::string_view name, std::uint64_t maxPixels) {
     const std::optional<ZipMember> member = archive.data(name);
-    const std::optional<Raster> picture = member ? decodePicture(member->view(), maxPixels) : std::nullopt;
+    return member ? decodePicture(member->view(), maxPixels) : std::nullopt;
+}
+
+} // namespace
+
+std::optional<Raster> carriedPicture(std::string_view archive, std::string_view cover,
+                                     std::uint64_t maxPixels) {
+    const std::optional<ZipReader> reader = ZipReader::open(archive);
+    if (!reader)
+        return std::nullopt;
+    if (!cover.empty()) {
+        if (auto picture = pictureIn(*reader, cover, maxPixels))
+            return picture;
+    }
+    for (const std::string_view name : usualNames) {
+        if (auto picture = pictureIn(*reader, name, maxPixels))
+            return picture;
+    }
+    return std::nullopt;
+}
+
+void readCarriedPicture(std::string_view archive, std::string_view cover, const ImageSummarizer& settings,
+                        const ReadRequest& request, Reading& reading) {
+    const std::optional<Raster> picture = carriedPicture(archive, cover, recognizedPixels);
     if (!picture)
-        return false;
+        return;
     PictureContent content = recognizePicture(*picture, settings, request);
     LineCollector lines;
     for (const std::string& line : reading.summary.lines)
@@ -39,19 +61,6 @@ bool readMember(const ZipReader& archive, std::string_view name, const ImageSumm
     reading.summary.textFromOCR = lines.characters() > before;
     reading.summary.lines = lines.take();
     reading.missingLanguages = std::move(content.missingLanguages);
-    return true;
-}
-
-} // namespace
-
-void readCarriedPicture(std::string_view archive, std::string_view cover, const ImageSummarizer& settings,
-                        const ReadRequest& request, Reading& reading) {
-    const std::optional<ZipReader> reader = ZipReader::open(archive);
-    if (!reader || (!cover.empty() && readMember(*reader, cover, settings, request, reading)))
-        return;
-    for (const std::string_view name : usualNames)
-        if (readMember(*reader, name, settings, request, reading))
-            return;
 }
 
 } // namespace vesto::readers
