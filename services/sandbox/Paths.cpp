@@ -1,6 +1,8 @@
 #include "services/sandbox/Paths.h"
 
 #include <cstdlib>
+#include <filesystem>
+#include <system_error>
 #include <string_view>
 
 namespace vesto::sandbox {
@@ -51,7 +53,6 @@ std::vector<std::string> readablePaths() {
         std::string_view folder;
     };
     static constexpr Row rows[] = {
-        {"XDG_DATA_HOME", ".local/share", "vesto/models"},
         {"XDG_DATA_HOME", ".local/share", "fonts"},
         {"XDG_CONFIG_HOME", ".config", "fontconfig"},
         {"XDG_CACHE_HOME", ".cache", "fontconfig"},
@@ -61,6 +62,14 @@ std::vector<std::string> readablePaths() {
         const std::string folder = folderOf(row.variable, row.belowHome);
         if (!folder.empty())
             paths.push_back(folder + '/' + std::string(row.folder));
+    }
+    // Of the models only the classifier, which may be a link to where its user keeps it.
+    for (const char* name : {"labels.onnx", "labels.json"}) {
+        std::error_code failure;
+        const auto file = std::filesystem::canonical(
+            folderOf("XDG_DATA_HOME", ".local/share") + "/vesto/models/" + name, failure);
+        if (!failure)
+            paths.push_back(file.string());
     }
     return paths;
 }

@@ -76,7 +76,7 @@ std::optional<std::string> usableTitle(std::string_view text) {
         "no title", "new document",      "nouveau document"};
     const std::string folded = unicode::folded(title);
     if (title.empty() || std::find(made.begin(), made.end(), folded) != made.end() ||
-        folded.starts_with("microsoft word - "))
+        (folded + ' ').starts_with("microsoft word - "))
         return std::nullopt;
     return title;
 }

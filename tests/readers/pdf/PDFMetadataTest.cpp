@@ -47,6 +47,7 @@ TEST(PDFMetadata, Titles) {
     const std::vector<std::pair<std::string, std::string>> rows{
         {"  Rapport\t annuel\n2024 ", "Rapport annuel 2024"},
         {"Microsoft Word - Rapport annuel", ""},
+        {"Microsoft Word - ", ""},
         {"microsoft powerpoint - Bilan", ""},
         {"Note sur Microsoft Word - 2024", "Note sur Microsoft Word - 2024"},
         {"untitled", ""},

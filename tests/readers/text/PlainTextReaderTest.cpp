@@ -34,7 +34,8 @@ TEST(PlainText, cutsTheLineThatPassesTheLimit) {
 
 TEST(DocumentText, takesTitlesThatPeopleGave) {
     EXPECT_EQ(usableTitle("  Rapport\n annuel "), "Rapport annuel");
-    for (const char* made : {"", "  ", "Sans titre", "UNTITLED", "Microsoft Word - lettre.doc"})
+    for (const char* made :
+         {"", "  ", "Sans titre", "UNTITLED", "Microsoft Word - lettre.doc", "Microsoft Word - "})
         EXPECT_EQ(usableTitle(made), std::nullopt) << made;
 }
 

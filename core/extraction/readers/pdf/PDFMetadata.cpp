@@ -102,11 +102,16 @@ bool isNumberAfterBlanks(std::string_view text) {
     return true;
 }
 
+/// Whether `word` stands there alone or with a space behind it.
+bool startsWithWord(std::string_view text, std::string_view word) {
+    return text.starts_with(word) && (text.size() == word.size() || text[word.size()] == ' ');
+}
+
 /// Whether a title, free of white space at its ends, names only the program, file or page it came from.
 /// Compared by hand: a first pattern would cost a short run of the program a tenth of its time.
 bool saysOnlyItsOrigin(std::string_view title) {
-    static constexpr std::string_view programs[] = {"microsoft word - ", "microsoft powerpoint - ",
-                                                    "microsoft excel - "};
+    static constexpr std::string_view programs[] = {"microsoft word -", "microsoft powerpoint -",
+                                                    "microsoft excel -"};
     static constexpr std::string_view extensions[] = {".doc",   ".docx", ".ppt", ".pptx", ".xls",
                                                       ".xlsx",  ".pdf",  ".txt", ".rtf",  ".odt",
                                                       ".pages", ".tex",  ".htm", ".html", ".indd"};
@@ -115,7 +120,7 @@ bool saysOnlyItsOrigin(std::string_view title) {
     const std::string folded = unicode::caseFolded(title);
     const std::string_view text = folded;
     if (text == "untitled" ||
-        std::ranges::any_of(programs, [&](auto program) { return text.starts_with(program); }) ||
+        std::ranges::any_of(programs, [&](auto program) { return startsWithWord(text, program); }) ||
         std::ranges::any_of(extensions, [&](auto extension) { return text.ends_with(extension); }))
         return true;
     return std::ranges::any_of(pageWords, [&](auto word) {
