@@ -2,8 +2,8 @@
 
 #include <cstdlib>
 #include <filesystem>
-#include <system_error>
 #include <string_view>
+#include <system_error>
 
 namespace vesto::sandbox {
 namespace {
