@@ -43,6 +43,7 @@ FOREIGN = [
     (r"sqlite3\.h$", ("app/model/", "tests/app/"), "SQLite stays in app/model"),
     (r"seccomp\.h$|linux/(landlock|seccomp)\.h$", ("services/sandbox/", "tests/"),
      "the sandbox stays in services/sandbox"),
+    (r"dlfcn\.h$", ("services/reader/modules/",), "modules are loaded in services/reader/modules"),
     (r"(llama|ggml)", ("services/model/",), "the language model's engine stays in services/model"),
     (r"CLI/", ("cli/",), "CLI11 stays in cli"),
     (r"(gtest|gmock)/", ("tests/",), "GoogleTest stays in tests"),

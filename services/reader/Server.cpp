@@ -197,6 +197,7 @@ private:
     }
 
     void start(Task task) {
+        m_settings.loadReaders(task.question.route);
         if (needsRecognition(task.question))
             warmFor(task.question);
         const auto limits = m_settings.limits(task.question.route);
@@ -224,8 +225,7 @@ private:
         std::ranges::sort(kept);
         if (!m_jail.enter(resourcesOf(limits), kept, parent))
             ::_exit(jailFailedStatus);
-        m_settings.work(task.question, task.file.get(), task.answer.get(), warm);
-        ::_exit(0);
+        ::_exit(m_settings.work(task.question, task.file.get(), task.answer.get(), warm));
     }
 
     void finish(std::size_t index) {
@@ -236,9 +236,14 @@ private:
         do
             result = ::waitid(P_PIDFD, static_cast<id_t>(child.process.get()), &end, WEXITED);
         while (result != 0 && errno == EINTR);
-        if (child.mayRunAgain && end.si_code == CLD_EXITED && end.si_status == coldStatus) {
+        if (end.si_code != CLD_EXITED)
+            return;
+        if (end.si_status == coldStatus && child.mayRunAgain) {
             warmFor(child.task.question);
             start(std::move(child.task));
+        } else if (end.si_status == otherLanguagesStatus) {
+            child.task.answer.reset(); // whoever asked waits for nothing
+            m_settings.warmOtherLanguages(child.task.question.recognitionLanguages);
         }
     }
 

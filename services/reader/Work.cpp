@@ -6,6 +6,7 @@
 #include "core/extraction/readers/LocalReader.h"
 #include "services/ipc/Answer.h"
 #include "services/reader/Server.h"
+#include "services/reader/modules/Modules.h"
 
 #include <time.h>
 #include <unistd.h>
@@ -37,7 +38,7 @@ void writeAll(int fd, std::string_view bytes) {
     }
 }
 
-void answerQuestion(const ipc::Question& question, int file, int answer, bool warm) {
+int answerQuestion(const ipc::Question& question, int file, int answer, bool warm) {
     const ReadRequest request{.fd = file,
                               .path = question.fileName,
                               .type = {question.type},
@@ -54,6 +55,7 @@ void answerQuestion(const ipc::Question& question, int file, int answer, bool wa
                                    ? answerOf(reader.read(request, settings))
                                    : answerOf(reader.preview(request));
     writeAll(answer, ipc::encodeAnswer(result));
+    return neededOtherLanguages() ? otherLanguagesStatus : 0;
 }
 
 void warmCore() {

@@ -74,7 +74,7 @@ void sleepFor(std::chrono::milliseconds time) {
     ::nanosleep(&wanted, nullptr);
 }
 
-void work(const ipc::Question& question, int file, int answer, bool warm) {
+int work(const ipc::Question& question, int file, int answer, bool warm) {
     const std::string_view name = question.fileName;
     Reading reading;
     auto& lines = reading.summary.lines;
@@ -107,6 +107,7 @@ void work(const ipc::Question& question, int file, int answer, bool warm) {
     if (lines.empty())
         lines = {warm ? "warm" : "cold"};
     reader::writeAll(answer, ipc::encodeAnswer(reading));
+    return 0;
 }
 
 } // namespace
@@ -117,7 +118,9 @@ int main(int argc, char** argv) {
     const int seconds = numberOf(optionOf(argc, argv, "--time="), 60);
     const reader::ServerSettings settings{
         .work = work,
+        .loadReaders = [](Route) {},
         .warmRecognition = [](const auto&) {},
+        .warmOtherLanguages = [](const auto&) {},
         .limits =
             [&](Route route) {
                 auto limits = ipc::limitsOf(route);

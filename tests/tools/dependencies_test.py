@@ -1,8 +1,10 @@
 #!/usr/bin/env python3
 """The programs for people link no parser:  dependencies_test.py READER PROGRAM…
 
-READER is the one program that does; the same look at it must find them.
+READER is the one program that does; the same look at it must find them. What takes long to load stands in its
+modules and not in READER itself.
 """
+import os
 import re
 import subprocess
 import sys
@@ -11,6 +13,14 @@ import sys
 ALLOWED = re.compile(
     r"lib(c|m|stdc\+\+|gcc_s|pthread|dl|rt|icu(uc|i18n|data)|fmt|seccomp|asan|ubsan|tsan|Qt[0-9A-Za-z]+|sqlite3)\.so[.0-9]*$"
     r"|ld-linux[-a-z0-9_.]*$")
+
+
+# What each module beside READER is there to hold.
+MODULES = {
+    "vesto-pictures.so": ("tesseract", "lept", "heif", "exiv2"),
+    "vesto-labels.so": ("opencv_dnn",),
+    "vesto-media.so": ("avcodec", "avformat"),
+}
 
 
 def needed(program):
@@ -30,6 +40,16 @@ def main():
     if not any("poppler" in library for library in refused) or not has_readers(reader):
         sys.exit(f"{reader}: its parsers were not found, so this test finds nothing: {refused}")
     status = 0
+    own = " ".join(needed(reader))
+    for module, names in MODULES.items():
+        libraries = " ".join(needed(os.path.join(os.path.dirname(reader), module)))
+        for name in names:
+            if f"lib{name}." not in libraries:
+                print(f"{module}: {name} was not found")
+                status = 1
+            if f"lib{name}." in own:
+                print(f"{reader}: loads {name} at its start, which {module} is there to put off")
+                status = 1
     for program in programs:
         libraries = needed(program)
         if not libraries:

@@ -6,6 +6,7 @@
 #include "core/extraction/readers/media/VideoReader.h"
 #include "core/extraction/readers/pdf/PDFReader.h"
 #include "core/extraction/readers/pictures/ImageReader.h"
+#include "core/extraction/readers/pictures/PictureContent.h"
 #include "core/extraction/readers/pictures/RasterScaling.h"
 
 #include <cstdint>
@@ -26,7 +27,7 @@ std::optional<Raster> largePictureOf(const ReadRequest& request) {
     case Route::video:
         return videoPicture(request, enough);
     case Route::audio:
-        return audioPicture(request, enough);
+        return decodePicture(coverOfRecording(request), enough);
     case Route::quickLook:
         return pictureOfQuickLook(request, QuickLookSummarizer(), enough);
     case Route::document:

@@ -1,5 +1,6 @@
 #include "core/extraction/readers/media/AudioReader.h"
 
+#include "core/extraction/readers/Previews.h"
 #include "core/extraction/readers/media/MediaTitle.h"
 #include "tests/readers/support/TemporaryFile.h"
 #include "tests/readers/support/WaveFile.h"
@@ -81,7 +82,8 @@ TEST(AudioReader, PutsArtistAndAlbumFirst) {
 
 TEST(AudioReader, ShowsItsCover) {
     const auto pictureOf = [](const UniqueFd& file) {
-        return readers::audioPicture({.fd = file.get(), .path = "a", .type = {}, .bestDate = {}}, 1'000'000);
+        return readers::pictureOf(
+            {.fd = file.get(), .path = "a", .type = {}, .route = Route::audio, .bestDate = {}});
     };
     const auto cover = pictureOf(openedData("cover.mp3"));
     ASSERT_TRUE(cover);

@@ -1,5 +1,6 @@
 #include "core/extraction/readers/pictures/ImageLabels.h"
 
+#include "core/extraction/readers/pictures/ClassifierFolder.h"
 #include "tests/readers/support/Pictures.h"
 
 #include <fmt/format.h>

@@ -4,7 +4,6 @@
 #include "core/extraction/readers/media/MediaFile.h"
 #include "core/extraction/readers/media/MediaTitle.h"
 #include "core/extraction/readers/media/SoundDecoder.h"
-#include "core/extraction/readers/pictures/PictureContent.h"
 
 #include <string>
 
@@ -41,10 +40,10 @@ std::expected<Reading, SummarizerError> summarizeAudio(const ReadRequest& reques
     return reading;
 }
 
-std::optional<Raster> audioPicture(const ReadRequest& request, std::uint64_t maxPixels) {
+std::string coverOfRecording(const ReadRequest& request) {
     const Deadline deadline(longestReading);
     const auto file = MediaFile::open(request.fd, deadline);
-    return file && !file->cover().empty() ? decodePicture(file->cover(), maxPixels) : std::nullopt;
+    return file ? std::string(file->cover()) : std::string();
 }
 
 } // namespace vesto::readers

@@ -1,10 +1,9 @@
 #pragma once
 #include "core/extraction/ContentReading.h"
 #include "core/extraction/Summarizer.h"
-#include "core/extraction/readers/pictures/Raster.h"
 
 #include <expected>
-#include <optional>
+#include <string>
 
 namespace vesto::readers {
 
@@ -13,7 +12,7 @@ namespace vesto::readers {
 [[nodiscard]] std::expected<Reading, SummarizerError> summarizeAudio(const ReadRequest& request,
                                                                      const AudioSummarizer& settings);
 
-/// The picture on the cover, scaled down to about `maxPixels`; nothing where there is none.
-[[nodiscard]] std::optional<Raster> audioPicture(const ReadRequest& request, std::uint64_t maxPixels);
+/// The picture file on the cover; empty where there is none. Callable from any thread.
+[[nodiscard]] std::string coverOfRecording(const ReadRequest& request);
 
 } // namespace vesto::readers

@@ -1,6 +1,7 @@
 #include "core/extraction/readers/pictures/ImageLabels.h"
 
 #include "core/extraction/readers/FileBytes.h"
+#include "core/extraction/readers/pictures/ClassifierFolder.h"
 #include "core/extraction/readers/pictures/RasterScaling.h"
 #include "core/support/Json.h"
 #include "core/support/Unicode.h"
@@ -10,15 +11,12 @@
 #include <nlohmann/json.hpp>
 #include <opencv2/core/utils/logger.hpp>
 #include <opencv2/dnn.hpp>
-#include <unistd.h>
 
 #include <algorithm>
 #include <array>
 #include <cmath>
 #include <cstddef>
 #include <cstdint>
-#include <cstdlib>
-#include <filesystem>
 #include <mutex>
 #include <optional>
 #include <span>
@@ -47,21 +45,11 @@ struct Description {
     bool needsSoftmax = false; // where the model gives scores instead of probabilities
 };
 
-std::filesystem::path folderOfModels() {
-    const char* data = std::getenv("XDG_DATA_HOME");
-    if (data != nullptr && data[0] == '/')
-        return std::filesystem::path(data) / "vesto/models";
-    const char* home = std::getenv("HOME");
-    if (home != nullptr && home[0] == '/')
-        return std::filesystem::path(home) / ".local/share/vesto/models";
-    return {};
-}
-
 /// A file that the user installed, as far as it is not larger than it should be.
 class InstalledFile {
 public:
     InstalledFile(const std::string& name, std::uint64_t maxBytes)
-        : m_fd(::open((folderOfModels() / name).c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY))
+        : m_fd(::open((classifierFolder() / name).c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY))
         , m_bytes(m_fd ? FileBytes::map(m_fd.get(), maxBytes) : std::nullopt) {}
 
     [[nodiscard]] std::string_view view() const { return m_bytes ? m_bytes->view() : std::string_view(); }
@@ -247,10 +235,6 @@ std::vector<ContentSummary::Label> labelsOf(const Raster& picture, const ImageSu
     } catch (const std::exception&) { // a cv::Exception is one
         return {};
     }
-}
-
-bool hasClassifier() {
-    return ::access((folderOfModels() / "labels.onnx").c_str(), R_OK) == 0;
 }
 
 } // namespace vesto::readers

@@ -12,7 +12,4 @@ namespace vesto::readers {
 [[nodiscard]] std::vector<ContentSummary::Label> labelsOf(const Raster& picture,
                                                           const ImageSummarizer& settings);
 
-/// Whether a classifier is installed; whether it works only shows when it is used.
-[[nodiscard]] bool hasClassifier();
-
 } // namespace vesto::readers

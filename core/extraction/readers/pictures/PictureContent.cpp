@@ -1,6 +1,8 @@
 #include "core/extraction/readers/pictures/PictureContent.h"
 
+#include "core/extraction/readers/pictures/ClassifierFolder.h"
 #include "core/extraction/readers/pictures/ImageLabels.h"
+#include "core/extraction/readers/pictures/PictureFile.h"
 #include "core/extraction/readers/pictures/TextRecognition.h"
 
 #include <utility>
@@ -30,6 +32,13 @@ PictureContent readPicture(const Raster& picture, const ImageSummarizer& setting
         content.labels = labelsOf(picture, settings);
     }
     return content;
+}
+
+std::optional<Raster> decodePicture(std::string_view bytes, std::uint64_t maxPixels) {
+    auto file = bytes.empty() ? std::nullopt : openPicture(bytes, maxPixels);
+    if (!file)
+        return std::nullopt;
+    return std::move(file->raster);
 }
 
 } // namespace vesto::readers

@@ -34,8 +34,4 @@ struct PictureContent {
 /// Nothing where it cannot be decoded or claims an enormous size.
 [[nodiscard]] std::optional<Raster> decodePicture(std::string_view bytes, std::uint64_t maxPixels);
 
-/// Loads the engine that recognises text for these languages (BCP 47), so that processes forked later have
-/// it. Starts no thread and reads only installed data. Cheap once done.
-void warmTextRecognition(const std::vector<std::string>& languages);
-
 } // namespace vesto::readers

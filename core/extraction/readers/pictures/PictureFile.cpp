@@ -2,7 +2,6 @@
 
 #include "core/extraction/readers/pictures/LeptonicaPicture.h"
 #include "core/extraction/readers/pictures/MaskedBMP.h"
-#include "core/extraction/readers/pictures/PictureContent.h"
 #include "core/extraction/readers/pictures/PictureFormat.h"
 
 #include <leptonica/allheaders.h>
@@ -99,13 +98,6 @@ std::optional<PictureFile> openPicture(std::string_view bytes, std::uint64_t max
         std::swap(file.size.width, file.size.height);
     file.raster = upright(std::move(file.raster), file.metadata.orientation);
     return file;
-}
-
-std::optional<Raster> decodePicture(std::string_view bytes, std::uint64_t maxPixels) {
-    auto file = openPicture(bytes, maxPixels);
-    if (!file)
-        return std::nullopt;
-    return std::move(file->raster);
 }
 
 } // namespace vesto::readers

@@ -3,7 +3,6 @@
 #include "core/extraction/readers/Ascii.h"
 #include "core/extraction/readers/LineCollector.h"
 #include "core/extraction/readers/pictures/LeptonicaPicture.h"
-#include "core/extraction/readers/pictures/PictureContent.h"
 #include "core/extraction/readers/pictures/RasterScaling.h"
 #include "core/extraction/readers/pictures/RecognizedLine.h"
 #include "core/extraction/readers/pictures/TextContrast.h"
@@ -12,14 +11,15 @@
 #include <tesseract/baseapi.h>
 #include <tesseract/ocrclass.h>
 #include <tesseract/resultiterator.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <iterator>
 #include <memory>
 #include <mutex>
 #include <optional>
-#include <span>
 #include <string_view>
 #include <utility>
 
@@ -29,26 +29,6 @@ namespace {
 using Clock = std::chrono::steady_clock;
 using tesseract::TessBaseAPI;
 
-// One engine for each language: the first reads the page, the others only what it was not sure of on a page
-// that it read badly. An engine of several languages reads nearly everything twice.
-struct Engine {
-    std::string code;
-    std::unique_ptr<TessBaseAPI> api; // none where its data is not installed
-};
-
-/// The engines of this process: loading them takes longer than reading many a picture.
-struct Engines {
-    std::mutex mutex;
-    std::vector<Engine> loaded{};
-    std::vector<std::string> codes{}; // that were asked for
-};
-
-/// Never destroyed: a process that ends need not tidy up its dictionaries.
-Engines& sharedEngines() {
-    static Engines& engines = *new Engines;
-    return engines;
-}
-
 std::unique_ptr<TessBaseAPI> loadEngine(const std::string& code) {
     auto api = std::make_unique<TessBaseAPI>();
     api->SetVariable("debug_file", "/dev/null");
@@ -57,19 +37,72 @@ std::unique_ptr<TessBaseAPI> loadEngine(const std::string& code) {
     return api;
 }
 
-/// The mutex must be held.
-void load(Engines& engines, const std::vector<std::string>& codes) {
-    if (engines.codes == codes)
-        return;
-    silenceLeptonica();
-    std::vector<Engine> loaded;
-    for (const std::string& code : codes) {
-        const auto known = std::ranges::find(engines.loaded, code, &Engine::code);
-        loaded.push_back(
-            {.code = code, .api = known != engines.loaded.end() ? std::move(known->api) : loadEngine(code)});
+/// What recognises one language, loaded when it is needed.
+class Engine {
+public:
+    explicit Engine(std::string code)
+        : m_code(std::move(code)) {}
+
+    [[nodiscard]] const std::string& code() const { return m_code; }
+
+    /// Null where its data is not installed.
+    TessBaseAPI* api() {
+        if (!m_wasLoaded)
+            m_api = loadEngine(m_code);
+        m_wasLoaded = true;
+        return m_api.get();
     }
-    engines.loaded = std::move(loaded);
-    engines.codes = codes;
+
+    [[nodiscard]] bool isLoaded() const { return m_api != nullptr; }
+
+    /// Looks for the data in the folder of another engine as long as this one is not loaded.
+    [[nodiscard]] bool isMissing(TessBaseAPI* other) const {
+        if (m_wasLoaded || other == nullptr)
+            return m_api == nullptr;
+        return ::access((std::string(other->GetDatapath()) + m_code + ".traineddata").c_str(), R_OK) != 0;
+    }
+
+    /// Forgets the last picture.
+    void clear() {
+        if (m_api != nullptr)
+            m_api->Clear();
+    }
+
+private:
+    std::string m_code;
+    std::unique_ptr<TessBaseAPI> m_api;
+    bool m_wasLoaded = false; // or could not be
+};
+
+/// The engines of this process, one for each language that was asked for last. The first that is installed
+/// reads the page, the others only what it was not sure of on a page that it read badly: an engine of several
+/// languages reads nearly everything twice, and loading one takes longer than reading many a picture.
+struct Engines {
+    std::mutex mutex;
+    std::vector<Engine> all{};
+
+    /// The mutex must be held.
+    void choose(const std::vector<std::string>& codes) {
+        if (std::ranges::equal(all, codes, {}, &Engine::code))
+            return;
+        std::vector<Engine> chosen;
+        for (const std::string& code : codes) {
+            const auto known = std::ranges::find(all, code, &Engine::code);
+            chosen.push_back(known != all.end() ? std::move(*known) : Engine(code));
+        }
+        all = std::move(chosen);
+    }
+
+    /// The first that is installed, or the end. The mutex must be held.
+    std::vector<Engine>::iterator first() {
+        return std::ranges::find_if(all, [](Engine& engine) { return engine.api() != nullptr; });
+    }
+};
+
+/// Never destroyed: a process that ends need not tidy up its dictionaries.
+Engines& sharedEngines() {
+    static Engines& engines = *new Engines;
+    return engines;
 }
 
 // A page that looks like more pieces than this is not text but noise, over which the analysis of a page takes
@@ -248,43 +281,58 @@ RecognizedText recognizeText(const Raster& picture, const std::vector<std::strin
     const Clock::time_point deadline = Clock::now() + timeLimit;
     Engines& engines = sharedEngines();
     const std::scoped_lock lock(engines.mutex);
-    load(engines, recognitionCodes(languages));
+    silenceLeptonica();
+    engines.choose(recognitionCodes(languages));
     RecognizedText text;
-    std::vector<TessBaseAPI*> available;
-    for (const Engine& engine : engines.loaded) {
-        if (engine.api != nullptr)
-            available.push_back(engine.api.get());
-        else
-            text.missingLanguages.push_back(engine.code);
+    const auto first = engines.first();
+    TessBaseAPI* api = first == engines.all.end() ? nullptr : first->api();
+    for (const Engine& engine : engines.all) {
+        if (engine.isMissing(api))
+            text.missingLanguages.push_back(engine.code());
     }
-    if (available.empty() || picture.width == 0 || picture.height == 0)
+    if (api == nullptr || picture.width == 0 || picture.height == 0)
         return text;
     PixPointer pix = preparedPicture(picture);
     if (pix == nullptr)
         return text;
-    TessBaseAPI& first = *available.front();
-    first.SetPageSegMode(tesseract::PSM_AUTO);
-    if (setPicture(first, pix)) {
-        run(first, deadline);
-        std::vector<RecognizedLine> lines = linesOf(first);
-        for (TessBaseAPI* other : std::span(available).subspan(1)) {
-            if (isWeakPage(lines))
-                rereadWeakLines(*other, pix.get(), lines, deadline);
+    api->SetPageSegMode(tesseract::PSM_AUTO);
+    if (setPicture(*api, pix)) {
+        run(*api, deadline);
+        std::vector<RecognizedLine> lines = linesOf(*api);
+        for (auto other = std::next(first); other != engines.all.end() && isWeakPage(lines); ++other) {
+            if (Clock::now() < deadline && other->api() != nullptr)
+                rereadWeakLines(*other->api(), pix.get(), lines, deadline);
         }
         LineCollector collector;
         for (const RecognizedLine& line : lines)
             collector.add(trustedText(line));
         text.lines = collector.take();
     }
-    for (TessBaseAPI* api : available)
-        api->Clear();
+    for (Engine& engine : engines.all)
+        engine.clear();
     return text;
 }
 
-void warmTextRecognition(const std::vector<std::string>& languages) {
+void warmTextRecognition(const std::vector<std::string>& languages, WarmLanguages which) {
     Engines& engines = sharedEngines();
     const std::scoped_lock lock(engines.mutex);
-    load(engines, recognitionCodes(languages));
+    silenceLeptonica();
+    engines.choose(recognitionCodes(languages));
+    switch (which) {
+    case WarmLanguages::first:
+        static_cast<void>(engines.first());
+        break;
+    case WarmLanguages::all:
+        for (Engine& engine : engines.all)
+            static_cast<void>(engine.api());
+        break;
+    }
+}
+
+bool hasLoadedSeveralLanguages() {
+    Engines& engines = sharedEngines();
+    const std::scoped_lock lock(engines.mutex);
+    return std::ranges::count_if(engines.all, &Engine::isLoaded) > 1;
 }
 
 } // namespace vesto::readers

@@ -23,6 +23,16 @@ struct RecognizedText {
 [[nodiscard]] RecognizedText recognizeText(const Raster& picture, const std::vector<std::string>& languages,
                                            std::chrono::milliseconds timeLimit = recognitionTimeLimit);
 
+enum class WarmLanguages { first, all };
+
+/// Loads what recognises text in these languages (BCP 47), so that processes forked later have it: the first
+/// that is installed, which reads every page, or the others too, which only pages that it read badly need.
+/// Starts no thread and reads only installed data. Cheap once done.
+void warmTextRecognition(const std::vector<std::string>& languages, WarmLanguages which);
+
+/// Whether a picture needed more than the first language, or they were all loaded beforehand.
+[[nodiscard]] bool hasLoadedSeveralLanguages();
+
 /// Tesseract's codes of languages named as in BCP 47 («fr-FR»), each once; those it has none for are left
 /// out.
 [[nodiscard]] std::vector<std::string> recognitionCodes(const std::vector<std::string>& languages);
