@@ -1,6 +1,7 @@
 #include "cli/CommandLine.h"
 
 #include "cli/Messages.h"
+#include "cli/ModelSession.h"
 #include "cli/Options.h"
 #include "cli/ReadingSession.h"
 #include "cli/Verbs.h"
@@ -84,6 +85,34 @@ void addVerbose(CLI::App& verb, Options& options) {
                   "Dit ce qui est en cours et comment les fichiers sont isolés");
 }
 
+void declareModelVerbs(CLI::App& model, Words& words, Options& options) {
+    model.require_subcommand(1);
+    const auto verb = [&](const char* word, ModelAction action, const char* what) -> CLI::App& {
+        return *model.add_subcommand(word, what)->group("Commandes")->callback([&options, action] {
+            options.modelAction = action;
+        });
+    };
+    CLI::App& list = verb("list", ModelAction::list, "Montre les modèles, et celui qui sert");
+    addJson(list, options);
+    CLI::App& add = verb("add", ModelAction::add, "Essaie un fichier GGUF et l'ajoute");
+    addPaths(add, words, "Le fichier");
+    add.add_flag("--link", options.link, "Fait un lien au lieu d'une copie");
+    CLI::App& remove = verb("remove", ModelAction::remove, "Retire un modèle");
+    remove.add_option("NOM", words.names, "Son nom");
+    CLI::App& use = verb("use", ModelAction::use, "Choisit le modèle qui sert");
+    use.add_option("NOM", words.names, "Son nom");
+    verb("on", ModelAction::enable, "Remet le modèle en service");
+    verb("off", ModelAction::disable,
+         "Met le modèle hors service : les titres viennent des premières lignes");
+    CLI::App& test = verb("test", ModelAction::test, "Essaie le modèle sur des fichiers, sans rien toucher");
+    addPaths(test, words, "Fichiers, ou dossiers (leurs fichiers, sans les sous-dossiers)");
+    addJson(test, options);
+    for (CLI::App* titled : {&add, &test}) {
+        titled->add_option("--locale", words.locale, "Langue du titre, par exemple fr_FR");
+        addVerbose(*titled, options);
+    }
+}
+
 void declareVerbs(CLI::App& app, Words& words, Options& options) {
     constexpr const char* filesOrFolders = "Fichiers, ou dossiers (leurs fichiers, sans les sous-dossiers)";
 
@@ -115,6 +144,8 @@ void declareVerbs(CLI::App& app, Words& words, Options& options) {
     addPaths(undoVerb, words, filesOrFolders);
     addJson(undoVerb, options);
 
+    declareModelVerbs(verb("model", "Gère le modèle de langage local"), words, options);
+
     CLI::App& genericVerb = verb("generic", "Dit si un nom de fichier est générique");
     genericVerb.add_option("NOM", words.names, "Noms de fichiers, avec ou sans extension");
     addJson(genericVerb, options);
@@ -125,9 +156,32 @@ void declareVerbs(CLI::App& app, Words& words, Options& options) {
     addJson(templateVerb, options);
 }
 
+/// Whether the words of a verb are names, not files.
+bool takesNames(std::string_view verb, const Options& options) {
+    return verb == "generic" || (verb == "model" && (options.modelAction == ModelAction::remove ||
+                                                     options.modelAction == ModelAction::use));
+}
+
+/// How many words a verb of `model` takes; nothing where it takes any number, but not none.
+std::optional<std::size_t> modelWords(ModelAction action) {
+    switch (action) {
+    case ModelAction::list:
+    case ModelAction::enable:
+    case ModelAction::disable:
+        return 0;
+    case ModelAction::add:
+    case ModelAction::remove:
+    case ModelAction::use:
+        return 1;
+    case ModelAction::test:
+        break;
+    }
+    return std::nullopt;
+}
+
 /// One more word for `verb`, which is no option whatever it looks like.
-void takeWord(Words& words, std::string_view verb, const char* word) {
-    if (verb == "generic")
+void takeWord(Words& words, std::string_view verb, const Options& options, const char* word) {
+    if (takesNames(verb, options))
         words.names.emplace_back(word);
     else if (verb == "template")
         words.pattern = word;
@@ -149,8 +203,13 @@ std::optional<std::filesystem::path> absolutePath(const std::string& word) {
 }
 
 /// Nothing where the words are right; otherwise what is wrong with them.
-std::optional<std::string> fillIn(Options& options, const Words& words, bool checksPattern) {
-    if (words.paths.empty() && words.names.empty() && !checksPattern)
+std::optional<std::string> fillIn(Options& options, const Words& words, std::string_view verb) {
+    const bool checksPattern = verb == "template";
+    const auto wanted = verb == "model" ? modelWords(options.modelAction) : std::nullopt;
+    const std::size_t given = words.paths.size() + words.names.size();
+    if (wanted && given > *wanted)
+        return "Un argument est inconnu ou en trop.";
+    if (given == 0 && !checksPattern && wanted != 0U)
         return "Il manque un fichier, un dossier ou un nom.";
     if (checksPattern && words.pattern.empty())
         return "Il manque un modèle.";
@@ -186,18 +245,22 @@ ExitStatus performReading(const std::string& verb, const Options& options, bool 
     ReadingSession session(options, err);
     if (!session.begin(offline))
         return ExitStatus::notAllDone;
-    if (verb == "name")
-        return name(options, session, out);
     if (verb == "read")
         return read(options, session, out);
-    return rename(options, session, out);
+    if (verb == "model")
+        return testModel(options, session, out, err);
+    ModelSession model(options, openUsedModel(ModelFolder{}), err);
+    return verb == "name" ? name(options, session, model, out) : rename(options, session, model, out);
 }
 
 ExitStatus perform(const std::string& verb, const Options& options, std::ostream& out, std::ostream& err) {
     // Before the first file is touched; what is started later inherits it.
     const bool offline = sandbox::refuseNetwork();
-    if (verb == "name" || verb == "read" || verb == "rename")
+    const bool testsModel = verb == "model" && options.modelAction == ModelAction::test;
+    if (verb == "name" || verb == "read" || verb == "rename" || testsModel)
         return performReading(verb, options, offline, out, err);
+    if (verb == "model")
+        return manageModels(options, offline, out, err);
     if (verb == "undo")
         return undo(options, out);
     if (verb == "generic")
@@ -237,8 +300,8 @@ int run(int argc, char** argv, std::ostream& out, std::ostream& err) {
     const std::string verb = app.get_subcommands().front()->get_name();
     for (char** word = rest; word < argv + argc; ++word)
         if (word != rest)
-            takeWord(words, verb, *word);
-    if (const auto wrong = fillIn(options, words, verb == "template")) {
+            takeWord(words, verb, options, *word);
+    if (const auto wrong = fillIn(options, words, verb)) {
         err << "vesto : " << *wrong << '\n';
         return static_cast<int>(ExitStatus::wrongUsage);
     }

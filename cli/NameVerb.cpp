@@ -8,11 +8,11 @@
 
 namespace vesto::cli {
 
-ExitStatus name(const Options& options, ReadingSession& session, std::ostream& out) {
+ExitStatus name(const Options& options, ReadingSession& session, ModelSession& model, std::ostream& out) {
     const Targets targets = targetsOf(options.paths);
     Report report(options, out);
     report.folders(targets);
-    const Namer namer(options, session);
+    Namer namer(options, session, model);
     for (const Target& target : targets.files) {
         const Naming naming = namer.name(target.path);
         const Proposal* proposal = naming.proposal();

@@ -49,20 +49,29 @@ Json Naming::record() const {
     return record;
 }
 
-Namer::Namer(const Options& options, ReadingSession& session)
-    : m_session(session)
-    , m_eligibility{.genericOnly = options.genericOnly, .notBefore = {}, .includeProcessed = options.again}
-    , m_pipeline(session.summarizer(), nullptr, options.nameTemplate, options.locale, NamingPolicy{}) {}
+Namer::Namer(const Options& options, ReadingSession& session, ModelSession& model)
+    : m_options(options)
+    , m_session(session)
+    , m_model(model)
+    , m_eligibility{.genericOnly = options.genericOnly, .notBefore = {}, .includeProcessed = options.again} {}
 
-Naming Namer::name(const std::filesystem::path& path) const {
+const NamingPipeline& Namer::pipeline() {
+    if (!m_pipeline)
+        m_pipeline.emplace(m_session.summarizer(), m_model.generator(), m_options.nameTemplate,
+                           m_options.locale, NamingPolicy{});
+    return *m_pipeline;
+}
+
+Naming Namer::name(const std::filesystem::path& path) {
     if (const auto rejection = FileEligibility::check(path, m_eligibility))
         return {path, *rejection};
     if (!unicode::isValid(lastComponentOf(path)))
         return {path, PipelineOutcome::Nothing{std::string(text("Le nom de ce fichier n'est pas en UTF-8 : "
                                                                 "Vesto ne le change pas.")),
                                                std::nullopt}};
+    const NamingPipeline& pipeline = this->pipeline();
     m_session.tellStart(path);
-    auto outcome = m_pipeline.run(path);
+    auto outcome = pipeline.run(path);
     if (!outcome) {
         m_session.tellWhetherReaderRuns();
         return {path, outcome.error()};

@@ -1,4 +1,5 @@
 #pragma once
+#include "cli/ModelSession.h"
 #include "cli/Options.h"
 #include "cli/ReadingSession.h"
 #include "core/extraction/SummarizerError.h"
@@ -8,6 +9,7 @@
 #include "core/support/Json.h"
 
 #include <filesystem>
+#include <optional>
 #include <string>
 #include <variant>
 
@@ -31,14 +33,18 @@ struct Naming {
 /// Names files by the words of the command line, without touching them.
 class Namer {
 public:
-    Namer(const Options& options, ReadingSession& session);
+    Namer(const Options& options, ReadingSession& session, ModelSession& model);
 
-    [[nodiscard]] Naming name(const std::filesystem::path& path) const;
+    [[nodiscard]] Naming name(const std::filesystem::path& path);
 
 private:
+    const NamingPipeline& pipeline();
+
+    const Options& m_options;
     ReadingSession& m_session;
+    ModelSession& m_model;
     FileEligibility::Options m_eligibility;
-    NamingPipeline m_pipeline;
+    std::optional<NamingPipeline> m_pipeline; // made at the first file that may be named
 };
 
 /// The file name that a proposal stands for, before any collision.

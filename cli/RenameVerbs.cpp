@@ -57,11 +57,11 @@ bool wasRenamed(const std::optional<ProcessedMarker::Marker>& marker) {
 
 } // namespace
 
-ExitStatus rename(const Options& options, ReadingSession& session, std::ostream& out) {
+ExitStatus rename(const Options& options, ReadingSession& session, ModelSession& model, std::ostream& out) {
     const Targets targets = targetsOf(options.paths);
     Report report(options, out);
     report.folders(targets);
-    const Namer namer(options, session);
+    Namer namer(options, session, model);
     for (const Target& target : targets.files) {
         if (!report.heard())
             break;

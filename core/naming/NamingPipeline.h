@@ -39,14 +39,16 @@ public:
     [[nodiscard]] std::optional<std::string> baseNameForUserTitle(std::string_view userTitle,
                                                                   const Proposal& proposal) const;
 
-private:
     struct Title {
         std::string text;
         ConfidenceScorer::Source source;
     };
-    /// Nothing where neither the generator nor the fallback has a usable one.
-    [[nodiscard]] std::optional<Title> titleOf(const ContentSummary& summary, std::stop_token stop) const;
+    /// The title that `run` would put into the template; nothing where neither the generator nor the fallback
+    /// has a usable one.
+    [[nodiscard]] std::optional<Title> titleOf(const ContentSummary& summary,
+                                               std::stop_token stop = {}) const;
 
+private:
     Summarizer m_summarizer;
     std::shared_ptr<TitleGenerating> m_generator;
     FallbackNameGenerator m_fallback;

@@ -1,0 +1,251 @@
+#include "cli/Messages.h"
+#include "cli/ModelSession.h"
+#include "cli/Report.h"
+#include "cli/Targets.h"
+#include "cli/Verbs.h"
+#include "core/naming/NamingPipeline.h"
+#include "core/support/Text.h"
+
+#include <fmt/format.h>
+#include <nlohmann/json.hpp>
+
+#include <ostream>
+#include <string_view>
+#include <utility>
+
+namespace vesto::cli {
+namespace {
+
+using Code = NameGenerationError::Code;
+
+/// Long enough for a model that is too slow to be measured.
+constexpr std::chrono::seconds trialTimeout{60};
+
+/// Passes on what a generator says and keeps it.
+class Witness final : public TitleGenerating {
+public:
+    explicit Witness(std::shared_ptr<TitleGenerating> generator)
+        : m_generator(std::move(generator)) {}
+
+    std::expected<std::string, NameGenerationError> title(const ContentSummary& summary,
+                                                          std::stop_token stop) override {
+        const auto start = systemClock().sinceBoot();
+        last = m_generator->title(summary, std::move(stop));
+        time = systemClock().sinceBoot() - start;
+        return last;
+    }
+
+    std::expected<std::string, NameGenerationError> last;
+    Seconds time{0};
+
+private:
+    std::shared_ptr<TitleGenerating> m_generator;
+};
+
+/// Why there was no title, in French.
+std::string reasonOf(const NameGenerationError& error) {
+    switch (error.code) {
+    case Code::modelUnavailable:
+        return error.message;
+    case Code::timeout:
+        return std::string(text("pas de réponse dans le délai"));
+    case Code::busy:
+        return std::string(text("le modèle finit encore la réponse d'avant"));
+    case Code::nothingToPropose:
+    case Code::cancelled:
+        break;
+    case Code::platform:
+        return fmt::format("{} ({})", text("le modèle n'a pas donné de titre"), printable(error.message));
+    }
+    return std::string(text("le modèle n'a pas donné de titre"));
+}
+
+std::string tokensWords(std::uint32_t count) {
+    return fmt::format("{} {}", count, count > 1 ? text("jetons") : text("jeton"));
+}
+
+ExitStatus refuse(std::ostream& err, std::string_view name, std::string_view why) {
+    err << printable(name) << " : " << printable(why) << '\n';
+    return ExitStatus::notAllDone;
+}
+
+/// A bill such as everybody has, for a first try.
+ContentSummary trialSummary() {
+    return {.kind = ContentSummary::Kind::pdf,
+            .lines = {"Énergie du Val", "Facture d'électricité", "Facture n° 20458", "Montant TTC 84,20 €"},
+            .pageCount = 2,
+            .period = DocumentPeriodExtractor::Period{.month = 10, .year = 2026}};
+}
+
+ExitStatus list(const ModelFolder& models, const Options& options, std::ostream& out) {
+    const auto all = models.models();
+    const auto used = models.used();
+    for (const ModelFolder::Model& model : all) {
+        const bool isUsed = models.isEnabled() && used == model;
+        if (options.json) {
+            Json record;
+            record["name"] = model.name;
+            record["bytes"] = model.bytes;
+            record["link"] = model.isLink;
+            record["used"] = isUsed;
+            out << writeJson(record) << '\n';
+            continue;
+        }
+        out << printable(model.name) << ", " << sizeWords(model.bytes);
+        if (model.isLink)
+            out << text(model.bytes == 0 ? ", lien rompu" : ", lien");
+        out << (isUsed ? text(" : c'est lui qui sert") : std::string_view{}) << '\n';
+    }
+    if (options.json)
+        return ExitStatus::done;
+    if (all.empty())
+        out << text("Aucun modèle. « vesto model add FICHIER » en ajoute un (format GGUF).") << '\n';
+    else if (!models.isEnabled())
+        out << text("Le modèle est hors service. « vesto model on » le remet en service.") << '\n';
+    return ExitStatus::done;
+}
+
+/// Whether the model in this file gives a title here; says how long that takes.
+bool tryModel(const std::filesystem::path& file, const std::string& name, const Options& options,
+              std::ostream& out, std::ostream& err) {
+    LocalModel local = openModel(file);
+    if (!local.model) {
+        refuse(err, name, text("cette version de Vesto n'a pas de moteur pour les modèles."));
+        return false;
+    }
+    ModelSession session(options, std::move(local), err, ModelSession::Wait{}, trialTimeout);
+    const auto generator = session.generator();
+    if (!generator) {
+        refuse(err, name, session.availability().message);
+        return false;
+    }
+    Witness witness(generator);
+    const auto title = witness.title(trialSummary(), {});
+    if (!title) {
+        refuse(err, name, reasonOf(title.error()));
+        return false;
+    }
+    out << text("Essai : ") << printable(*title) << " (" << tokensWords(session.facts().lastTokens) << ", "
+        << secondsWords(witness.time) << ")\n";
+    if (witness.time > FoundationNameGenerator::defaultTimeout)
+        out << text("C'est trop lent pour cet ordinateur : au-delà de 8 secondes, le titre vient des "
+                    "premières "
+                    "lignes. Un modèle plus petit conviendra mieux.")
+            << '\n';
+    return true;
+}
+
+ExitStatus add(const ModelFolder& models, const Options& options, std::ostream& out, std::ostream& err) {
+    const std::filesystem::path& file = options.paths.front();
+    const auto name = models.nameFor(file);
+    if (!name)
+        return refuse(err, shownName(file), name.error().message());
+    if (!tryModel(file, *name, options, out, err))
+        return ExitStatus::notAllDone;
+    const bool isFirst = !models.used();
+    const auto added = models.add(file, options.link ? ModelFolder::Way::link : ModelFolder::Way::copy);
+    if (!added)
+        return refuse(err, *name, added.error().message());
+    out << printable(*added) << text(" : ajouté.") << '\n';
+    // Chosen by name, so that a later one does not take its place by the alphabet.
+    if (isFirst && models.use(*added))
+        out << text("C'est lui qui sert.") << '\n';
+    else
+        out << text("Pour qu'il serve : ") << "vesto model use '" << printable(*added) << "'\n";
+    return ExitStatus::done;
+}
+
+ExitStatus told(const std::expected<void, ModelFileError>& result, std::string_view name,
+                std::string_view done, std::ostream& out, std::ostream& err) {
+    if (!result)
+        return refuse(err, name, result.error().message());
+    out << printable(name) << done << '\n';
+    return ExitStatus::done;
+}
+
+} // namespace
+
+ExitStatus manageModels(const Options& options, bool offline, std::ostream& out, std::ostream& err) {
+    const ModelFolder models;
+    if (models.path().is_relative())
+        return refuse(err, "vesto", text("ce système ne connaît pas votre dossier personnel."));
+    const std::string name = options.names.empty() ? std::string() : options.names.front();
+    switch (options.modelAction) {
+    case ModelAction::list:
+        return list(models, options, out);
+    case ModelAction::add:
+        if (!offline)
+            return refuse(err, "vesto", text("ce noyau ne sait pas filtrer les appels système (seccomp)."));
+        return add(models, options, out, err);
+    case ModelAction::remove:
+        return told(models.remove(name), name, text(" : retiré."), out, err);
+    case ModelAction::use:
+        return told(models.use(name), name, text(" : c'est lui qui sert."), out, err);
+    case ModelAction::enable:
+        return told(models.setEnabled(true), text("Modèle"), text(" : en service."), out, err);
+    case ModelAction::disable:
+        return told(models.setEnabled(false), text("Modèle"), text(" : hors service."), out, err);
+    case ModelAction::test:
+        break; // reads files: testModel
+    }
+    return ExitStatus::wrongUsage;
+}
+
+ExitStatus testModel(const Options& options, ReadingSession& session, std::ostream& out, std::ostream& err) {
+    const ModelFolder models;
+    ModelSession modelSession(options, openUsedModel(models), err);
+    const auto generator = modelSession.generator();
+    if (!generator)
+        return refuse(err, text("Modèle"),
+                      models.isEnabled() ? modelSession.availability().message
+                                         : text("Apple Intelligence est désactivée dans Réglages Système."));
+    const auto witness = std::make_shared<Witness>(generator);
+    const Summarizer summarizer = session.summarizer();
+    const NamingPipeline withModel(summarizer, witness, options.nameTemplate, options.locale, NamingPolicy{});
+    const NamingPipeline without(summarizer, nullptr, options.nameTemplate, options.locale, NamingPolicy{});
+
+    const Targets targets = targetsOf(options.paths);
+    Report report(options, out);
+    report.folders(targets);
+    for (const Target& target : targets.files) {
+        if (!report.heard())
+            break;
+        session.tellStart(target.path);
+        Json record;
+        record["path"] = target.path.native();
+        const auto summary = summarizer.summarize(target.path);
+        if (!summary) {
+            session.tellWhetherReaderRuns();
+            record["error"] = summary.error().name();
+            report.refused(target.path, messageOf(summary.error()), record);
+            continue;
+        }
+        const auto title = withModel.titleOf(*summary);
+        const auto fallback = without.titleOf(*summary);
+        const bool isModels = title && title->source == ConfidenceScorer::Source::model;
+        const std::string fallbackText = fallback ? fallback->text : std::string(text("aucun titre"));
+        const std::uint32_t tokens = modelSession.facts().lastTokens;
+        const std::string more =
+            fmt::format("{}, {} ; {} {}", tokensWords(tokens), secondsWords(witness->time),
+                        text("sans le modèle :"), printable(fallbackText));
+        record["seconds"] = witness->time.count();
+        if (fallback)
+            record["fallback"] = fallback->text;
+        if (isModels) {
+            record["title"] = title->text;
+            record["tokens"] = tokens;
+            report.done(target.path, title->text, more, record);
+        } else {
+            const std::string why = witness->last
+                                        ? std::string(text("rien d'utilisable dans le titre du modèle"))
+                                        : reasonOf(witness->last.error());
+            record["reason"] = why;
+            report.refused(target.path, why, record,
+                           fmt::format("{} ; {} {}", secondsWords(witness->time), text("sans le modèle :"),
+                                       printable(fallbackText)));
+        }
+    }
+    return report.status();
+}
+
+} // namespace vesto::cli
