@@ -17,8 +17,11 @@
 namespace vesto::readers {
 namespace {
 
-constexpr double leastFontSize = 2;    // points
-constexpr double longestSide = 14'400; // points, 200 inches
+constexpr double leastFontSize = 2; // points
+// Poppler makes a word's box as high as the ascent and descent of its font, each below 1.9 of its size,
+// whatever the file says.
+constexpr double mostHeightOfTinyText = 2 * 1.9 * leastFontSize; // points
+constexpr double longestSide = 14'400;                           // points, 200 inches
 constexpr double pointsPerInch = 72;
 constexpr double contrastResolution = 36; // dots an inch; text of 11 points is five and a half high
 constexpr int leastContrast = 8;          // of 255, in any of the colours
@@ -69,6 +72,13 @@ TextExtent extentOf(const poppler::text_box& word) {
     default:
         return {box.left(), box.right(), box.top(), box.bottom()};
     }
+}
+
+/// Whether the font of a word may be too small to be read; its size itself costs several times as much to
+/// ask.
+bool mayBeTiny(const poppler::text_box& word) {
+    const TextExtent box = extentOf(word);
+    return box.otherSide - box.side < mostHeightOfTinyText;
 }
 
 /// A page drawn as small as still tells where it shows something.
@@ -158,7 +168,9 @@ std::string visibleTextOfPage(const poppler::page& page, bool isDrawn) {
     std::string text = utf8Of(page.text(poppler::rectf(), poppler::page::non_raw_non_physical_layout));
     if (text.empty())
         return text;
-    const std::vector<poppler::text_box> words = page.text_list(poppler::page::text_list_include_font);
+    std::vector<poppler::text_box> words = page.text_list(0);
+    if (std::ranges::any_of(words, mayBeTiny))
+        words = page.text_list(poppler::page::text_list_include_font);
     std::optional<DrawnPage> drawn;
     if (isDrawn && !words.empty())
         drawn.emplace(page);
