@@ -13,13 +13,13 @@ DeadlineRunner::~DeadlineRunner() {
         m_thread.join();
 }
 
-DeadlineRunner::Result DeadlineRunner::withDeadline(std::chrono::nanoseconds timeout, std::stop_token stop,
-                                                    Operation operation) {
+DeadlineRunner::Result DeadlineRunner::withDeadline(std::chrono::nanoseconds timeout,
+                                                    const std::stop_token& stop, Operation operation) {
     using Code = NameGenerationError::Code;
     const auto deadline = m_clock.sinceBoot() + timeout;
-    std::stop_source cancel;
+    const std::stop_source cancel;
     // Shared: an operation that was left behind still delivers, after the caller has gone.
-    const auto gate = std::make_shared<OnceGate<Result>>([cancel]() mutable { cancel.request_stop(); });
+    const auto gate = std::make_shared<OnceGate<Result>>([cancel] { cancel.request_stop(); });
     {
         const std::lock_guard lock(m_mutex);
         m_cancel.request_stop();

@@ -29,7 +29,7 @@ public:
     /// What `operation` gives, or `timeout` after that time, or `cancelled` once `stop` is requested,
     /// whichever comes first; the operation is asked to stop where it did not come first. `platform` where
     /// there is no thread to be had; the operation was destroyed then without having run.
-    [[nodiscard]] Result withDeadline(std::chrono::nanoseconds timeout, std::stop_token stop,
+    [[nodiscard]] Result withDeadline(std::chrono::nanoseconds timeout, const std::stop_token& stop,
                                       Operation operation);
 
 private:

@@ -51,8 +51,9 @@ FoundationNameGenerator::FoundationNameGenerator(std::shared_ptr<LanguageModel> 
 
 FoundationNameGenerator::Availability FoundationNameGenerator::availability(LanguageModel* model,
                                                                             const Locale& language) {
-    const auto state = model == nullptr ? LanguageModel::Availability::unavailable : model->availability();
-    if (const std::string_view reason = reasonOf(state); !reason.empty())
+    if (model == nullptr)
+        return {std::string(text(reasonOf(LanguageModel::Availability::unavailable)))};
+    if (const std::string_view reason = reasonOf(model->availability()); !reason.empty())
         return {std::string(text(reason))};
     if (!model->supportsLanguage(language.languageCode()))
         return {std::string(text("Langue non prise en charge par le modèle on-device."))};
@@ -76,7 +77,7 @@ std::expected<std::string, NameGenerationError> FoundationNameGenerator::title(c
     std::shared_ptr<ActiveGeneration> claim(&m_active, [](ActiveGeneration* active) { active->end(); });
     ModelRequest request{m_instructions, summary.modelPrompt(m_language), maxAnswerTokens};
     return m_runner.withDeadline(
-        m_timeout, std::move(stop),
+        m_timeout, stop,
         [model = m_model, request = std::move(request),
          claim = std::move(claim)](std::stop_token cancel) mutable -> DeadlineRunner::Result {
             auto answer = model->respond(request, std::move(cancel));
