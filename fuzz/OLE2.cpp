@@ -117,7 +117,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         break;
     }
     default:
-        VESTO_ASSERT(readPropertySet(input.rest()).title.size() <= 64 * 1024);
+        VESTO_ASSERT(readPropertySet(input.rest()).title.size() <= std::size_t{64} * 1024);
         break;
     }
     return 0;
