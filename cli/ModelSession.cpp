@@ -3,19 +3,35 @@
 #include "cli/Messages.h"
 #include "core/support/Clock.h"
 #include "core/support/Text.h"
+#include "services/client/RemoteLanguageModel.h"
 
 #include <ostream>
 #include <utility>
 
 namespace vesto::cli {
 
-LocalModel openModel(const std::filesystem::path&) {
-    return {};
+namespace {
+
+LocalModel open(RemoteLanguageModel::Settings settings) {
+    const auto model = std::make_shared<RemoteLanguageModel>(std::move(settings));
+    return {.model = model,
+            .settle = [model](std::chrono::milliseconds longest) { model->settle(longest); },
+            .facts =
+                [model] {
+                    const auto facts = model->facts();
+                    return LocalModel::Facts{.name = facts.name, .lastTokens = facts.lastTokens};
+                }};
+}
+
+} // namespace
+
+LocalModel openModel(const std::filesystem::path& file) {
+    return open({.model = file});
 }
 
 LocalModel openUsedModel(const ModelFolder& models) {
-    const auto used = models.isEnabled() ? models.used() : std::nullopt;
-    return used ? openModel(models.pathOf(*used)) : LocalModel{};
+    const auto used = models.used();
+    return used ? open({.model = models.pathOf(*used), .enabled = models.isEnabled()}) : LocalModel{};
 }
 
 ModelSession::ModelSession(const Options& options, LocalModel local, std::ostream& err, Wait wait,

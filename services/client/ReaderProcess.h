@@ -1,5 +1,5 @@
 #pragma once
-#include "core/support/UniqueFd.h"
+#include "services/client/ServiceProcess.h"
 #include "services/ipc/Question.h"
 
 #include <sys/types.h>
@@ -26,8 +26,7 @@ enum class ReaderStartFailure {
 /// For people, in French, without a capital; it goes behind «Le lecteur isolé n'a pas pu démarrer : ».
 [[nodiscard]] std::string_view messageOf(ReaderStartFailure failure);
 
-/// Where `vesto-reader` is: beside the program that runs, else in ../libexec/vesto/ from there. Empty where
-/// the system does not say where that program is (no /proc).
+/// Where `vesto-reader` is.
 [[nodiscard]] std::filesystem::path readerProgram();
 
 /// One running reader service. Thread-safe. The last owner ends it.
@@ -37,29 +36,17 @@ public:
     [[nodiscard]] static std::expected<std::shared_ptr<ReaderProcess>, ReaderStartFailure>
     start(const std::filesystem::path& program, const std::vector<std::string>& arguments);
 
-    ~ReaderProcess();
-    ReaderProcess(const ReaderProcess&) = delete;
-    ReaderProcess& operator=(const ReaderProcess&) = delete;
-
-    [[nodiscard]] int socket() const { return m_socket.get(); }
+    [[nodiscard]] int socket() const { return m_process.socket(); }
     [[nodiscard]] ipc::Jail jail() const { return m_jail; }
-    [[nodiscard]] pid_t pid() const { return m_pid; }
-
-    /// Whether it has closed its end, at the latest after `timeout`: it is dead or leaves.
-    [[nodiscard]] bool isGone(std::chrono::milliseconds timeout) const;
-
-    /// Whether a process that is gone left of its own accord, having been idle.
-    [[nodiscard]] bool leftIdle() const;
+    [[nodiscard]] pid_t pid() const { return m_process.pid(); }
+    [[nodiscard]] bool isGone(std::chrono::milliseconds timeout) const { return m_process.isGone(timeout); }
+    [[nodiscard]] bool leftIdle() const { return m_process.leftIdle(); }
 
 private:
-    ReaderProcess(UniqueFd socket, UniqueFd process, pid_t pid)
-        : m_socket(std::move(socket))
-        , m_process(std::move(process))
-        , m_pid(pid) {}
+    explicit ReaderProcess(ServiceProcess process)
+        : m_process(std::move(process)) {}
 
-    UniqueFd m_socket;
-    UniqueFd m_process; // a pidfd
-    pid_t m_pid;
+    ServiceProcess m_process;
     ipc::Jail m_jail = ipc::Jail::none;
 };
 

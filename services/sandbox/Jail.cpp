@@ -1,7 +1,6 @@
 #include "services/sandbox/Jail.h"
 
 #include "services/sandbox/Landlock.h"
-#include "services/sandbox/SystemCalls.h"
 
 #include <linux/capability.h>
 #include <signal.h>
@@ -35,8 +34,8 @@ bool dropCapabilities() {
 
 } // namespace
 
-Jail::Jail(const std::vector<std::string>& readablePaths)
-    : m_filter(canFilterSystemCalls() ? readerFilter() : std::vector<sock_filter>{})
+Jail::Jail(const std::vector<std::string>& readablePaths, Inmate inmate)
+    : m_filter(canFilterSystemCalls() ? filterFor(inmate) : std::vector<sock_filter>{})
     , m_ruleset(makeRuleset(readablePaths)) {}
 
 Jail::~Jail() {

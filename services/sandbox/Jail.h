@@ -1,5 +1,6 @@
 #pragma once
 #include "services/sandbox/Resources.h"
+#include "services/sandbox/SystemCalls.h"
 
 #include <linux/filter.h>
 #include <sys/types.h>
@@ -14,7 +15,7 @@ namespace vesto::sandbox {
 class Jail {
 public:
     /// Of all paths the processes may read what lies below `readablePaths`.
-    explicit Jail(const std::vector<std::string>& readablePaths);
+    explicit Jail(const std::vector<std::string>& readablePaths, Inmate inmate = Inmate::reader);
     ~Jail();
     Jail(const Jail&) = delete;
     Jail& operator=(const Jail&) = delete;

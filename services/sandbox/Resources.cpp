@@ -23,7 +23,8 @@ bool limitResources(const Resources& resources) {
     // the decoders that start threads. The filter of system calls keeps processes from being made.
     return limit(RLIMIT_CORE, 0) && limit(RLIMIT_FSIZE, 0) && limit(RLIMIT_MEMLOCK, 0) &&
            limit(RLIMIT_MSGQUEUE, 0) && limit(RLIMIT_NOFILE, resources.openFiles) &&
-           limit(RLIMIT_CPU, static_cast<rlim_t>(resources.processorTime.count())) &&
+           (resources.processorTime.count() == 0 ||
+            limit(RLIMIT_CPU, static_cast<rlim_t>(resources.processorTime.count()))) &&
            (resources.addressSpace == 0 || limit(RLIMIT_AS, resources.addressSpace));
 }
 

@@ -7,7 +7,7 @@ namespace vesto::sandbox {
 /// What a process may use up.
 struct Resources {
     std::uint64_t addressSpace = 0;        // bytes; 0: unlimited
-    std::chrono::seconds processorTime{0}; // of all threads together
+    std::chrono::seconds processorTime{0}; // of all threads together; 0: unlimited
     unsigned openFiles = 64;
 };
 

@@ -87,7 +87,7 @@ scmp_arg_cmp hasBits(unsigned argument, std::uint32_t bits) {
     return {argument, SCMP_CMP_MASKED_EQ, bits, bits};
 }
 
-void allowReading(Filter& filter) {
+void allowDescriptors(Filter& filter) {
     filter.allow({
         SCMP_SYS(read),
         SCMP_SYS(pread64),
@@ -97,23 +97,13 @@ void allowReading(Filter& filter) {
         SCMP_SYS(close),
         SCMP_SYS(close_range),
         SCMP_SYS(fstat),
-        SCMP_SYS(stat),
-        SCMP_SYS(lstat),
-        SCMP_SYS(newfstatat),
+        SCMP_SYS(newfstatat), // how the C library asks about a descriptor
         SCMP_SYS(statx),
         SCMP_SYS(fstatfs),
-        SCMP_SYS(statfs),
-        SCMP_SYS(access),
-        SCMP_SYS(faccessat),
-        SCMP_SYS(faccessat2),
-        SCMP_SYS(readlink),
-        SCMP_SYS(readlinkat),
-        SCMP_SYS(getcwd),
-        SCMP_SYS(getdents64),
         SCMP_SYS(fadvise64),
         SCMP_SYS(readahead),
         SCMP_SYS(dup),
-        // To the pipe of the answer: nothing else is open for writing.
+        // To where the answer goes: nothing else is open for writing.
         SCMP_SYS(write),
         SCMP_SYS(writev),
         // Within one process only.
@@ -125,12 +115,27 @@ void allowReading(Filter& filter) {
         SCMP_SYS(select),
         SCMP_SYS(pselect6),
     });
+    for (const int command : {F_GETFD, F_SETFD, F_GETFL, F_DUPFD, F_DUPFD_CLOEXEC})
+        filter.rule(SCMP_ACT_ALLOW, SCMP_SYS(fcntl), {intIs(1, static_cast<std::uint32_t>(command))});
+}
+
+void allowPaths(Filter& filter) {
+    filter.allow({
+        SCMP_SYS(stat),
+        SCMP_SYS(lstat),
+        SCMP_SYS(statfs),
+        SCMP_SYS(access),
+        SCMP_SYS(faccessat),
+        SCMP_SYS(faccessat2),
+        SCMP_SYS(readlink),
+        SCMP_SYS(readlinkat),
+        SCMP_SYS(getcwd),
+        SCMP_SYS(getdents64),
+    });
     // O_RDONLY is 0, and so is O_LARGEFILE where the C library has nothing to ask for.
     constexpr std::uint32_t reading = O_CLOEXEC | O_NONBLOCK | O_NOFOLLOW | O_DIRECTORY | O_NOCTTY;
     filter.rule(SCMP_ACT_ALLOW, SCMP_SYS(open), {noBitsBut(1, reading)});
     filter.rule(SCMP_ACT_ALLOW, SCMP_SYS(openat), {noBitsBut(2, reading)});
-    for (const int command : {F_GETFD, F_SETFD, F_GETFL, F_DUPFD, F_DUPFD_CLOEXEC})
-        filter.rule(SCMP_ACT_ALLOW, SCMP_SYS(fcntl), {intIs(1, static_cast<std::uint32_t>(command))});
 }
 
 void allowMemoryAndThreads(Filter& filter) {
@@ -191,12 +196,20 @@ bool canFilterSystemCalls() {
     return ::syscall(SYS_seccomp, SECCOMP_GET_ACTION_AVAIL, 0U, &action) == 0;
 }
 
-std::vector<sock_filter> readerFilter() {
+std::vector<sock_filter> filterFor(Inmate inmate) {
     // Logging answers with the same error.
     Filter filter(logRefusedCalls() ? SCMP_ACT_TRAP : SCMP_ACT_ERRNO(EPERM));
-    allowReading(filter);
+    allowDescriptors(filter);
     allowMemoryAndThreads(filter);
     allowQuestions(filter);
+    switch (inmate) {
+    case Inmate::reader:
+        allowPaths(filter);
+        break;
+    case Inmate::model:
+        filter.allow({SCMP_SYS(sendmsg), SCMP_SYS(recvmsg)});
+        break;
+    }
     // A search in a tree instead of one comparison after the other.
     filter.attribute(SCMP_FLTATR_CTL_OPTIMIZE, 2);
     return filter.program();

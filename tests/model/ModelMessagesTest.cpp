@@ -1,0 +1,83 @@
+#include "services/ipc/ModelMessages.h"
+
+#include "services/client/RemoteLanguageModel.h"
+
+#include <gtest/gtest.h>
+
+namespace vesto::tests {
+namespace {
+
+using namespace ipc;
+
+TEST(ModelMessages, AreReadAsTheyWereWritten) {
+    const ModelOrder orders[] = {
+        LoadModel{true},
+        WarmModel{.instructions = "Tu nommes", .stateBytes = 7, .threads = {.reading = 2, .writing = 1}},
+        AskModel{.prompt = "Relevé", .maxTokens = 64},
+        CancelWork{},
+    };
+    for (const ModelOrder& order : orders)
+        EXPECT_EQ(decodeModelOrder(encode(order)), order) << order.index();
+    const ModelReport reports[] = {
+        ModelLoaded{ModelOutcome::done, "Nom", "llama", 1, 4096, {"fr", "en"}},
+        ModelWarmed{ModelOutcome::cancelled, 600, 9, true, {.reading = 1, .writing = 2}},
+        ModelAnswered{ModelOutcome::done, "Facture", 9, 8, 1, std::chrono::microseconds(5),
+                      std::chrono::microseconds(6)},
+    };
+    for (const ModelReport& report : reports)
+        EXPECT_EQ(decodeModelReport(encode(report)), report) << report.index();
+    const ModelGreeting greeting{Jail::reduced, "moteur 1"};
+    EXPECT_EQ(decodeModelGreeting(encode(greeting)), greeting);
+}
+
+TEST(ModelMessages, NoCutOneIsTakenAndNoOtherByteMore) {
+    const std::string whole =
+        encode(ModelReport(ModelLoaded{ModelOutcome::done, "Nom", "llama", 1, 4096, {"fr"}}));
+    for (std::size_t size = 0; size < whole.size(); ++size)
+        EXPECT_FALSE(decodeModelReport(std::string_view(whole).substr(0, size))) << size;
+    EXPECT_FALSE(decodeModelReport(whole + '\0'));
+    std::string title = encode(ModelReport(ModelAnswered{ModelOutcome::done, "Facture"}));
+    title[6] = '\xFF'; // in its first letter
+    EXPECT_FALSE(decodeModelReport(title));
+}
+
+TEST(ModelMessages, OfAHostThatWasFedLongOrBadTextStillFit) {
+    ModelLoaded loaded{ModelOutcome::done, std::string(1000, 'n'), "\xFF", 1, 1, {}};
+    loaded.languages.assign(500, std::string(100, 'l'));
+    const std::string bytes = encode(ModelReport(loaded));
+    EXPECT_LE(bytes.size(), limits::reportBytes);
+    EXPECT_TRUE(decodeModelReport(bytes));
+    // Cut between two letters.
+    std::string title = "x";
+    while (title.size() <= limits::titleBytes)
+        title += "é";
+    EXPECT_TRUE(decodeModelReport(encode(ModelReport(ModelAnswered{ModelOutcome::done, title}))));
+}
+
+TEST(RemoteLanguageModel, WithoutTheProgramOrAFileIsUnavailableAtOnce) {
+    using Obstacle = RemoteLanguageModel::Obstacle;
+    struct Row {
+        std::string model;
+        bool enabled;
+        LanguageModel::Availability availability;
+        Obstacle obstacle;
+    };
+    const Row rows[] = {
+        {"", true, LanguageModel::Availability::unavailable, Obstacle::noFile},
+        {"/nirgendwo.gguf", true, LanguageModel::Availability::unavailable, Obstacle::noFile},
+        {VESTO_SOURCE_DIR, true, LanguageModel::Availability::unavailable, Obstacle::noFile},
+        {VESTO_SOURCE_DIR "/README.md", true, LanguageModel::Availability::unavailable, Obstacle::noEngine},
+        {VESTO_SOURCE_DIR "/README.md", false, LanguageModel::Availability::appleIntelligenceNotEnabled,
+         Obstacle::none},
+    };
+    for (const Row& row : rows) {
+        SCOPED_TRACE(row.model);
+        RemoteLanguageModel model({.model = row.model, .enabled = row.enabled, .program = "/nirgendwo"});
+        EXPECT_EQ(model.availability(), row.availability);
+        EXPECT_EQ(model.facts().obstacle, row.obstacle);
+        EXPECT_FALSE(model.respond({.instructions = "Nomme", .prompt = "Texte"}, {}));
+    }
+}
+
+} // namespace
+} // namespace vesto::tests
