@@ -12,26 +12,54 @@ namespace vesto::cli {
 
 namespace {
 
-LocalModel open(RemoteLanguageModel::Settings settings) {
-    const auto model = std::make_shared<RemoteLanguageModel>(std::move(settings));
-    return {.model = model,
-            .settle = [model](std::chrono::milliseconds longest) { model->settle(longest); },
-            .facts =
-                [model] {
-                    const auto facts = model->facts();
-                    return LocalModel::Facts{.name = facts.name, .lastTokens = facts.lastTokens};
-                }};
+std::string_view wordsOf(RemoteLanguageModel::Obstacle obstacle) {
+    switch (obstacle) {
+    case RemoteLanguageModel::Obstacle::none:
+        break;
+    case RemoteLanguageModel::Obstacle::noFile:
+        return text("le fichier ne peut pas être lu.");
+    case RemoteLanguageModel::Obstacle::refused:
+        return text("le moteur ne prend pas ce fichier : il est tronqué, ou d'un genre inconnu.");
+    case RemoteLanguageModel::Obstacle::memory:
+        return text("il n'y a pas assez de mémoire libre pour ce modèle.");
+    case RemoteLanguageModel::Obstacle::noEngine:
+        return text("cette version de Vesto n'a pas de moteur pour les modèles.");
+    case RemoteLanguageModel::Obstacle::noJail:
+        return text("ce système ne permet pas d'isoler le moteur du modèle.");
+    case RemoteLanguageModel::Obstacle::dies:
+        return text("le moteur s'arrête sans cesse avec ce modèle.");
+    }
+    return {};
+}
+
+/// Whether it is worth getting ready; asking sets off loading.
+bool mayServe(LanguageModel& model) {
+    const auto state = model.availability();
+    return state == LanguageModel::Availability::available ||
+           state == LanguageModel::Availability::modelNotReady;
 }
 
 } // namespace
 
-LocalModel openModel(const std::filesystem::path& file) {
-    return open({.model = file});
+LocalModel openModel(const std::filesystem::path& file, bool isEnabled) {
+    const auto model = std::make_shared<RemoteLanguageModel>(
+        RemoteLanguageModel::Settings{.model = file, .enabled = isEnabled});
+    return {.model = model,
+            .settle = [model](std::chrono::milliseconds longest) { model->settle(longest); },
+            .facts =
+                [model] {
+                    const RemoteLanguageModel::Facts facts = model->facts();
+                    return LocalModel::Facts{.name = facts.name,
+                                             .architecture = facts.architecture,
+                                             .parameters = facts.parameters,
+                                             .lastTokens = facts.lastTokens,
+                                             .obstacle = wordsOf(facts.obstacle)};
+                }};
 }
 
 LocalModel openUsedModel(const ModelFolder& models) {
     const auto used = models.used();
-    return used ? open({.model = models.pathOf(*used), .enabled = models.isEnabled()}) : LocalModel{};
+    return used ? openModel(models.pathOf(*used), models.isEnabled()) : LocalModel{};
 }
 
 ModelSession::ModelSession(const Options& options, LocalModel local, std::ostream& err, Wait wait,
@@ -44,13 +72,19 @@ ModelSession::ModelSession(const Options& options, LocalModel local, std::ostrea
     if (!m_local.model)
         return;
     m_generator = std::make_shared<FoundationNameGenerator>(m_local.model, options.locale, timeout);
-    m_generator->prewarm();
+    if (mayServe(*m_local.model))
+        m_generator->prewarm();
 }
 
 std::shared_ptr<TitleGenerating> ModelSession::generator() {
     if (!std::exchange(m_hasWaited, true))
         await();
     return m_availability.isAvailable() ? m_generator : nullptr;
+}
+
+std::string_view ModelSession::unavailableBecause() const {
+    const std::string_view obstacle = facts().obstacle;
+    return obstacle.empty() ? m_availability.message : obstacle;
 }
 
 void ModelSession::await() {
@@ -68,7 +102,7 @@ void ModelSession::await() {
     m_availability = FoundationNameGenerator::availability(m_local.model.get(), m_language);
     // Who was told that it loads is told, too, where it did not.
     if (!m_availability.isAvailable() && (m_verbose || told))
-        m_err << text("Titres sans modèle local :") << ' ' << m_availability.message << std::endl;
+        m_err << text("Titres sans modèle local :") << ' ' << unavailableBecause() << std::endl;
     else if (m_verbose)
         m_err << text("Titres par le modèle local :") << ' ' << printable(m_local.facts().name) << " ("
               << secondsWords(clock.sinceBoot() - start) << ")" << std::endl;

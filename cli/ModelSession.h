@@ -12,6 +12,7 @@
 #include <iosfwd>
 #include <memory>
 #include <string>
+#include <string_view>
 #include <utility>
 
 namespace vesto::cli {
@@ -20,8 +21,11 @@ namespace vesto::cli {
 struct LocalModel {
     /// What is told of it to people.
     struct Facts {
-        std::string name;             // as its file says; may be empty
+        std::string name{};           // as its file says; may be empty
+        std::string architecture{};   // as the engine calls it; may be empty
+        std::uint64_t parameters = 0; // 0: not known
         std::uint32_t lastTokens = 0; // written for the last title
+        std::string_view obstacle{};  // why it cannot be used, in French; empty: nothing to add
     };
 
     std::shared_ptr<LanguageModel> model; // null: there is none
@@ -30,7 +34,7 @@ struct LocalModel {
     std::function<Facts()> facts;
 };
 
-[[nodiscard]] LocalModel openModel(const std::filesystem::path& file);
+[[nodiscard]] LocalModel openModel(const std::filesystem::path& file, bool isEnabled = true);
 
 /// The model that the user's settings name.
 [[nodiscard]] LocalModel openUsedModel(const ModelFolder& models);
@@ -54,8 +58,8 @@ public:
     /// used then.
     [[nodiscard]] std::shared_ptr<TitleGenerating> generator();
 
-    /// What the last wait came to.
-    [[nodiscard]] const FoundationNameGenerator::Availability& availability() const { return m_availability; }
+    /// Where that gave null: why, in French.
+    [[nodiscard]] std::string_view unavailableBecause() const;
 
     [[nodiscard]] LocalModel::Facts facts() const {
         return m_local.model ? m_local.facts() : LocalModel::Facts{};

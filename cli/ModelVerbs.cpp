@@ -53,15 +53,24 @@ std::string reasonOf(const NameGenerationError& error) {
         return std::string(text("le modèle finit encore la réponse d'avant"));
     case Code::nothingToPropose:
     case Code::cancelled:
+    case Code::platform: // the engine's own words are for the log
         break;
-    case Code::platform:
-        return fmt::format("{} ({})", text("le modèle n'a pas donné de titre"), printable(error.message));
     }
-    return std::string(text("le modèle n'a pas donné de titre"));
+    return std::string(text("le modèle n'a pas donné de titre, ou le texte dépasse son contexte"));
 }
 
 std::string tokensWords(std::uint32_t count) {
     return fmt::format("{} {}", count, count > 1 ? text("jetons") : text("jeton"));
+}
+
+/// "Qwen2.5 0.5B Instruct, qwen2, 0,5 milliard de paramètres", as far as it is known.
+std::string factsWords(const LocalModel::Facts& facts) {
+    std::string words = printable(facts.name.empty() ? std::string(text("modèle sans nom")) : facts.name);
+    if (!facts.architecture.empty())
+        words += ", " + printable(facts.architecture);
+    if (const std::uint64_t millions = (facts.parameters + 500'000) / 1'000'000; millions > 0)
+        words += fmt::format(", {} M {}", millions, text("de paramètres"));
+    return words;
 }
 
 ExitStatus refuse(std::ostream& err, std::string_view name, std::string_view why) {
@@ -108,15 +117,10 @@ ExitStatus list(const ModelFolder& models, const Options& options, std::ostream&
 /// Whether the model in this file gives a title here; says how long that takes.
 bool tryModel(const std::filesystem::path& file, const std::string& name, const Options& options,
               std::ostream& out, std::ostream& err) {
-    LocalModel local = openModel(file);
-    if (!local.model) {
-        refuse(err, name, text("cette version de Vesto n'a pas de moteur pour les modèles."));
-        return false;
-    }
-    ModelSession session(options, std::move(local), err, ModelSession::Wait{}, trialTimeout);
+    ModelSession session(options, openModel(file), err, ModelSession::Wait{}, trialTimeout);
     const auto generator = session.generator();
     if (!generator) {
-        refuse(err, name, session.availability().message);
+        refuse(err, name, session.unavailableBecause());
         return false;
     }
     Witness witness(generator);
@@ -125,7 +129,8 @@ bool tryModel(const std::filesystem::path& file, const std::string& name, const 
         refuse(err, name, reasonOf(title.error()));
         return false;
     }
-    out << text("Essai : ") << printable(*title) << " (" << tokensWords(session.facts().lastTokens) << ", "
+    out << printable(name) << " : " << factsWords(session.facts()) << '\n'
+        << text("Essai : ") << printable(*title) << " (" << tokensWords(session.facts().lastTokens) << ", "
         << secondsWords(witness.time) << ")\n";
     if (witness.time > FoundationNameGenerator::defaultTimeout)
         out << text("C'est trop lent pour cet ordinateur : au-delà de 8 secondes, le titre vient des "
@@ -196,9 +201,7 @@ ExitStatus testModel(const Options& options, ReadingSession& session, std::ostre
     ModelSession modelSession(options, openUsedModel(models), err);
     const auto generator = modelSession.generator();
     if (!generator)
-        return refuse(err, text("Modèle"),
-                      models.isEnabled() ? modelSession.availability().message
-                                         : text("Apple Intelligence est désactivée dans Réglages Système."));
+        return refuse(err, text("Modèle"), modelSession.unavailableBecause());
     const auto witness = std::make_shared<Witness>(generator);
     const Summarizer summarizer = session.summarizer();
     const NamingPipeline withModel(summarizer, witness, options.nameTemplate, options.locale, NamingPolicy{});

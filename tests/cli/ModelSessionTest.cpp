@@ -62,7 +62,8 @@ TEST(ModelSession, WaitsForTheFirstLoadAndSaysSo) {
         options.verbose = row.verbose;
         std::ostringstream err;
         ModelSession session(options, local, err, {.silent = 300ms, .longest = 400ms});
-        EXPECT_EQ(model->prewarms, 1);
+        // What cannot be used is not loaded all the same.
+        EXPECT_EQ(model->prewarms, row.load > 0ms || row.after == Availability::available ? 1 : 0);
         EXPECT_EQ(session.generator() != nullptr, row.usable);
         for (const std::string& words : row.says)
             EXPECT_THAT(err.str(), HasSubstr(words));
