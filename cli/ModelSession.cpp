@@ -95,17 +95,18 @@ void ModelSession::await() {
         m_local.settle(m_wait.silent);
         told = clock.sinceBoot() - start >= m_wait.silent;
         if (told) {
-            m_err << text("Le modèle local se charge…") << std::endl;
+            m_err << text("Le modèle local se charge…") << '\n' << std::flush;
             m_local.settle(m_wait.longest - m_wait.silent);
         }
     }
     m_availability = FoundationNameGenerator::availability(m_local.model.get(), m_language);
     // Who was told that it loads is told, too, where it did not.
     if (!m_availability.isAvailable() && (m_verbose || told))
-        m_err << text("Titres sans modèle local :") << ' ' << unavailableBecause() << std::endl;
+        m_err << text("Titres sans modèle local :") << ' ' << unavailableBecause() << '\n' << std::flush;
     else if (m_verbose)
         m_err << text("Titres par le modèle local :") << ' ' << printable(m_local.facts().name) << " ("
-              << secondsWords(clock.sinceBoot() - start) << ")" << std::endl;
+              << secondsWords(clock.sinceBoot() - start) << ")" << '\n'
+              << std::flush;
 }
 
 } // namespace vesto::cli
