@@ -202,8 +202,8 @@ void RemoteLanguageModel::waitForBell() {
     const int ready =
         ::poll(entries.data(), entries.size(), m_host ? static_cast<int>(milliseconds(idle).count()) : -1);
     if (entries[0].revents != 0) {
-        std::uint64_t rung = 0;
-        [[maybe_unused]] const ssize_t ignored = ::read(m_bell.get(), &rung, sizeof rung);
+        eventfd_t rung = 0;
+        static_cast<void>(::eventfd_read(m_bell.get(), &rung));
     }
     // It is gone, speaks unasked, or should have left.
     if (ready == 0 || entries[1].revents != 0)
