@@ -4,6 +4,7 @@
 #include "core/naming/ContentSummary.h"
 #include "core/support/Time.h"
 
+#include <chrono>
 #include <cstdint>
 #include <expected>
 #include <filesystem>
@@ -28,6 +29,9 @@ struct ReadRequest {
     std::optional<Instant> bestDate; // of the file system, for content that carries no date
     /// Called on the reading thread whenever a stage begins that can take a second; may be empty.
     std::function<void(ReadingStage)> onStage{};
+    /// From here on what takes long gives what it has: a little before a reader's time is over and all is
+    /// lost.
+    std::chrono::steady_clock::time_point lastMoment = std::chrono::steady_clock::time_point::max();
 };
 
 /// What a reader gives back for one file.

@@ -5,6 +5,7 @@
 #include "core/extraction/Summarizer.h"
 #include "core/extraction/readers/LocalReader.h"
 #include "services/ipc/Answer.h"
+#include "services/ipc/ReadingLimits.h"
 #include "services/reader/Server.h"
 #include "services/reader/modules/Modules.h"
 
@@ -12,6 +13,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <chrono>
 
 namespace vesto::reader {
 namespace {
@@ -39,16 +41,20 @@ void writeAll(int fd, std::string_view bytes) {
 }
 
 int answerQuestion(const ipc::Question& question, int file, int answer, bool warm) {
+    // Four fifths of the time: recognition looks at its watch between words.
+    const auto lastMoment = std::chrono::steady_clock::now() + ipc::limitsOf(question.route).time * 4 / 5;
     const ReadRequest request{.fd = file,
                               .path = question.fileName,
                               .type = {question.type},
                               .route = question.route,
                               .bestDate = question.bestDate,
-                              .onStage = [&](ReadingStage stage) {
-                                  if (stage == ReadingStage::recognizingText && !warm)
-                                      ::_exit(coldStatus);
-                                  writeAll(answer, ipc::encodeStage(stage));
-                              }};
+                              .onStage =
+                                  [&](ReadingStage stage) {
+                                      if (stage == ReadingStage::recognizingText && !warm)
+                                          ::_exit(coldStatus);
+                                      writeAll(answer, ipc::encodeStage(stage));
+                                  },
+                              .lastMoment = lastMoment};
     const SummarizerSettings settings(question.recognitionLanguages);
     readers::LocalReader reader;
     const ipc::Answer result = question.about == ipc::Question::About::summary

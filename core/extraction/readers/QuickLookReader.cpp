@@ -15,7 +15,9 @@
 #include "core/extraction/readers/text/PlainTextReader.h"
 #include "core/support/Unicode.h"
 
+#include <algorithm>
 #include <array>
+#include <chrono>
 #include <optional>
 #include <string_view>
 #include <tuple>
@@ -120,6 +122,7 @@ std::optional<Content> readContent(std::string_view bytes, Format format) {
 
 std::expected<Reading, SummarizerError> summarizeQuickLook(const ReadRequest& request,
                                                            const QuickLookSummarizer& settings) {
+    const auto start = std::chrono::steady_clock::now();
     const auto unreadable = std::unexpected(SummarizerError::unreadable(request.path));
     const std::optional<Format> format = formatOf(request.type);
     if (!format.has_value() || settings.maxFileSize < 0)
@@ -141,8 +144,11 @@ std::expected<Reading, SummarizerError> summarizeQuickLook(const ReadRequest& re
     for (const std::string& line : content->text.lines)
         lines.add(line);
     summary.lines = lines.take();
-    if (content->text.lines.empty())
-        readCarriedPicture(file->view(), content->cover, settings.ocr, request, reading);
+    if (content->text.lines.empty()) {
+        ReadRequest bounded = request;
+        bounded.lastMoment = std::min(request.lastMoment, start + settings.timeout);
+        readCarriedPicture(file->view(), content->cover, settings.ocr, bounded, reading);
+    }
     summary.pageCount = content->text.pageCount;
     summary.date = content->text.date.has_value() ? content->text.date : request.bestDate;
     if (file->wasTruncated())

@@ -69,6 +69,12 @@ TEST(ImageReader, RecognizesTurnedText) {
     EXPECT_EQ(reading->summary.kind, Kind::photo);
     EXPECT_THAT(stages, testing::ElementsAre(ReadingStage::recognizingText));
     EXPECT_TRUE(reading->missingLanguages.empty());
+
+    request.lastMoment = std::chrono::steady_clock::now(); // too late for text, not for the rest
+    const auto late = summarizeImage(request, {.recognitionLanguages = {"fr-FR", "en-US"}});
+    ASSERT_TRUE(late);
+    EXPECT_TRUE(late->summary.lines.empty());
+    EXPECT_EQ(late->summary.kind, Kind::photo);
 }
 
 TEST(ImageReader, UnreadableFiles) {

@@ -5,10 +5,14 @@
 #include "core/extraction/readers/pictures/PictureFile.h"
 #include "core/extraction/readers/pictures/TextRecognition.h"
 
+#include <algorithm>
+#include <chrono>
 #include <utility>
 
 namespace vesto::readers {
 namespace {
+
+using Clock = std::chrono::steady_clock;
 
 void tell(const ReadRequest& request, ReadingStage stage) {
     if (request.onStage)
@@ -20,14 +24,16 @@ void tell(const ReadRequest& request, ReadingStage stage) {
 PictureContent recognizePicture(const Raster& picture, const ImageSummarizer& settings,
                                 const ReadRequest& request) {
     tell(request, ReadingStage::recognizingText);
-    RecognizedText text = recognizeText(picture, settings.recognitionLanguages);
+    const auto left = std::chrono::floor<std::chrono::milliseconds>(request.lastMoment - Clock::now());
+    RecognizedText text =
+        recognizeText(picture, settings.recognitionLanguages, std::min(left, recognitionTimeLimit));
     return {.lines = std::move(text.lines), .missingLanguages = std::move(text.missingLanguages)};
 }
 
 PictureContent readPicture(const Raster& picture, const ImageSummarizer& settings,
                            const ReadRequest& request) {
     PictureContent content = recognizePicture(picture, settings, request);
-    if (hasClassifier()) {
+    if (hasClassifier() && Clock::now() < request.lastMoment) {
         tell(request, ReadingStage::classifying);
         content.labels = labelsOf(picture, settings);
     }

@@ -20,8 +20,9 @@ struct PictureContent {
 };
 
 /// Recognises text and classifies, as `settings` say; tells `request.onStage` before each. Recognition gives
-/// what it has after 8 seconds. The one way in for every reader that comes upon a picture: a photo, a scanned
-/// page, a frame of a film, the thumbnail that a document carries.
+/// what it has after 8 seconds, or at the request's last moment, after which nothing is classified. The one
+/// way in for every reader that comes upon a picture: a photo, a scanned page, a frame of a film, the
+/// thumbnail that a document carries.
 [[nodiscard]] PictureContent readPicture(const Raster& picture, const ImageSummarizer& settings,
                                          const ReadRequest& request);
 
