@@ -1,0 +1,83 @@
+#pragma once
+#include "app/model/PendingProposal.h"
+#include "app/model/RenameRecord.h"
+#include "app/model/WatchedFolder.h"
+#include "core/files/ProcessedMarker.h"
+#include "core/support/UserFolders.h"
+
+#include <cstddef>
+#include <expected>
+#include <filesystem>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace vesto {
+
+/// Why the store did not do what it was asked.
+struct StoreError {
+    std::string description; // for the user; in French where it is ours
+    bool isDamaged = false;  // the file is no readable store; a copy was made, which the description names
+
+    bool operator==(const StoreError&) const = default;
+};
+
+/// What Vesto keeps on disk: the history, the watched folders, and privately what waits for the user and what
+/// could not be marked. One SQLite file; every change is on disk when its call returns, whole or not at all.
+/// One thread. Two programs may have it open.
+class Store {
+public:
+    template <typename T> using Result = std::expected<T, StoreError>;
+
+    /// Opens the file, makes it where there is none, brings an older one up to date.
+    [[nodiscard]] static Result<Store> open(const std::filesystem::path& file = userDataFolder() /
+                                                                                "history.sqlite");
+    Store(Store&&) noexcept;
+    Store& operator=(Store&&) noexcept;
+    ~Store();
+
+    // Watched folders, by `addedAt`, oldest first.
+    [[nodiscard]] Result<std::vector<WatchedFolder>> folders() const;
+    [[nodiscard]] Result<void> save(const WatchedFolder& folder); // new or changed
+    [[nodiscard]] Result<void> removeFolder(std::string_view id); // its history stays
+
+    // The history.
+    [[nodiscard]] Result<void> save(const RenameRecord& record); // new or changed
+    [[nodiscard]] Result<void> removeRecord(std::string_view id);
+    [[nodiscard]] Result<std::optional<RenameRecord>> record(std::string_view id) const;
+
+    /// Where a page of the history ended: the next one goes on behind it.
+    struct Place {
+        Instant date;
+        std::string id;
+    };
+    /// Newest first. `search`, unless empty: only rows whose old or new name contains it, by the rules of the
+    /// user's language, letter case aside.
+    [[nodiscard]] Result<std::vector<RenameRecord>> history(std::string_view search, std::size_t limit,
+                                                            const std::optional<Place>& after = {}) const;
+    [[nodiscard]] Result<std::vector<RenameRecord>> unsettled() const; // pending, or with an undo under way
+    [[nodiscard]] Result<std::vector<RenameRecord>> batch(std::string_view batchID) const; // newest first
+    /// The newest row that is done, which `undo --last` means.
+    [[nodiscard]] Result<std::optional<RenameRecord>> lastDone() const;
+    /// The newest row that is done and says that its file stands at this path.
+    [[nodiscard]] Result<std::optional<RenameRecord>> doneAt(const std::filesystem::path& path) const;
+
+    // What could not be marked on the file itself, told by the stored file.
+    [[nodiscard]] Result<void> remember(const FileIdentity& file, const ProcessedMarker::Marker& marker);
+    [[nodiscard]] Result<void> forget(const FileIdentity& file);
+    [[nodiscard]] Result<std::optional<ProcessedMarker::Marker>> remembered(const FileIdentity& file) const;
+
+    // What waits for the user, newest first.
+    [[nodiscard]] Result<std::vector<PendingProposal>> pending() const;
+    [[nodiscard]] Result<void> save(const PendingProposal& pending);
+    [[nodiscard]] Result<void> removePending(std::string_view proposalID);
+
+private:
+    class Impl;
+    explicit Store(std::unique_ptr<Impl> impl);
+    std::unique_ptr<Impl> m_impl;
+};
+
+} // namespace vesto
