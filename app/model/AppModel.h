@@ -1,0 +1,193 @@
+#pragma once
+#include "app/model/Batch.h"
+#include "app/model/FolderCheck.h"
+#include "app/model/Notifier.h"
+#include "app/model/PendingProposal.h"
+#include "app/model/RenameRecord.h"
+#include "app/model/Settings.h"
+#include "app/model/Store.h"
+#include "app/model/WatchedFolder.h"
+#include "core/extraction/Summarizer.h"
+#include "core/files/Disk.h"
+#include "core/files/FileEligibility.h"
+#include "core/files/FileStabilizer.h"
+#include "core/naming/FoundationNameGenerator.h"
+#include "core/naming/NameTemplate.h"
+#include "core/naming/Proposal.h"
+#include "core/naming/TitleGenerating.h"
+#include "core/support/Clock.h"
+#include "core/support/Locale.h"
+#include "core/watch/FolderWatcher.h"
+
+#include <QObject>
+#include <chrono>
+#include <cstddef>
+#include <expected>
+#include <filesystem>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <variant>
+#include <vector>
+
+namespace vesto {
+
+/// A file that was read in vain as often as it makes sense.
+struct UnreadableFile {
+    std::string folderID;
+    std::filesystem::path path;
+
+    bool operator==(const UnreadableFile&) const = default;
+};
+
+/// How one file that the user names is to be named; what is missing comes from the settings.
+struct NamingOrder {
+    std::filesystem::path path;
+    std::optional<NameTemplate> nameTemplate{};
+    bool genericOnly = false;              // only where the name says nothing
+    bool again = false;                    // also where it was handled before
+    std::optional<double> minConfidence{}; // for the rename; below it the file stays as it is
+    bool apply = true;                     // false: only tells the name
+};
+
+/// What came of it.
+struct NamingAnswer {
+    std::variant<PipelineOutcome, FileEligibility::Rejection, SummarizerError> naming;
+    /// Where a rename was tried: its row, or why there is none, in French.
+    std::optional<std::expected<RenameRecord, std::string>> rename{};
+    bool marked = true; // false: the mark is remembered elsewhere, since the file could not carry it
+};
+
+/// The application without its windows: watches folders, names what arrives there one file after the other,
+/// keeps proposals for the user, renames, undoes, and writes down what it does before it does it.
+///
+/// Main thread only. No call here waits for a watched folder, which may be a share that hangs: orders return
+/// at once, what came of them is told by the signals and, where an order takes one, by its `done`, which is
+/// called once, later, on the main thread, and not at all once the model is gone. Orders name folders,
+/// proposals and rows by their ids; what is no longer there is not an error but for what `lastError` says.
+class AppModel final : public QObject {
+    Q_OBJECT
+public:
+    /// What it works with. What is referred to must outlive the model.
+    struct Dependencies {
+        Store& store;
+        const Settings& settings;
+        Notifier& notifier;
+        Summarizer summarizer;
+        std::shared_ptr<TitleGenerating> generator{}; // null: titles come from the first usable lines
+        /// Why `generator` cannot be used now; asked on the main thread before each file. Empty: it can.
+        std::function<FoundationNameGenerator::Availability()> modelAvailability{};
+        Locale locale = Locale::user();
+        FileStabilizer stabilizer{};
+        std::chrono::milliseconds rescanInterval = std::chrono::seconds(30); // and of looks for lost folders
+        Disk& disk = systemDisk();
+        const Clock& clock = systemClock();
+    };
+
+    enum class Watching {
+        asSet, // every enabled folder, unless paused
+        none,  // orders only
+    };
+
+    using Done = std::function<void()>;
+    using RecordDone = std::function<void(const std::expected<RenameRecord, std::string>&)>;
+    using FolderDone = std::function<void(const std::optional<WatchedFolder>&, // nothing: was not added
+                                          const std::vector<FolderNote>&)>;
+
+    explicit AppModel(Dependencies dependencies, QObject* parent = nullptr);
+
+    /// Ends what waits or reads; renames that were begun are finished and written down, or left to the next
+    /// start as rows that are "pending".
+    ~AppModel() override;
+    AppModel(const AppModel&) = delete;
+
+    /// Once: settles what an earlier run left behind, takes up what waits for the user, watches.
+    void start(Watching watching = Watching::asSet);
+
+    /// Watches no more, forgets the queue (the next start finds those files again), lets the file at hand be
+    /// finished unless it is still being waited for; then `done`.
+    void finish(Done done);
+
+    // ---- The state ----
+
+    [[nodiscard]] const std::vector<PendingProposal>& pending() const; // newest first
+    [[nodiscard]] const std::optional<std::string>& processingName() const;
+    [[nodiscard]] std::size_t jobCount() const; // that wait or run
+    [[nodiscard]] const Batch* batch() const;   // null: none
+    [[nodiscard]] const FoundationNameGenerator::Availability& modelStatus() const;
+    [[nodiscard]] const std::optional<std::string>& lastError() const; // in French
+    [[nodiscard]] bool paused() const;
+    [[nodiscard]] const std::vector<WatchedFolder>& folders() const; // in the order they were added
+    [[nodiscard]] bool isWatching(std::string_view folderID) const;
+    /// How changes in a folder are learnt; nothing where it is not watched.
+    [[nodiscard]] std::optional<FolderWatcher::Mode> watchMode(std::string_view folderID) const;
+    [[nodiscard]] const std::vector<UnreadableFile>& unreadable() const;
+    /// To read the history from.
+    [[nodiscard]] const Store& store() const;
+
+    // ---- Folders ----
+
+    void addFolder(const std::filesystem::path& path, FolderDone done = {});
+    void removeFolder(std::string_view folderID);
+    void setEnabled(std::string_view folderID, bool enabled);
+    void setAutomatic(std::string_view folderID, bool automatic);
+    void setPaused(bool paused);
+
+    // ---- Proposals and history ----
+
+    void accept(std::string_view proposalID, RecordDone done = {});
+    /// With the title that the user wrote instead.
+    void accept(std::string_view proposalID, std::string_view title, RecordDone done = {});
+    /// False where the proposal is no longer pending.
+    bool reject(std::string_view proposalID);
+    void rejectAll();
+    void undo(std::string_view recordID, RecordDone done = {});
+    /// What the user did to a notification.
+    void respond(const NotificationResponse& response);
+    /// Names one file in its turn, also outside the watched folders.
+    void name(NamingOrder order, std::function<void(const NamingAnswer&)> done);
+
+    // ---- The files that a folder held already ----
+
+    /// Replaces and cancels the batch that is there. Gives the id of the new one.
+    std::string startBatch(const std::filesystem::path& folder);
+    void analyseAlso(AlsoAnalyse which);
+    void setItemTitle(std::string_view proposalID, std::string_view title);
+    void setItemSelected(std::string_view proposalID, bool selected);
+    /// One item after the other, in their order; `done` after the last, also where the batch was closed
+    /// meanwhile.
+    void renameSelected(Done done = {});
+    /// Undoes what is done of any batch, also an earlier one.
+    void undoBatch(std::string_view batchID, Done done = {});
+    void closeBatch();
+
+    // ---- The rest ----
+
+    void refreshModelStatus();
+    void clearLastError();
+
+Q_SIGNALS:
+    void pendingChanged();
+    void processingNameChanged();
+    void batchChanged();
+    void modelStatusChanged();
+    void lastErrorChanged();
+    void pausedChanged();
+    void foldersChanged(); // also what is watched and how
+    void unreadableChanged();
+    void historyChanged();
+
+    // What happened, for who follows it.
+    void proposed(const vesto::PendingProposal& pending);
+    void renamed(const vesto::RenameRecord& record);
+    void undone(const vesto::RenameRecord& record);
+    void idle(); // the last job has ended
+
+private:
+    class Parts;
+    std::unique_ptr<Parts> m_parts;
+};
+
+} // namespace vesto
