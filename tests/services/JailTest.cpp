@@ -72,7 +72,8 @@ TEST(Jail, OnlyTheFileAndThePipeAreOpen) {
     const std::vector<std::string> standard{"0", "1", "2"};
     EXPECT_EQ(linesOf(reader, Asked("descriptors")), standard);
     // Also while another file is being read.
-    std::jthread other([&] { EXPECT_EQ(linesOf(reader, Asked("slow")), std::vector<std::string>{"cold"}); });
+    const std::jthread other(
+        [&] { EXPECT_EQ(linesOf(reader, Asked("slow")), std::vector<std::string>{"cold"}); });
     std::this_thread::sleep_for(200ms);
     EXPECT_EQ(linesOf(reader, Asked("descriptors")), standard);
 }

@@ -105,6 +105,7 @@ TEST(RemoteReaderThreads, ManyReadAtOnceWhileTheServiceDies) {
     std::atomic<int> read = 0;
     std::atomic<int> unreadable = 0;
     std::vector<std::jthread> threads;
+    threads.reserve(4);
     for (int thread = 0; thread < 4; ++thread)
         threads.emplace_back([&, thread] {
             for (int turn = 0; turn < 12; ++turn) {

@@ -75,12 +75,13 @@ protected:
             clock};
     }
     std::expected<PipelineOutcome, SummarizerError> run(const std::string& name, bool withGenerator = true,
-                                                        std::stop_token stop = {}) const {
+                                                        const std::stop_token& stop = {}) const {
         std::ofstream(folder / name) << "text";
         return pipeline(withGenerator).run(folder / name, stop);
     }
     /// "title (source)", or the reason for none.
-    std::string named(const std::string& name, bool withGenerator = true, std::stop_token stop = {}) const {
+    std::string named(const std::string& name, bool withGenerator = true,
+                      const std::stop_token& stop = {}) const {
         const auto outcome = run(name, withGenerator, stop);
         if (!outcome)
             return std::string(outcome.error().name());
@@ -130,8 +131,8 @@ TEST_F(NamingPipelineTest, TakesTheFallbackWhereTheGeneratorHasNoTitle) {
         EXPECT_EQ(named("a.txt"), fallback) << title;
     }
     generator->answer = "Facture";
-    std::stop_source stopped;
-    stopped.request_stop();
+    const std::stop_source stopped;
+    EXPECT_TRUE(stopped.request_stop());
     EXPECT_EQ(named("a.txt", true, stopped.get_token()), fallback);
 }
 

@@ -76,11 +76,10 @@ TEST(HTMLText, leavesOutWhatIsHidden) {
     }
     const std::vector<std::string> unseen{
         // by the rules of a style sheet
-        "<style>/* } */ p { x:y } .a, div.b,#c{display:none}</style>vu<p class='z a'>x<div "
-        "class=b>x</div><span "
-        "id=c>x</span>",
-        "<style>@media print{p{display:none}} .t{font-size:1px} I{opacity:0}</style><p>vu</p><b "
-        "class=t>x</b><i>x</i>",
+        "<style>/* } */ p { x:y } .a, div.b{display:none}</style>vu<p class='z a'>x<div class=b>x</div>",
+        "<style>p { x:y } .a,#c{display:none}</style>vu<span id=c>x</span>",
+        "<style>@media print{p{display:none}} .t{font-size:1px}</style><p>vu</p><b class=t>x</b>",
+        "<style>p { x:y } I{opacity:0}</style><p>vu</p><i>x</i>",
         "<style>.a{display:none} .a{display:inline}</style><span class=a>vu</span>",
         "<style>.a{visibility:hidden}</style><span class=a style='visibility:visible'>vu</span>",
         "<style media=print>p{display:none}</style><p>vu",
@@ -169,7 +168,7 @@ TEST(HTMLText, staysLinearOnHostileText) {
         std::string text;
         for (int i = 0; i < 400; ++i)
             text += "<div>";
-        while (text.size() < 512 * 1024)
+        while (text.size() < std::size_t{512} * 1024)
             text += piece;
         EXPECT_TRUE(readHTML(text));
     }

@@ -6,7 +6,6 @@
 namespace vesto {
 namespace {
 
-using readers::XMLText::Collector;
 using readers::XMLText::paragraphs;
 using readers::XMLText::sheetRows;
 using Lines = std::vector<std::string>;

@@ -45,19 +45,19 @@ TEST(CompoundFile, ReadsStreamsOfBothSizes) {
 TEST(CompoundFile, EndsOnLies) {
     const std::string large(5000, 'l');
     const std::string bytes = compoundFile({{"Small", "s"}, {"Large", large}});
-    constexpr std::size_t table = 512, directory = 3 * 512, largeEntry = directory + 2 * 128;
+    constexpr std::size_t table = 512, directory = std::size_t{3} * 512,
+                          largeEntry = directory + std::size_t{2} * 128;
     const auto largeOf = [](const std::string& file) {
         const auto opened = CompoundFile::open(file);
         return opened ? opened->stream("Large").value_or("none") : "refused";
     };
     EXPECT_EQ(largeOf(bytes), large);
-    EXPECT_EQ(largeOf(changed(bytes, table + 4 * 3, "\3\0\0")), large) << "the small stream's chain";
-    const std::string loop(8, '\0');
+    EXPECT_EQ(largeOf(changed(bytes, table + std::size_t{4} * 3, "\3")), large) << "the small stream's chain";
     EXPECT_EQ(largeOf(changed(bytes, largeEntry + 120, "\xFF\xFF\xFF\xFF")), large + std::string(120, '\0'))
         << "a size beyond the chain";
     // The chain of the large stream leads back to its beginning.
     std::string looped = changed(bytes, largeEntry + 120, "\xFF\xFF\xFF\xFF");
-    looped[table + 4 * 4] = '\3';
+    looped[table + std::size_t{4} * 4] = '\3';
     EXPECT_LE(largeOf(looped).size(), bytes.size());
     EXPECT_EQ(largeOf(changed(bytes, largeEntry + 116, "\xF0\xFF\xFF\xFF")), "");
     EXPECT_EQ(largeOf(changed(bytes, directory + 128 + 72, "\1")), "none") << "siblings in a circle";
@@ -257,7 +257,7 @@ TEST(BinaryWorkbook, ReadsThoseOfExcel5) {
     const std::string place = std::string("\0\0\0\0\0\0\3\x83t\x8E", 10);
     std::string stream = head + record(0x85, place) + record(0x0A, "");
     stream[head.size() + 4] = static_cast<char>(stream.size());
-    std::string label = numbers16({0, 0, 0, 3}) + "\x8Et\x8E";
+    const std::string label = numbers16({0, 0, 0, 3}) + "\x8Et\x8E";
     stream += record(0x809, numbers16({0x500, 0x10})) + record(0x204, label) + record(0x0A, "");
     const auto text = readBinaryWorkbook(compoundFile({{"Book", stream}}));
     ASSERT_TRUE(text);
@@ -304,8 +304,8 @@ TEST(BinarySlides, ReadsSlidesInTheirOrder) {
     add(slideRecord(1000, masters + list));                                                   // 1
     add(slideRecord(1006, shape(atom(4008, "deux\x0B\xE9t\xE9"))));                           // 2
     add(slideRecord(1006, shape(atom(3998, number32(0))) + shape(atom(4008, "un de plus")))); // 3
-    add(slideRecord(1006,
-                    atom(1017, std::string(10, '\0') + "\4\0\0\0") + shape(atom(4008, "cach\xE9")))); // 4
+    add(slideRecord(1006, atom(1017, std::string(10, '\0') + std::string("\4\0\0\0", 4)) +
+                              shape(atom(4008, "cach\xE9")))); // 4
     std::string directory = number32(1 | 4U << 20);
     for (const std::size_t offset : offsets)
         directory += number32(offset);

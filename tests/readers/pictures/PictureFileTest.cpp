@@ -199,7 +199,7 @@ std::string hugePNG(std::uint32_t width, std::uint32_t height) {
 TEST(PictureFile, RefusesWhatCannotBeDecoded) {
     std::string bmp = pictureFile(gradient(4, 4), "bmp");
     bmp.replace(18, 8, std::string("\x60\xEA\x00\x00\x60\xEA\x00\x00", 8)); // 60,000 by 60,000
-    std::string gif = pictureFile(gradient(4, 4), "gif");
+    const std::string gif = pictureFile(gradient(4, 4), "gif");
     const std::size_t frame =
         gif.find(',', gif.find("\x21\xF9") == std::string::npos ? 13 : gif.find("\x21\xF9"));
     const std::vector<std::pair<const char*, std::string>> rows{

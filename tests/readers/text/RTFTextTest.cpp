@@ -27,7 +27,7 @@ TEST(RTFText, LeavesOutWhiteTextAndTablesOfContents) {
     };
     for (const std::string& body : bodies) {
         SCOPED_TRACE(body);
-        const auto text = readRTF("{\\rtf1" + colors + body + "}");
+        const auto text = readRTF(std::string("{\\rtf1").append(colors).append(body).append("}"));
         ASSERT_TRUE(text);
         EXPECT_EQ(text->lines, std::vector<std::string>{"vu"});
     }
