@@ -1,4 +1,4 @@
-#include "core/support/Assert.h"
+#include "core/naming/ModelInstructions.h"
 #include "services/client/RemoteLanguageModel.h"
 #include "services/model/Engine.h"
 #include "services/model/Library.h"
@@ -21,18 +21,15 @@ const char* modelPath() {
     return std::getenv("VESTO_BENCH_MODEL");
 }
 
-/// About 620 tokens with the usual vocabularies; more with that of a made model.
 std::string instructions() {
-    std::string text;
-    for (int i = 0; i < 20; ++i)
-        text += "- Commence par le sujet le plus précis : l'organisation, le produit ou la personne.\n";
-    return text;
+    return modelInstructions(Locale{"fr_FR"});
 }
 
+/// About 300 tokens.
 std::string document() {
     std::string text = "Type : document\nTexte lu :\n";
-    for (int i = 0; i < 12; ++i)
-        text += "Facture d'électricité du mois d'octobre, montant à payer avant le 15.\n";
+    for (int i = 0; i < 7; ++i)
+        text += "Facture d'électricité du mois d'octobre, montant à payer avant la fin de la période.\n";
     return text;
 }
 
@@ -58,6 +55,7 @@ ipc::ModelThreads threads() {
 
 void report(benchmark::State& state, const ipc::ModelAnswered& answer) {
     state.counters["first_token_s"] = std::chrono::duration<double>(answer.firstToken).count();
+    state.counters["prompt_tokens"] = answer.promptTokens;
     state.counters["tokens"] = answer.tokens;
     state.counters["refusals"] = answer.refusals;
     state.counters["s_per_token"] =
