@@ -86,8 +86,8 @@ TEST(HTMLText, leavesOutWhatIsHidden) {
         // by the colour of the ground
         "vu<span style='color:#fff'>x<b>y</b></span><font color=white>z</font>",
         "vu<p style='color: rgb(250, 250,250)'>x</p>",
-        "<style>.w{color:white} .k{background:#000;color:#000001}</style>vu<span class=w>x</span><div "
-        "class=k>x</div>",
+        "<style>p{x:y} .w{color:white}</style>vu<span class=w>x</span>",
+        "<style>.k{background:#000;color:#000001}</style>vu<div class=k>x</div>",
         "<body bgcolor=black text=white>vu<span style='color:#000'>x</span>",
         "<table bgcolor='#003366'><td><font color='#ffffff'>vu</font><font color='#003366'>x</font></table>",
         "<div style='background:#036'><span style='color:white'>vu</span></div><p style='color:white'>x",
