@@ -1,4 +1,5 @@
 #include "services/client/RemoteReader.h"
+#include "services/sandbox/Jail.h"
 #include "services/sandbox/SystemCalls.h"
 #include "tests/services/support/Escapes.h"
 #include "tests/services/support/Service.h"
@@ -9,6 +10,7 @@
 #include <sys/syscall.h>
 #include <sys/wait.h>
 
+#include <array>
 #include <atomic>
 #include <cerrno>
 #include <cstring>
@@ -56,6 +58,20 @@ TEST(Jail, NoWayOutLeadsAnywhere) {
     EXPECT_EQ(std::memcmp(&before.st_mtim, &after.st_mtim, sizeof before.st_mtim), 0);
     EXPECT_EQ(std::memcmp(&before.st_ctim, &after.st_ctim, sizeof before.st_ctim), 0);
     EXPECT_EQ(before.st_mode, after.st_mode);
+}
+
+TEST(Jail, NorAnyFromThatOfTheLanguageModel) {
+    const sandbox::Jail jail({}, sandbox::Inmate::model);
+    ASSERT_TRUE(jail.filtersCalls() && jail.restrictsPaths());
+    const pid_t parent = ::getpid();
+    for (const Escape& escape : escapes()) {
+        const Asked asked("x");
+        const int error = inAnotherProcess([&] {
+            const std::array kept{asked.file.get()};
+            return jail.enter({}, kept, parent) ? escape.attempt(asked.file.get()) : 254;
+        });
+        EXPECT_TRUE(meansRefused(error)) << escape.name << ": " << std::strerror(error);
+    }
 }
 
 TEST(Jail, TheWaysOutAreOnesOutside) {
