@@ -13,10 +13,14 @@
 namespace vesto::FileEligibility {
 namespace {
 
-/// No scalar outside ASCII has one of these letters as its lower case, so bytes are enough.
-bool isTemporaryExtension(std::string_view extension) {
-    static constexpr std::array<std::string_view, 6> temporary{"download", "part",    "crdownload",
-                                                               "tmp",      "partial", "opdownload"};
+/// Of a download, or what a program at work keeps beside the file that it has open; many of the latter are
+/// hidden besides. No scalar outside ASCII has one of these letters as its lower case, so bytes are enough.
+bool isTemporaryName(std::string_view name) {
+    if (name.starts_with("~$"))
+        return true;
+    static constexpr std::array<std::string_view, 8> temporary{
+        "download", "part", "crdownload", "tmp", "partial", "opdownload", "swp", "kate-swp"};
+    const std::string_view extension = extensionOf(name);
     const auto isSameLetter = [](char written, char lower) {
         return written == lower || (written >= 'A' && written <= 'Z' && written - 'A' + 'a' == lower);
     };
@@ -88,7 +92,7 @@ std::optional<Rejection> check(const std::filesystem::path& path, const Options&
     const std::string_view name = lastComponentOf(path);
     if (name.starts_with('.'))
         return Rejection::hidden;
-    if (isTemporaryExtension(extensionOf(name)))
+    if (isTemporaryName(name))
         return Rejection::temporary;
     const auto status = disk.status(path);
     if (!status)

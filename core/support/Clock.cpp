@@ -1,5 +1,7 @@
 #include "core/support/Clock.h"
 
+#include "core/support/Alarm.h"
+
 #include <ctime>
 
 namespace vesto {
@@ -19,6 +21,18 @@ public:
 };
 
 } // namespace
+
+bool Clock::sleepUntil(std::chrono::nanoseconds time, const std::stop_token& stop) const {
+    Alarm alarm;
+    const std::stop_callback stopped(stop, [&alarm] { alarm.ring(); });
+    while (!stop.stop_requested()) {
+        const auto left = time - sinceBoot();
+        if (left <= std::chrono::nanoseconds::zero())
+            return true;
+        alarm.wait(systemClock().sinceBoot() + left);
+    }
+    return false;
+}
 
 const Clock& systemClock() {
     static const SystemClock clock;

@@ -2,6 +2,7 @@
 #include "core/support/Time.h"
 
 #include <chrono>
+#include <stop_token>
 
 namespace vesto {
 
@@ -15,6 +16,10 @@ public:
 
     /// Time since the machine booted, suspend included; it never goes back.
     [[nodiscard]] virtual std::chrono::nanoseconds sinceBoot() const = 0;
+
+    /// Blocks until `sinceBoot()` has reached `time`; false where the stop was asked for, at once. A clock
+    /// that a test holds in its hand moves itself here.
+    [[nodiscard]] virtual bool sleepUntil(std::chrono::nanoseconds time, const std::stop_token& stop) const;
 };
 
 /// The clock of this machine; lives as long as the process.

@@ -17,14 +17,15 @@ namespace vesto {
 /// fetched, which no file system in use here shows.
 [[nodiscard]] bool isLocalFile(const std::filesystem::path& path);
 
-/// Reports the files that show up in one folder, not in its subfolders. It judges none of them. One thread of
-/// its own holds all its state; every call here is thread-safe.
+/// Reports the files that show up in one folder, not in its subfolders, by their names alone. It judges none
+/// of them. One thread of its own holds all its state; every call here is thread-safe. Keeps nothing of the
+/// folder open.
 class FolderWatcher {
 public:
     struct Settings {
         std::filesystem::path url; // of the folder
         /// Entries made at or after it are reported at the start.
-        std::optional<Instant> catchUpSince;
+        std::optional<Instant> catchUpSince = std::nullopt;
         std::chrono::nanoseconds rescanInterval = std::chrono::seconds(30);
         std::function<bool(const std::filesystem::path&)> isLocal = isLocalFile;
     };
@@ -52,7 +53,7 @@ public:
 
     /// After the first look at the folder; what that reports may come before this returns. Fails with
     /// `alreadyStarted` while it watches, and with `system` where the folder cannot be opened. A watch that
-    /// has ended may be started again.
+    /// has ended may be started again, by another thread than its own.
     [[nodiscard]] std::expected<void, RenameError> start(Consumer consumer);
 
     /// Harmless when repeated. Nothing is reported once it has returned, but for a call that is running.
@@ -78,7 +79,7 @@ public:
 
 private:
     class Impl;
-    std::unique_ptr<Impl> m_impl;
+    std::shared_ptr<Impl> m_impl;
 };
 
 } // namespace vesto

@@ -70,15 +70,21 @@ inline std::set<std::string> namesIn(const std::filesystem::path& folder) {
     return names;
 }
 
-/// Runs `action` as a user whom permissions bind; what it returns.
-inline bool asOrdinaryUser(const std::function<bool()>& action) {
+/// Runs `action` in a process of its own; what it returns.
+inline bool inOwnProcess(const std::function<bool()>& action) {
     const pid_t child = ::fork();
-    if (child == 0) {
-        const bool dropped = ::getuid() != 0 || (::setgid(65534) == 0 && ::setuid(65534) == 0);
-        ::_exit(dropped && action() ? 0 : 1);
-    }
+    if (child == 0)
+        ::_exit(action() ? 0 : 1);
     int status = 0;
     return ::waitpid(child, &status, 0) == child && WIFEXITED(status) && WEXITSTATUS(status) == 0;
+}
+
+/// The same as a user whom permissions bind.
+inline bool asOrdinaryUser(const std::function<bool()>& action) {
+    return inOwnProcess([&] {
+        const bool dropped = ::getuid() != 0 || (::setgid(65534) == 0 && ::setuid(65534) == 0);
+        return dropped && action();
+    });
 }
 
 /// Runs a program of the machine; whether it ended well.

@@ -1,0 +1,91 @@
+#include "core/watch/OpenFolder.h"
+
+#include <dirent.h>
+#include <fcntl.h>
+#include <linux/magic.h>
+#include <linux/stat.h>
+#include <sys/stat.h>
+#include <sys/sysmacros.h>
+#include <sys/vfs.h>
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <memory>
+#include <string_view>
+
+namespace vesto {
+namespace {
+
+// Those that the headers do not all know.
+constexpr std::uint32_t exfatMagic = 0x2011BAB0;
+constexpr std::uint32_t cephMagic = 0x00C36400;
+constexpr std::uint32_t lustreMagic = 0x0BD00BD0;
+constexpr std::uint32_t gfs2Magic = 0x01161970;
+constexpr std::uint32_t pvfsMagic = 0x20030528;
+constexpr std::uint32_t virtualBoxMagic = 0x786F4256;
+constexpr std::uint32_t acfsMagic = 0x61636673;
+
+bool isRemoteKind(std::uint32_t magic) {
+    static constexpr std::array<std::uint32_t, 17> kinds{
+        FUSE_SUPER_MAGIC,  NFS_SUPER_MAGIC, SMB_SUPER_MAGIC,  SMB2_SUPER_MAGIC, CIFS_SUPER_MAGIC,
+        AFS_SUPER_MAGIC,   AFS_FS_MAGIC,    CODA_SUPER_MAGIC, NCP_SUPER_MAGIC,  V9FS_MAGIC,
+        OCFS2_SUPER_MAGIC, cephMagic,       lustreMagic,      gfs2Magic,        pvfsMagic,
+        virtualBoxMagic,   acfsMagic};
+    return std::ranges::find(kinds, magic) != kinds.end();
+}
+
+bool inventsInodes(std::uint32_t magic) {
+    return magic == MSDOS_SUPER_MAGIC || magic == exfatMagic || magic == FUSE_SUPER_MAGIC;
+}
+
+} // namespace
+
+std::expected<OpenFolder, int> OpenFolder::open(const std::filesystem::path& path) {
+    UniqueFd fd(::open(path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC | O_NONBLOCK));
+    if (!fd)
+        return std::unexpected(errno);
+    OpenFolder folder(std::move(fd));
+    if (!folder.examine())
+        return std::unexpected(errno);
+    return folder;
+}
+
+bool OpenFolder::examine() {
+    struct statx found{};
+    struct statfs disk{};
+    if (::statx(m_fd.get(), "", AT_EMPTY_PATH, STATX_INO | STATX_BTIME, &found) != 0 ||
+        ::fstatfs(m_fd.get(), &disk) != 0)
+        return false;
+    const auto magic = static_cast<std::uint32_t>(disk.f_type);
+    m_isRemote = isRemoteKind(magic);
+    m_identity.device = makedev(found.stx_dev_major, found.stx_dev_minor);
+    if (!inventsInodes(magic))
+        m_identity.inode = found.stx_ino;
+    if ((found.stx_mask & STATX_BTIME) != 0)
+        m_identity.birth = FileTime{found.stx_btime.tv_sec, found.stx_btime.tv_nsec};
+    return true;
+}
+
+std::expected<std::vector<std::string>, int> OpenFolder::names() && {
+    const std::unique_ptr<DIR, int (*)(DIR*)> folder(::fdopendir(m_fd.get()), &::closedir);
+    if (!folder)
+        return std::unexpected(errno);
+    [[maybe_unused]] const int owned = m_fd.release();
+    std::vector<std::string> names;
+    while (true) {
+        errno = 0;
+        const dirent* entry = ::readdir(folder.get()); // NOLINT(concurrency-mt-unsafe): a stream of its own
+        if (entry == nullptr)
+            break;
+        const std::string_view name = entry->d_name;
+        if (name != "." && name != "..")
+            names.emplace_back(name);
+    }
+    if (errno != 0)
+        return std::unexpected(errno);
+    std::ranges::sort(names);
+    return names;
+}
+
+} // namespace vesto

@@ -1,0 +1,81 @@
+#pragma once
+#include "core/watch/FolderWatcher.h"
+
+#include <map>
+#include <mutex>
+#include <set>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace vesto {
+
+/// Which names of a folder, whose files gave nothing, are to be reported once more. `fruitless` is for any
+/// thread; all else is the watcher's alone, and looks at files without holding anybody up.
+class SecondReports {
+public:
+    static constexpr int vainLimit = 5;
+
+    explicit SecondReports(const std::filesystem::path& folder)
+        : m_folder(folder) {}
+
+    /// As FolderWatcher::reportAgain. What it tells waits until `takeNews`.
+    bool fruitless(std::string_view name, FolderWatcher::Fruitless reason, std::optional<FileState> seen);
+
+    /// Whether there is a name that has to be reported now.
+    [[nodiscard]] bool takeNews();
+
+    /// An entry was closed by a writer; whether that may be reason to report it.
+    bool closed(std::string_view name);
+    bool movedOnto(std::string_view name);
+
+    /// At each rescan, whose distance is what "still" means: two looks in a row that agree.
+    void rescan();
+
+    [[nodiscard]] bool isEmpty() const { return m_waiting.empty(); }
+
+    /// Whether the name is to be reported now; it no longer waits then.
+    [[nodiscard]] bool take(const std::string& name);
+
+    /// A name that is reported as new waits for nothing.
+    void forget(const std::string& name) { m_waiting.erase(name); }
+
+    /// Forgets what is not in the folder any more; `names` is in order.
+    void keepOnly(const std::vector<std::string>& names);
+
+private:
+    struct Waiting {
+        FolderWatcher::Fruitless reason;
+        std::optional<FileState> seen;
+        std::optional<FileState> lastLook = std::nullopt; // at a rescan
+        bool isDue = false;
+        bool wasClosed = false;
+        bool wasClosedBefore = false; // perhaps before `seen` was
+
+        [[nodiscard]] bool differs(const FileState& state) const { return !seen || state != *seen; }
+    };
+    struct Told {
+        std::string name;
+        Waiting waiting;
+    };
+    struct Tally {
+        bool isAgain = false; // the last report had been given reason to hope
+        int inVain = 0;
+    };
+
+    [[nodiscard]] std::optional<FileState> look(const std::string& name) const;
+    [[nodiscard]] bool isDue(const std::string& name, Waiting& waiting) const;
+
+    const std::filesystem::path& m_folder;
+
+    std::mutex m_mutex; // guards the two below
+    std::vector<Told> m_told;
+    std::map<std::string, Tally, std::less<>> m_tallies;
+
+    std::map<std::string, Waiting, std::less<>> m_waiting;
+    // Closed or moved onto since the last rescan but one: a file may be finished between the look at it and
+    // the news that it gave nothing.
+    std::set<std::string, std::less<>> m_closedLately, m_closedEarlier;
+};
+
+} // namespace vesto

@@ -1,0 +1,122 @@
+#include "core/watch/SecondReports.h"
+
+#include "tests/core/files/TestFolder.h"
+
+namespace vesto {
+namespace {
+
+using Fruitless = FolderWatcher::Fruitless;
+
+FileState stateOf(const std::filesystem::path& path) {
+    return FileIdentity::of(path)->state.value();
+}
+
+/// A file of a folder that gave nothing, and what may happen to it since.
+struct Case {
+    explicit Case(Fruitless reason) {
+        write(file, "half");
+        EXPECT_TRUE(reports.fruitless("a.pdf", reason, stateOf(file)));
+        dueAtOnce = reports.takeNews();
+    }
+    void change() const { write(file, "half and more"); }
+    bool isReported() { return reports.take("a.pdf"); }
+
+    TestFolder folder;
+    std::filesystem::path file = folder / "a.pdf";
+    SecondReports reports{folder.path()};
+    bool dueAtOnce = false;
+};
+
+TEST(SecondReports, NeedAReasonToHope) {
+    using enum Fruitless;
+    using What = void (*)(Case&);
+    const What nothing = [](Case&) {};
+    const What close = [](Case& it) { it.reports.closed("a.pdf"); };
+    const What changeAndClose = [](Case& it) {
+        it.change();
+        it.reports.closed("a.pdf");
+    };
+    const What moveOnto = [](Case& it) { it.reports.movedOnto("a.pdf"); };
+    const What standStill = [](Case& it) {
+        it.reports.rescan();
+        it.reports.rescan();
+    };
+    const What changeAndStandStill = [](Case& it) {
+        it.change();
+        it.reports.rescan();
+        EXPECT_FALSE(it.isReported());
+        it.reports.rescan();
+    };
+    const What changeAgain = [](Case& it) {
+        for (int round = 0; round < 3; ++round) {
+            write(it.file, std::string(10U + static_cast<unsigned>(round), 'x'));
+            it.reports.rescan();
+        }
+    };
+    struct Row {
+        const char* what;
+        What happen;
+        bool restless, empty, unreadable;
+    };
+    for (const Row& row : {
+             Row{"nothing", nothing, false, false, false},
+             Row{"closed and not written to", close, true, false, false},
+             Row{"written to and closed", changeAndClose, true, true, true},
+             Row{"moved onto", moveOnto, true, true, true},
+             Row{"stood still as it was", standStill, true, false, false},
+             Row{"stood still otherwise", changeAndStandStill, true, true, true},
+             Row{"never the same twice", changeAgain, false, false, false},
+         })
+        for (const auto& [reason, expected] :
+             {std::pair(restless, row.restless), {empty, row.empty}, {unreadable, row.unreadable}}) {
+            SCOPED_TRACE(testing::Message() << row.what << ", reason " << static_cast<int>(reason));
+            Case it(reason);
+            EXPECT_FALSE(it.dueAtOnce);
+            row.happen(it);
+            EXPECT_EQ(it.isReported(), expected);
+            EXPECT_FALSE(it.isReported());
+        }
+    EXPECT_TRUE(Case(replaced).dueAtOnce);
+}
+
+/// The last close may come between the look at a file and the news that it gave nothing.
+TEST(SecondReports, KnowWhatWasClosedBeforeTheNews) {
+    for (const bool isFinished : {false, true}) {
+        const TestFolder folder;
+        const auto file = write(folder / "a.pdf", "half");
+        SecondReports reports(folder.path());
+        const FileState seen = stateOf(file);
+        if (isFinished)
+            write(file, "whole");
+        EXPECT_FALSE(reports.closed("a.pdf"));
+        ASSERT_TRUE(reports.fruitless("a.pdf", Fruitless::unreadable, seen));
+        EXPECT_EQ(reports.takeNews(), isFinished);
+        EXPECT_EQ(reports.take("a.pdf"), isFinished);
+    }
+}
+
+TEST(SecondReports, GiveUpAfterFiveInVain) {
+    const TestFolder folder;
+    write(folder / "a.pdf", "x");
+    SecondReports reports(folder.path());
+    const auto tell = [&] { return reports.fruitless("a.pdf", Fruitless::unreadable, std::nullopt); };
+    for (int round = 0; round < SecondReports::vainLimit; ++round) {
+        SCOPED_TRACE(round);
+        // What is told twice of one report counts once.
+        ASSERT_TRUE(tell());
+        ASSERT_TRUE(tell());
+        EXPECT_FALSE(reports.takeNews());
+        EXPECT_TRUE(reports.movedOnto("a.pdf"));
+        ASSERT_TRUE(reports.take("a.pdf"));
+    }
+    EXPECT_FALSE(tell());
+    EXPECT_FALSE(tell());
+    EXPECT_FALSE(reports.movedOnto("a.pdf"));
+    EXPECT_FALSE(reports.take("a.pdf"));
+    // A name that was gone begins anew.
+    reports.keepOnly({"b.pdf"});
+    EXPECT_TRUE(tell());
+}
+
+} // namespace
+} // namespace vesto
