@@ -10,6 +10,7 @@
 #include <filesystem>
 #include <memory>
 #include <optional>
+#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -44,7 +45,8 @@ public:
     [[nodiscard]] Result<void> removeFolder(std::string_view id); // its history stays
 
     // The history.
-    [[nodiscard]] Result<void> save(const RenameRecord& record); // new or changed
+    [[nodiscard]] Result<void> save(const RenameRecord& record);            // new or changed
+    [[nodiscard]] Result<void> save(std::span<const RenameRecord> records); // all of them or none
     [[nodiscard]] Result<void> removeRecord(std::string_view id);
     [[nodiscard]] Result<std::optional<RenameRecord>> record(std::string_view id) const;
 

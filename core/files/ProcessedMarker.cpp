@@ -23,16 +23,12 @@ std::string_view rawValue(State state) {
     std::unreachable();
 }
 
-namespace {
-
-std::optional<State> stateOf(std::string_view raw) {
+std::optional<State> stateOfRawValue(std::string_view raw) {
     for (const State state : {State::renamed, State::undone, State::ignored, State::skipped})
         if (rawValue(state) == raw)
             return state;
     return std::nullopt;
 }
-
-} // namespace
 
 std::string encode(const Marker& marker) {
     Json record = Json::object();
@@ -49,7 +45,7 @@ std::optional<Marker> decode(std::string_view bytes) {
         return std::nullopt;
     const auto version = integerMember(*record, "version");
     const auto rawState = stringMember(*record, "state");
-    const auto state = rawState ? stateOf(*rawState) : std::nullopt;
+    const auto state = rawState ? stateOfRawValue(*rawState) : std::nullopt;
     auto originalName = stringMember(*record, "originalName");
     const auto seconds = numberMember(*record, "date");
     const auto date = seconds ? instantFromReference(*seconds) : std::nullopt;

@@ -20,6 +20,7 @@ enum class State { renamed, undone, ignored, skipped };
 
 /// "renamed", "undone", "ignored" or "skipped".
 [[nodiscard]] std::string_view rawValue(State state);
+[[nodiscard]] std::optional<State> stateOfRawValue(std::string_view raw);
 
 struct Marker {
     std::int64_t version = 1;

@@ -10,7 +10,7 @@ using Instant = std::chrono::sys_time<std::chrono::microseconds>;
 /// A length of time that was read or measured, in seconds with a fraction.
 using Seconds = std::chrono::duration<double>;
 
-/// 2001-01-01T00:00:00Z, the epoch of every date that Vesto stores.
+/// 2001-01-01T00:00:00Z, the epoch of dates in markers and keyed records.
 inline constexpr Instant referenceDate = std::chrono::sys_days{std::chrono::year{2001} / 1 / 1};
 
 /// Seconds from `referenceDate`, negative before it.
