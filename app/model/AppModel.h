@@ -103,8 +103,9 @@ public:
     ~AppModel() override;
     AppModel(const AppModel&) = delete;
 
-    /// Once: settles what an earlier run left behind, takes up what waits for the user, watches.
-    void start(Watching watching = Watching::asSet);
+    /// Once: settles what an earlier run left behind, takes up what waits for the user, watches. `ready`: of
+    /// all that, only the watching is perhaps still to begin; orders make sense from here on.
+    void start(Watching watching = Watching::asSet, Done ready = {});
 
     /// Watches no more, forgets the queue (the next start finds those files again), lets the file at hand be
     /// finished unless it is still being waited for; then `done`.

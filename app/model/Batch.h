@@ -38,13 +38,12 @@ struct Batch {
     std::string id = randomUuid();
     std::string folderName; // for people
     std::filesystem::path url;
-    bool isListing = true;     // the folder is being looked through: no number is final
-    bool isRenaming = false;   // what was selected is being renamed
-    std::size_t total = 0;     // files sent to analysis
-    std::size_t analysed = 0;  // of these, dealt with
-    std::vector<Item> items{}; // in the order in which their analyses ended
-    bool cancelled = false;
-    std::vector<std::filesystem::path> wellNamed{};     // left out, their names say enough
+    bool isListing = true;                          // the folder is being looked through: no number is final
+    bool isRenaming = false;                        // what was selected is being renamed
+    std::size_t total = 0;                          // files sent to analysis
+    std::size_t analysed = 0;                       // of these, dealt with
+    std::vector<Item> items{};                      // in the order in which their analyses ended
+    std::vector<std::filesystem::path> wellNamed{}; // left out, their names say enough
     std::vector<std::filesystem::path> noTitleBefore{}; // an earlier pass found no title
     std::size_t alreadyDone = 0;                        // renamed, undone or ignored before
     std::size_t notLocal = 0;

@@ -21,6 +21,9 @@ struct Notification {
     bool operator==(const Notification&) const = default;
 };
 
+/// The file name that a proposal stands for, before any collision.
+[[nodiscard]] std::string proposedNameOf(const Proposal& proposal);
+
 [[nodiscard]] Notification notificationOf(const PendingProposal& pending);
 [[nodiscard]] Notification notificationOf(const RenameRecord& record);
 

@@ -1,0 +1,286 @@
+#include "app/model/AppModel.h"
+
+#include "app/model/Applier.h"
+#include "app/model/BatchDesk.h"
+#include "app/model/FolderSet.h"
+#include "app/model/JobLoop.h"
+#include "app/model/ModelContext.h"
+#include "app/model/ProposalList.h"
+#include "core/support/Text.h"
+
+#include <QTimer>
+#include <cstring>
+#include <set>
+#include <utility>
+
+namespace vesto {
+
+class AppModel::Parts {
+public:
+    Parts(AppModel& face, Dependencies dependencies)
+        : context(face, std::move(dependencies))
+        , applier(context)
+        , proposals(context, applier,
+                    [this](const std::filesystem::path& path, const std::string& folderID) {
+                        jobs.enqueue(JobLoop::Watched{path, folderID});
+                    })
+        , batches(context, applier,
+                  [this](const std::filesystem::path& path, const std::string& batchID, bool retry) {
+                      jobs.enqueue(JobLoop::Existing{path, batchID, retry});
+                  })
+        , folders(context, {.found =
+                                [this](std::filesystem::path path, const std::string& folderID) {
+                                    jobs.enqueue(JobLoop::Watched{std::move(path), folderID});
+                                },
+                            .lost = [this](const std::string&) { proposals.review(); },
+                            .back = [this](const std::string&) { proposals.review(); }})
+        , jobs(context, folders, proposals, applier, batches) {
+        review.setInterval(context.given().rescanInterval);
+        QObject::connect(&review, &QTimer::timeout, &face, [this] {
+            proposals.review();
+            jobs.reviewUnreadable();
+        });
+        for (const auto changed : {&AppModel::pendingChanged, &AppModel::unreadableChanged})
+            QObject::connect(&face, changed, &face, [this] { scheduleReview(); });
+        QObject::connect(&face, &AppModel::idle, &face, [this] { answerFinish(); });
+        context.setWhenIdle([this] { answerFinish(); });
+    }
+
+    [[nodiscard]] bool watches() const { return isWatching && !isPaused && !whenFinished; }
+
+    void scheduleReview() {
+        const bool needed = !whenFinished && (!proposals.all().empty() || !jobs.unreadable().empty());
+        if (needed && !review.isActive())
+            review.start();
+        else if (!needed)
+            review.stop();
+    }
+
+    void answerFinish() {
+        if (whenFinished && context.isIdle() && jobs.count() == 0)
+            if (auto done = std::exchange(*whenFinished, {}))
+                context.later(std::move(done));
+    }
+
+    ModelContext context;
+    Applier applier;
+    ProposalList proposals;
+    BatchDesk batches;
+    FolderSet folders;
+    JobLoop jobs;
+    QTimer review; // runs while something waits that may change or leave
+    FoundationNameGenerator::Availability modelStatus;
+    bool isWatching = false;
+    bool isPaused = false;
+    std::optional<Done> whenFinished; // emptied once it was called
+};
+
+AppModel::AppModel(Dependencies dependencies, QObject* parent)
+    : QObject(parent)
+    , m_parts(std::make_unique<Parts>(*this, std::move(dependencies))) {}
+
+AppModel::~AppModel() {
+    blockSignals(true);
+    m_parts->jobs.cancel();
+    m_parts->batches.close();
+    m_parts->folders.stopAll();
+    m_parts->context.endWorkers();
+}
+
+void AppModel::start(Watching watching, Done ready) {
+    auto& context = m_parts->context;
+    m_parts->isWatching = watching == Watching::asSet;
+    m_parts->isPaused = context.given().settings.paused();
+    context.given().notifier.setUp([this, box = context.mailbox()](NotificationResponse response) {
+        box->post([this, response = std::move(response)] { respond(response); });
+    });
+    m_parts->folders.load();
+    std::set<std::string, std::less<>> folderIDs;
+    for (const WatchedFolder& folder : folders())
+        folderIDs.insert(folder.id);
+    m_parts->proposals.restore(folderIDs);
+    // Errands are run in their order: when this one is back, those are.
+    context.onFiles([] { return 0; },
+                    [ready = std::move(ready)](int) {
+                        if (ready)
+                            ready();
+                    });
+    if (m_parts->watches())
+        m_parts->folders.startAll();
+    refreshModelStatus();
+}
+
+void AppModel::finish(Done done) {
+    m_parts->whenFinished = done ? std::move(done) : [] {};
+    m_parts->review.stop();
+    m_parts->folders.stopAll();
+    m_parts->batches.close();
+    m_parts->jobs.finish();
+    m_parts->answerFinish();
+}
+
+// ---- The state ----
+
+const std::vector<PendingProposal>& AppModel::pending() const {
+    return m_parts->proposals.all();
+}
+
+const std::optional<std::string>& AppModel::processingName() const {
+    return m_parts->jobs.processingName();
+}
+
+std::size_t AppModel::jobCount() const {
+    return m_parts->jobs.count();
+}
+
+const Batch* AppModel::batch() const {
+    return m_parts->batches.current();
+}
+
+const FoundationNameGenerator::Availability& AppModel::modelStatus() const {
+    return m_parts->modelStatus;
+}
+
+const std::optional<std::string>& AppModel::lastError() const {
+    return m_parts->context.lastError();
+}
+
+bool AppModel::paused() const {
+    return m_parts->isPaused;
+}
+
+const std::vector<WatchedFolder>& AppModel::folders() const {
+    return m_parts->folders.all();
+}
+
+bool AppModel::isWatching(std::string_view folderID) const {
+    return m_parts->folders.isWatching(folderID);
+}
+
+std::optional<FolderWatcher::Mode> AppModel::watchMode(std::string_view folderID) const {
+    return m_parts->folders.mode(folderID);
+}
+
+const std::vector<UnreadableFile>& AppModel::unreadable() const {
+    return m_parts->jobs.unreadable();
+}
+
+const Store& AppModel::store() const {
+    return m_parts->context.given().store;
+}
+
+// ---- Folders ----
+
+void AppModel::addFolder(const std::filesystem::path& path, FolderDone done) {
+    m_parts->folders.add(path, [this] { return m_parts->watches(); }, std::move(done));
+}
+
+void AppModel::removeFolder(std::string_view folderID) {
+    const std::string id(folderID); // which may be the folder's own
+    m_parts->folders.remove(id);
+    m_parts->proposals.dropFolder(id);
+    m_parts->jobs.forgetUnreadable(id);
+}
+
+void AppModel::setEnabled(std::string_view folderID, bool enabled) {
+    m_parts->folders.setEnabled(folderID, enabled, m_parts->watches());
+}
+
+void AppModel::setAutomatic(std::string_view folderID, bool automatic) {
+    m_parts->folders.setAutomatic(folderID, automatic);
+}
+
+void AppModel::setPaused(bool paused) {
+    if (const auto saved = m_parts->context.given().settings.setPaused(paused); !saved)
+        m_parts->context.fail(std::string(text("Réglage non enregistré : ")) + std::strerror(saved.error()));
+    if (std::exchange(m_parts->isPaused, paused) == paused)
+        return;
+    if (paused)
+        m_parts->folders.stopAll();
+    else if (m_parts->watches())
+        m_parts->folders.startAll();
+    Q_EMIT pausedChanged();
+}
+
+// ---- Proposals and history ----
+
+void AppModel::accept(std::string_view proposalID, RecordDone done) {
+    m_parts->proposals.accept(std::string(proposalID), std::nullopt, std::move(done));
+}
+
+void AppModel::accept(std::string_view proposalID, std::string_view title, RecordDone done) {
+    m_parts->proposals.accept(std::string(proposalID), std::string(title), std::move(done));
+}
+
+bool AppModel::reject(std::string_view proposalID) {
+    return m_parts->proposals.reject(std::string(proposalID));
+}
+
+void AppModel::rejectAll() {
+    while (!pending().empty())
+        (void)reject(pending().front().proposal.id);
+}
+
+void AppModel::undo(std::string_view recordID, RecordDone done) {
+    m_parts->applier.undo(recordID, std::move(done));
+}
+
+void AppModel::respond(const NotificationResponse& response) {
+    if (response.action == "accept")
+        accept(response.identifier);
+    else if (response.action == "edit")
+        accept(response.identifier, response.text);
+    else if (response.action == "ignore")
+        (void)reject(response.identifier);
+    else if (response.action == "undo")
+        undo(response.identifier);
+}
+
+void AppModel::name(NamingOrder order, std::function<void(const NamingAnswer&)> done) {
+    m_parts->jobs.enqueue(JobLoop::Asked{std::move(order), std::move(done)});
+}
+
+// ---- The files that a folder held already ----
+
+std::string AppModel::startBatch(const std::filesystem::path& folder) {
+    return m_parts->batches.start(folder);
+}
+
+void AppModel::analyseAlso(AlsoAnalyse which) {
+    m_parts->batches.analyseAlso(which);
+}
+
+void AppModel::setItemTitle(std::string_view proposalID, std::string_view title) {
+    m_parts->batches.setTitle(proposalID, title);
+}
+
+void AppModel::setItemSelected(std::string_view proposalID, bool selected) {
+    m_parts->batches.setSelected(proposalID, selected);
+}
+
+void AppModel::renameSelected(Done done) {
+    m_parts->batches.renameSelected(std::move(done));
+}
+
+void AppModel::undoBatch(std::string_view batchID, Done done) {
+    m_parts->batches.undo(batchID, std::move(done));
+}
+
+void AppModel::closeBatch() {
+    m_parts->batches.close();
+}
+
+// ---- The rest ----
+
+void AppModel::refreshModelStatus() {
+    const auto& given = m_parts->context.given();
+    m_parts->modelStatus =
+        given.modelAvailability ? given.modelAvailability() : FoundationNameGenerator::Availability{};
+    Q_EMIT modelStatusChanged();
+}
+
+void AppModel::clearLastError() {
+    m_parts->context.setLastError(std::nullopt);
+}
+
+} // namespace vesto

@@ -1,0 +1,155 @@
+#include "app/model/Applier.h"
+
+#include "core/files/FileName.h"
+#include "core/support/Text.h"
+
+#include <utility>
+
+namespace vesto {
+
+using ProcessedMarker::Marker;
+using ProcessedMarker::State;
+using Status = RenameRecord::Status;
+
+namespace {
+
+constexpr std::int64_t maxAttempts = 99; // names that are tried
+
+RenameRecord recordOf(const Applier::Order& order, Instant now) {
+    const std::string_view currentName = lastComponentOf(order.proposal.url);
+    return {.date = now,
+            .folderPath = folderOf(order.proposal.url).native(),
+            .originalName = std::string(currentName),
+            .newName = order.proposal.policy.fileName(order.baseName, extensionOf(currentName)),
+            .identity = *order.proposal.identity,
+            .source = order.proposal.source,
+            .confidence = order.proposal.confidence,
+            .automatic = order.automatic,
+            .errorMessage = std::nullopt,
+            .batchID = order.batchID};
+}
+
+} // namespace
+
+void Applier::apply(const Order& order, std::function<void(const Result&)> done) {
+    const auto refuse = [&](std::string message, std::optional<RenameError> error) {
+        m_context.fail(message);
+        m_context.later([done, failure = Failure{std::move(message), std::move(error)}] {
+            done(std::unexpected(failure));
+        });
+    };
+    if (!order.proposal.identity) {
+        const RenameError missing(RenameError::Case::sourceMissing);
+        refuse(missing.message(), missing);
+        return;
+    }
+    RenameRecord record = recordOf(order, m_context.given().clock.now());
+    // Without its row the rename could not be undone: then there is none.
+    if (auto begun = m_context.ledger().begin(record); !begun) {
+        refuse(std::move(begun).error(), std::nullopt);
+        return;
+    }
+    m_atWork.insert(record.id);
+    const auto& given = m_context.given();
+    m_context.onFiles(
+        [order, &disk = given.disk, &clock = given.clock] {
+            const Renamer renamer(order.proposal.policy, maxAttempts, disk, clock);
+            return renamer.rename(order.proposal.url, order.baseName, order.proposal.identity,
+                                  /*mark=*/true);
+        },
+        [this, record = std::move(record),
+         done = std::move(done)](const std::expected<RenameResult, RenameError>& renamed) mutable {
+            finishApply(std::move(record), renamed, done);
+        });
+}
+
+void Applier::finishApply(RenameRecord record, const std::expected<RenameResult, RenameError>& renamed,
+                          const std::function<void(const Result&)>& done) {
+    m_atWork.erase(record.id);
+    Ledger& ledger = m_context.ledger();
+    if (!renamed) {
+        ledger.drop(record);
+        m_context.fail(renamed.error().message());
+        done(std::unexpected(Failure{renamed.error().message(), renamed.error()}));
+        return;
+    }
+    record.newName = lastComponentOf(renamed->to);
+    record.identity = renamed->identity;
+    record.status = Status::done;
+    ledger.noteMark(renamed->identity,
+                    Marker{.state = State::renamed,
+                           .originalName = record.originalName,
+                           .date = m_context.given().clock.now()},
+                    renamed->marked);
+    ledger.settle(record);
+    done(Applied{record, renamed->marked});
+    Q_EMIT m_context.face().historyChanged();
+    Q_EMIT m_context.face().renamed(record);
+}
+
+void Applier::refuseUndo(std::string_view reason, const AppModel::RecordDone& done) {
+    std::string message = std::string(text("Annulation impossible : ")) + std::string(reason);
+    m_context.fail(message);
+    if (done)
+        m_context.later([done, message = std::move(message)] { done(std::unexpected(message)); });
+}
+
+void Applier::undo(std::string_view recordID, AppModel::RecordDone done) {
+    auto record = m_context.ledger().record(recordID);
+    if (!record) {
+        refuseUndo(text("ce renommage n'est pas dans l'historique."), done);
+        return;
+    }
+    if (m_atWork.contains(record->id)) {
+        refuseUndo(text("une opération est en cours sur ce fichier."), done);
+        return;
+    }
+    if (record->status != Status::done) {
+        refuseUndo(record->status == Status::undone ? text("ce renommage est déjà annulé.")
+                                                    : text("ce renommage n'a pas eu lieu."),
+                   done);
+        return;
+    }
+    record->undoing = true;
+    if (const auto begun = m_context.ledger().begin(*record); !begun) {
+        refuseUndo(begun.error(), done);
+        return;
+    }
+    m_atWork.insert(record->id);
+    const auto& given = m_context.given();
+    m_context.onFiles(
+        [path = std::filesystem::path(record->folderPath) / record->newName, record = *record,
+         &disk = given.disk, &clock = given.clock] {
+            return FileTasks::restore(path, record.originalName, record.identity, disk, clock);
+        },
+        [this, record = *record,
+         done = std::move(done)](const std::expected<FileTasks::Restored, RenameError>& restored) mutable {
+            finishUndo(std::move(record), restored, done);
+        });
+}
+
+void Applier::finishUndo(RenameRecord record, const std::expected<FileTasks::Restored, RenameError>& restored,
+                         const AppModel::RecordDone& done) {
+    m_atWork.erase(record.id);
+    Ledger& ledger = m_context.ledger();
+    record.undoing = false;
+    if (!restored) {
+        ledger.settle(record);
+        refuseUndo(restored.error().message(), done);
+        return;
+    }
+    record.status = Status::undone;
+    if (restored->identity)
+        ledger.noteMark(*restored->identity,
+                        Marker{.state = State::undone,
+                               .originalName = record.originalName,
+                               .date = m_context.given().clock.now()},
+                        restored->marked);
+    ledger.settle(record);
+    if (done)
+        done(record);
+    Q_EMIT m_context.face().historyChanged();
+    Q_EMIT m_context.face().undone(record);
+}
+
+} // namespace vesto

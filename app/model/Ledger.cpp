@@ -1,0 +1,110 @@
+#include "app/model/Ledger.h"
+
+#include "core/support/Log.h"
+#include "core/support/Text.h"
+
+#include <utility>
+
+namespace vesto {
+
+Ledger::Ledger(Store& store, std::function<void(std::string)> report)
+    : m_store(store)
+    , m_report(std::move(report)) {}
+
+std::expected<void, std::string> Ledger::begin(const RenameRecord& record) {
+    flush();
+    const auto saved = m_store.save(record);
+    if (saved)
+        return {};
+    fail(saved.error());
+    return std::unexpected(std::string(text("Journal non enregistré : ")) + saved.error().description);
+}
+
+bool Ledger::settle(const RenameRecord& record) {
+    m_unsaved.insert_or_assign(record.id, record);
+    return flush();
+}
+
+void Ledger::drop(const RenameRecord& record) {
+    m_unsaved.erase(record.id);
+    flush();
+    check(m_store.removeRecord(record.id));
+}
+
+std::optional<RenameRecord> Ledger::record(std::string_view id) {
+    if (const auto unsaved = m_unsaved.find(id); unsaved != m_unsaved.end())
+        return unsaved->second;
+    auto found = m_store.record(id);
+    if (!found)
+        fail(found.error());
+    return found ? std::move(*found) : std::nullopt;
+}
+
+bool Ledger::save(const WatchedFolder& folder) {
+    return check(m_store.save(folder));
+}
+
+void Ledger::removeFolder(std::string_view id) {
+    check(m_store.removeFolder(id));
+}
+
+std::vector<PendingProposal> Ledger::pending() {
+    auto found = m_store.pending();
+    if (!found)
+        fail(found.error());
+    return found ? std::move(*found) : std::vector<PendingProposal>();
+}
+
+void Ledger::save(const PendingProposal& pending) {
+    check(m_store.save(pending));
+}
+
+void Ledger::removePending(std::string_view proposalID) {
+    check(m_store.removePending(proposalID));
+}
+
+void Ledger::noteMark(const FileIdentity& file, ProcessedMarker::Marker marker, bool marked) {
+    if (marked) {
+        m_unmarked.erase(file);
+        if (remembered(file))
+            check(m_store.forget(file));
+    } else if (!check(m_store.remember(file, marker))) {
+        m_unmarked.insert_or_assign(file, std::move(marker));
+    }
+}
+
+std::optional<ProcessedMarker::Marker> Ledger::remembered(const FileIdentity& file) {
+    if (const auto here = m_unmarked.find(file); here != m_unmarked.end())
+        return here->second;
+    auto found = m_store.remembered(file);
+    if (!found)
+        fail(found.error());
+    return found ? std::move(*found) : std::nullopt;
+}
+
+bool Ledger::isTaken(const FileIdentity& file) {
+    return isInFlight(file) || remembered(file).has_value();
+}
+
+bool Ledger::flush() {
+    while (!m_unsaved.empty()) {
+        const auto first = m_unsaved.begin();
+        if (!check(m_store.save(first->second)))
+            return false;
+        m_unsaved.erase(first);
+    }
+    return true;
+}
+
+bool Ledger::check(const Store::Result<void>& result) {
+    if (!result)
+        fail(result.error());
+    return result.has_value();
+}
+
+void Ledger::fail(const StoreError& error) {
+    log::write(log::Level::error, std::string(text("SwiftData :")) + " %{public}s", {error.description});
+    m_report(std::string(text("Journal non enregistré : ")) + error.description);
+}
+
+} // namespace vesto

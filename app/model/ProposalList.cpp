@@ -1,0 +1,198 @@
+#include "app/model/ProposalList.h"
+
+#include "core/files/FileName.h"
+#include "core/support/Text.h"
+
+#include <algorithm>
+#include <iterator>
+#include <utility>
+
+namespace vesto {
+
+void ProposalList::look(const std::vector<PendingProposal>& proposals,
+                        std::function<void(std::vector<Look>)> back) {
+    std::vector<Look> looks;
+    looks.reserve(proposals.size());
+    for (const PendingProposal& pending : proposals)
+        looks.push_back({pending.proposal.id, pending.proposal.url});
+    m_context.onFiles(
+        [looks = std::move(looks), &disk = m_context.given().disk]() mutable {
+            for (Look& look : looks)
+                look.current = FileIdentity::of(look.path, disk);
+            return std::move(looks);
+        },
+        std::move(back));
+}
+
+void ProposalList::restore(const std::set<std::string, std::less<>>& folderIDs) {
+    auto stored = m_context.ledger().pending();
+    const auto orphans = std::ranges::stable_partition(
+        stored, [&](const PendingProposal& pending) { return folderIDs.contains(pending.folderID); });
+    for (const PendingProposal& pending : orphans)
+        m_context.ledger().removePending(pending.proposal.id);
+    stored.erase(orphans.begin(), orphans.end());
+    if (stored.empty())
+        return;
+    look(stored, [this, stored](const std::vector<Look>& looks) { finishRestore(stored, looks); });
+}
+
+void ProposalList::finishRestore(std::vector<PendingProposal> stored, const std::vector<Look>& looks) {
+    for (std::size_t index = 0; index < stored.size(); ++index) {
+        PendingProposal& pending = stored[index];
+        const auto& current = looks[index].current;
+        auto& identity = pending.proposal.identity;
+        if (!current || !identity || !isSameStoredFile(*identity, *current) ||
+            !stoodStill(*identity, *current)) {
+            m_context.ledger().removePending(pending.proposal.id);
+            continue;
+        }
+        identity = current; // the device may have got another number
+        m_context.ledger().take(*current);
+        m_pending.push_back(std::move(pending));
+    }
+    Q_EMIT m_context.face().pendingChanged();
+}
+
+void ProposalList::add(PendingProposal pending) {
+    m_context.ledger().save(pending);
+    m_pending.insert(m_pending.begin(), pending);
+    m_context.given().notifier.notifyProposal(pending);
+    Q_EMIT m_context.face().pendingChanged();
+    Q_EMIT m_context.face().proposed(pending);
+}
+
+std::optional<PendingProposal> ProposalList::taken(std::string_view proposalID) {
+    const auto place = std::ranges::find(m_pending, proposalID,
+                                         [](const PendingProposal& pending) { return pending.proposal.id; });
+    if (place == m_pending.end()) {
+        m_context.fail(std::string(text("Cette proposition n'est plus d'actualité.")));
+        return std::nullopt;
+    }
+    return removed(place);
+}
+
+PendingProposal ProposalList::removed(std::vector<PendingProposal>::iterator place) {
+    PendingProposal pending = std::move(*place);
+    m_pending.erase(place);
+    m_changed.erase(pending.proposal.id);
+    m_context.given().notifier.removeProposal(pending.proposal.id);
+    Q_EMIT m_context.face().pendingChanged();
+    return pending;
+}
+
+void ProposalList::forget(const PendingProposal& pending) {
+    m_context.ledger().removePending(pending.proposal.id);
+    m_context.ledger().release(*pending.proposal.identity);
+}
+
+void ProposalList::accept(std::string_view proposalID, const std::optional<std::string>& title,
+                          AppModel::RecordDone done) {
+    const auto refuse = [&](std::string_view key) {
+        m_context.fail(std::string(text(key)));
+        if (done)
+            m_context.later([done, message = std::string(text(key))] { done(std::unexpected(message)); });
+    };
+    const auto place = std::ranges::find(m_pending, proposalID,
+                                         [](const PendingProposal& pending) { return pending.proposal.id; });
+    if (place == m_pending.end()) {
+        refuse("Cette proposition n'est plus d'actualité.");
+        return;
+    }
+    std::string baseName = place->proposal.baseName;
+    if (title) {
+        const auto rendered = m_context.pipeline().baseNameForUserTitle(*title, place->proposal);
+        if (!rendered) {
+            refuse("Titre vide.");
+            return;
+        }
+        baseName = *rendered;
+    }
+    PendingProposal pending = removed(place);
+    const Applier::Order order{pending.proposal, std::move(baseName)};
+    m_applier.apply(
+        order, [this, pending = std::move(pending), done = std::move(done)](const Applier::Result& applied) {
+            forget(pending);
+            if (!applied && applied.error().error == RenameError(RenameError::Case::identityMismatch))
+                m_nameAgain(pending.proposal.url, pending.folderID);
+            if (!done)
+                return;
+            if (applied)
+                done(applied->record);
+            else
+                done(std::unexpected(applied.error().message));
+        });
+}
+
+bool ProposalList::reject(std::string_view proposalID) {
+    auto pending = taken(proposalID);
+    if (!pending)
+        return false;
+    const auto& given = m_context.given();
+    const FileIdentity identity = *pending->proposal.identity;
+    m_context.onFiles(
+        [path = pending->proposal.url, identity, &disk = given.disk, &clock = given.clock] {
+            return FileTasks::mark(path, identity, ProcessedMarker::State::ignored, disk, clock);
+        },
+        [this, pending = *pending](const FileTasks::Marked& marked) {
+            if (marked.identity)
+                m_context.ledger().noteMark(
+                    *marked.identity,
+                    {.state = ProcessedMarker::State::ignored,
+                     .originalName = std::string(lastComponentOf(pending.proposal.url)),
+                     .date = m_context.given().clock.now()},
+                    marked.marked);
+            forget(pending);
+        });
+    return true;
+}
+
+void ProposalList::dropFolder(std::string_view folderID) {
+    for (std::size_t index = m_pending.size(); index-- > 0;)
+        if (m_pending[index].folderID == folderID)
+            drop(m_pending.begin() + static_cast<std::ptrdiff_t>(index));
+}
+
+void ProposalList::dropFile(const FileIdentity& identity) {
+    const auto place = std::ranges::find(
+        m_pending, identity, [](const PendingProposal& pending) { return pending.proposal.identity; });
+    if (place != m_pending.end())
+        drop(place);
+}
+
+void ProposalList::review() {
+    if (m_pending.empty())
+        return;
+    look(m_pending, [this](const std::vector<Look>& looks) {
+        for (const Look& look : looks)
+            judge(look);
+    });
+}
+
+void ProposalList::judge(const Look& look) {
+    const auto place = std::ranges::find(m_pending, look.proposalID,
+                                         [](const PendingProposal& pending) { return pending.proposal.id; });
+    if (place == m_pending.end())
+        return;
+    FileIdentity& known = *place->proposal.identity;
+    const bool isSame = look.current && isSameStoredFile(known, *look.current);
+    if (isSame && stoodStill(known, *look.current)) {
+        m_changed.erase(look.proposalID);
+        if (known != *look.current) { // its disk was away, and has another number now
+            m_context.ledger().release(known);
+            known = *look.current;
+            m_context.ledger().take(known);
+        }
+        return;
+    }
+    if (isSame) {
+        auto& seen = m_changed[look.proposalID];
+        if (std::exchange(seen, *look.current->state) != *look.current->state)
+            return; // perhaps it is being written
+    }
+    const std::string folderID = place->folderID;
+    drop(place);
+    if (look.current)
+        m_nameAgain(look.path, folderID);
+}
+
+} // namespace vesto

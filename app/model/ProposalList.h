@@ -1,0 +1,70 @@
+#pragma once
+#include "app/model/Applier.h"
+#include "app/model/ModelContext.h"
+#include "app/model/PendingProposal.h"
+
+#include <functional>
+#include <map>
+#include <optional>
+#include <set>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace vesto {
+
+/// What waits for the user's word, newest first. It outlives a restart; a file that changed or left takes its
+/// own proposal with it. Main thread.
+class ProposalList {
+public:
+    /// `nameAgain`: a file has changed since its proposal was made.
+    using NameAgain = std::function<void(const std::filesystem::path&, const std::string& folderID)>;
+
+    ProposalList(ModelContext& context, Applier& applier, NameAgain nameAgain)
+        : m_context(context)
+        , m_applier(applier)
+        , m_nameAgain(std::move(nameAgain)) {}
+
+    /// Takes up what an earlier run left, but for the proposals of folders not in `folderIDs`.
+    void restore(const std::set<std::string, std::less<>>& folderIDs);
+
+    [[nodiscard]] const std::vector<PendingProposal>& all() const { return m_pending; }
+
+    /// Its identity is in flight already, and stays so.
+    void add(PendingProposal pending);
+    void accept(std::string_view proposalID, const std::optional<std::string>& title,
+                AppModel::RecordDone done);
+    bool reject(std::string_view proposalID);
+    /// Drops those of a folder, unmarked.
+    void dropFolder(std::string_view folderID);
+    /// Drops that of a file that got a name otherwise.
+    void dropFile(const FileIdentity& identity);
+    /// Looks whether the files are still there as they were.
+    void review();
+
+private:
+    struct Look {
+        std::string proposalID;
+        std::filesystem::path path;
+        std::optional<FileIdentity> current{};
+    };
+
+    void look(const std::vector<PendingProposal>& proposals, std::function<void(std::vector<Look>)> back);
+    void finishRestore(std::vector<PendingProposal> stored, const std::vector<Look>& looks);
+    void judge(const Look& look);
+    /// Nothing, and the user is told, where it is no longer pending.
+    [[nodiscard]] std::optional<PendingProposal> taken(std::string_view proposalID);
+    /// Out of the list and the notification centre, not yet out of the store.
+    PendingProposal removed(std::vector<PendingProposal>::iterator place);
+    void forget(const PendingProposal& pending);
+    void drop(std::vector<PendingProposal>::iterator place) { forget(removed(place)); }
+
+    ModelContext& m_context;
+    Applier& m_applier;
+    NameAgain m_nameAgain;
+    std::vector<PendingProposal> m_pending;
+    /// How files that were changed looked last, by proposal: one is named again once it has stood still.
+    std::map<std::string, FileState, std::less<>> m_changed;
+};
+
+} // namespace vesto
