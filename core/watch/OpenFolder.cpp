@@ -60,6 +60,9 @@ bool OpenFolder::examine() {
     const auto magic = static_cast<std::uint32_t>(disk.f_type);
     m_isRemote = isRemoteKind(magic);
     m_identity.device = makedev(found.stx_dev_major, found.stx_dev_minor);
+    // There both may change under a folder that is first written to.
+    if (magic == OVERLAYFS_SUPER_MAGIC)
+        return true;
     if (!inventsInodes(magic))
         m_identity.inode = found.stx_ino;
     if ((found.stx_mask & STATX_BTIME) != 0)

@@ -17,7 +17,7 @@ public:
     /// Which folder a path leads to, as long as the machine runs.
     struct Identity {
         std::uint64_t device = 0;
-        std::uint64_t inode = 0; // 0 where inode numbers are invented
+        std::uint64_t inode = 0; // 0 where inode numbers do not last
         std::optional<FileTime> birth;
 
         bool operator==(const Identity&) const = default;

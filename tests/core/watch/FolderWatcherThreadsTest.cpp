@@ -1,6 +1,5 @@
 #include "core/support/Clock.h"
 #include "core/support/UniqueFd.h"
-#include "core/watch/FolderEvents.h"
 #include "tests/core/watch/WatchedFolder.h"
 
 #include <fcntl.h>
@@ -10,6 +9,7 @@
 #include <algorithm>
 #include <atomic>
 #include <cerrno>
+#include <semaphore>
 
 namespace vesto {
 namespace {
@@ -280,39 +280,56 @@ private:
 
 TEST(FolderWatcherThreads, LosesNothingInAFlood) {
     constexpr int count = 10'000;
-    for (const bool isQueueShort : {false, true}) {
-        const TestFolder folder;
-        Watched watched(folder.path());
-        std::optional<ShortQueue> queue;
-        if (isQueueShort) {
-            queue.emplace();
-            if (!queue->isShort)
-                GTEST_SKIP() << "the length of the system's queue may not be changed here";
-            const auto events = FolderEvents::of(folder.path());
-            for (int number = 0; number < 100; ++number)
-                write(folder / std::to_string(number), "");
-            bool isLost = false;
-            events->take([&](FolderEvents::Kind kind, auto) { isLost |= kind == FolderEvents::Kind::lost; });
-            ASSERT_TRUE(isLost);
-        }
-        ASSERT_TRUE(watched.start());
-        queue.reset();
-        std::atomic<bool> isOver = false;
-        std::thread writer([&] {
-            while (!isOver)
-                std::ofstream(folder / "log", std::ios::app) << "line\n";
-        });
-        Names expected{"log"};
-        for (int number = 0; number < count; ++number)
-            write(folder / expected.emplace_back("file " + std::to_string(number)), "");
-        EXPECT_TRUE(watched.reports.waitFor(expected.size()));
-        isOver = true;
-        writer.join();
-        auto names = watched.now();
-        std::ranges::sort(names);
-        std::ranges::sort(expected);
-        EXPECT_EQ(names, expected);
+    const TestFolder folder;
+    Watched watched(folder.path());
+    ASSERT_TRUE(watched.start());
+    std::atomic<bool> isOver = false;
+    std::thread writer([&] {
+        while (!isOver)
+            std::ofstream(folder / "log", std::ios::app) << "line\n";
+    });
+    Names expected{"log"};
+    for (int number = 0; number < count; ++number)
+        write(folder / expected.emplace_back("file " + std::to_string(number)), "");
+    EXPECT_TRUE(watched.reports.waitFor(expected.size()));
+    isOver = true;
+    writer.join();
+    auto names = watched.now();
+    std::ranges::sort(names);
+    std::ranges::sort(expected);
+    EXPECT_EQ(names, expected);
+}
+
+/// Events that mean nothing fill the queue while the watcher is held up; the one that counts is lost.
+TEST(FolderWatcherThreads, LooksWhereEventsWereLost) {
+    const TestFolder folder;
+    write(folder / "old.pdf", "x");
+    write(folder / "older.pdf", "x");
+    std::counting_semaphore<> isHeld{0};
+    std::counting_semaphore<> mayGoOn{0};
+    Reports reports;
+    FolderWatcher watcher({.url = folder.path(), .rescanInterval = 24h});
+    auto consumer = reports.consumer();
+    consumer.found = [&, found = consumer.found](const std::filesystem::path& path) {
+        found(path);
+        if (path.filename() != "hold.pdf")
+            return;
+        isHeld.release();
+        mayGoOn.acquire();
+    };
+    {
+        const ShortQueue queue;
+        if (!queue.isShort)
+            GTEST_SKIP() << "the length of the system's queue may not be changed here";
+        ASSERT_TRUE(watcher.start(consumer));
     }
+    write(folder / "hold.pdf", "x");
+    isHeld.acquire();
+    for (int round = 0; round < 20; ++round) // in turn, or they would be told as one
+        EXPECT_EQ(::chmod((folder / (round % 2 == 0 ? "old.pdf" : "older.pdf")).c_str(), 0600), 0);
+    write(folder / "new.pdf", "x");
+    mayGoOn.release();
+    EXPECT_TRUE(reports.waitFor("new.pdf"));
 }
 
 TEST(FolderWatcherThreads, MayBeStoppedAndDestroyedAtAnyTime) {
