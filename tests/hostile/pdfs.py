@@ -56,6 +56,11 @@ def cases():
         stream(b"/X Do /X Do", b"/Type/XObject/Subtype/Form/BBox[0 0 9 9]/Resources<</XObject<</X 6 0 R>>>>")]), ANY)
     doubling = [stream(b"/X Do /X Do", b"/Type/XObject/Subtype/Form/BBox[0 0 9 9]/Resources<</XObject<</X %d 0 R>>>>" % (7 + i)) for i in range(40)]
     yield Case("forms double.pdf", one_page(b"/X Do", b"/XObject<</X 6 0 R>>", more=[*doubling, stream(b"", b"/Type/XObject/Subtype/Form/BBox[0 0 9 9]")]), ANY)
+    pages = [catalog, b"<</Type/Pages/Kids[3 0 R 5 0 R]/Count 2>>",
+             b"<</Type/Page/Parent 2 0 R/MediaBox[0 0 595 842]/Contents 4 0 R/Resources<</Font<</F 6 0 R>>>>>>", stream(text("Bail du moulin")),
+             b"<</Type/Page/Parent 2 0 R/MediaBox[0 0 595 842]/Contents 7 0 R/Resources<</XObject<</X 8 0 R>>>>>>", FONT, stream(b"/X Do")]
+    doubling = [stream(b"/X Do /X Do", b"/Type/XObject/Subtype/Form/BBox[0 0 9 9]/Resources<</XObject<</X %d 0 R>>>>" % (9 + i)) for i in range(60)]
+    yield Case("second page without end.pdf", pdf([*pages, *doubling, stream(b"", b"/Type/XObject/Subtype/Form/BBox[0 0 9 9]")]), "Bail du moulin")
     yield Case("many operators.pdf", one_page(stream(zlib.compress(b"0 0 m 9 9 l S " * 2_000_000), b"/Filter/FlateDecode")), ANY)
     yield Case("save without end.pdf", one_page(stream(zlib.compress(b"q " * 5_000_000), b"/Filter/FlateDecode")), ANY)
     yield Case("enormous page.pdf", one_page(text("Grand plan du quartier"), box=b"0 0 200000000 200000000"), ANY)

@@ -17,6 +17,7 @@ public:
     [[nodiscard]] bool full() const { return m_room == 0; }
     [[nodiscard]] std::size_t characters() const { return maxCharacters - m_room; } // scalars
     [[nodiscard]] bool empty() const { return m_lines.empty(); }
+    [[nodiscard]] const std::vector<std::string>& lines() const { return m_lines; }
     [[nodiscard]] std::vector<std::string> take() { return std::move(m_lines); }
 
 private:

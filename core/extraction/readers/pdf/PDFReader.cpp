@@ -4,6 +4,7 @@
 #include "core/extraction/readers/FileBytes.h"
 #include "core/extraction/readers/LineCollector.h"
 #include "core/extraction/readers/ReadingLimits.h"
+#include "core/extraction/readers/TimedReading.h"
 #include "core/extraction/readers/pdf/PDFMetadata.h"
 #include "core/extraction/readers/pdf/PDFPage.h"
 #include "core/extraction/readers/pictures/PictureContent.h"
@@ -17,6 +18,7 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <functional>
 #include <limits>
 #include <memory>
 #include <optional>
@@ -77,9 +79,10 @@ void addPage(std::string_view text, LineCollector& lines) {
     lines.add(word);
 }
 
-/// The lines of its pages; nothing where none of the pages looked at could be opened.
-std::optional<std::vector<std::string>> readText(const poppler::document& document, int pages,
-                                                 int scanThreshold) {
+/// The lines of its pages, told after each; nothing where none of the pages looked at could be opened.
+std::optional<std::vector<std::string>>
+readText(const poppler::document& document, int pages, int scanThreshold,
+         const std::function<void(const std::vector<std::string>&)>& tell) {
     LineCollector lines;
     bool opened = false;
     for (int i = 0; i < std::min(pages, maxPagesOfScan); ++i) {
@@ -91,6 +94,7 @@ std::optional<std::vector<std::string>> readText(const poppler::document& docume
             continue;
         opened = true;
         addPage(visibleTextOfPage(*page, i == 0), lines);
+        tell(lines.lines());
     }
     if (!opened)
         return std::nullopt;
@@ -133,11 +137,13 @@ void recognizeFirstPage(const poppler::document& document, const ReadRequest& re
 
 constexpr std::uint64_t maxFileSize = std::numeric_limits<int>::max(); // bytes, which Poppler counts so
 
-} // namespace
+void findPeriod(ContentSummary& summary) {
+    summary.period = DocumentPeriodExtractor::period(fmt::format("{}", fmt::join(summary.lines, "\n")),
+                                                     !summary.textFromOCR);
+}
 
-std::expected<Reading, SummarizerError> summarizePDF(const ReadRequest& request,
-                                                     const PDFSummarizer& settings) {
-    silencePoppler();
+std::expected<Reading, SummarizerError> read(const ReadRequest& request, const PDFSummarizer& settings,
+                                             ReadingSoFar& soFar) {
     const auto unreadable = [&] { return std::unexpected(SummarizerError::unreadable(request.path)); };
     const auto bytes = FileBytes::map(request.fd, maxFileSize);
     if (!bytes)
@@ -147,27 +153,43 @@ std::expected<Reading, SummarizerError> summarizePDF(const ReadRequest& request,
         return unreadable();
     if (document->is_locked()) // before anything else: a locked document has no pages to count
         return std::unexpected(SummarizerError::locked(request.path));
-    const int pages = document->pages();
-    auto lines = readText(*document, pages, settings.scanThreshold);
-    if (!lines)
-        return unreadable();
 
     Reading reading;
     ContentSummary& summary = reading.summary;
     summary.kind = ContentSummary::Kind::pdf;
-    summary.pageCount = pages;
-    summary.lines = *std::move(lines);
-    if (isScan(summary.lines, settings.scanThreshold))
-        recognizeFirstPage(*document, request, settings, reading);
+    summary.pageCount = document->pages();
     summary.documentTitle = usablePDFTitle(textOfPDFString(unitsOf(document->info_key("Title"))));
     summary.date = dateOf(*document);
     if (!summary.date)
         summary.date = request.bestDate;
-    summary.period = DocumentPeriodExtractor::period(fmt::format("{}", fmt::join(summary.lines, "\n")),
-                                                     !summary.textFromOCR);
+    const auto tell = [&](const std::vector<std::string>& lines) {
+        Reading told = reading;
+        told.summary.lines = lines;
+        findPeriod(told.summary);
+        soFar.tell(std::move(told));
+    };
+    if (!summary.documentTitle.value_or("").empty())
+        tell({});
+    auto lines = readText(*document, document->pages(), settings.scanThreshold, tell);
+    if (!lines)
+        return unreadable();
+    summary.lines = *std::move(lines);
+    if (isScan(summary.lines, settings.scanThreshold))
+        recognizeFirstPage(*document, request, settings, reading);
+    findPeriod(summary);
     if (bytes->wasTruncated())
         return unreadable();
     return reading;
+}
+
+} // namespace
+
+std::expected<Reading, SummarizerError> summarizePDF(const ReadRequest& request,
+                                                     const PDFSummarizer& settings) {
+    silencePoppler();
+    return readInTime(request, [settings](const ReadRequest& own, ReadingSoFar& soFar) {
+        return read(own, settings, soFar);
+    });
 }
 
 std::optional<Raster> firstPageOfPDF(const ReadRequest& request, std::uint32_t maxSide) {

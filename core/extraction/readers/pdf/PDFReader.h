@@ -11,7 +11,8 @@ namespace vesto::readers {
 
 /// The text layer, page count, title and dates of a PDF; of a scan, which has hardly any text, what can be
 /// recognised on its first page. A file that only a password opens is `locked`; what is no PDF, or one
-/// without pages, is `unreadable`. Callable from any thread.
+/// without pages, is `unreadable`. What takes too long gives the pages before it; see
+/// `readInTime`. Callable from any thread.
 [[nodiscard]] std::expected<Reading, SummarizerError> summarizePDF(const ReadRequest& request,
                                                                    const PDFSummarizer& settings);
 
