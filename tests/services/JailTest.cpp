@@ -1,5 +1,6 @@
-#include "services/client/RemoteReader.h"
 #include "services/sandbox/Jail.h"
+
+#include "services/client/RemoteReader.h"
 #include "services/sandbox/SystemCalls.h"
 #include "tests/services/support/Escapes.h"
 #include "tests/services/support/Service.h"
