@@ -3,6 +3,7 @@
 #include "core/files/VolumeName.h"
 #include "core/support/UniqueFd.h"
 
+#include <dirent.h>
 #include <fcntl.h>
 #include <linux/magic.h>
 #include <linux/stat.h>
@@ -14,6 +15,7 @@
 
 #include <cerrno>
 #include <cstdio>
+#include <memory>
 
 namespace vesto {
 namespace {
@@ -75,6 +77,26 @@ public:
 
     Result unlink(const std::filesystem::path& path) override { return resultOf(::unlink(path.c_str())); }
 
+    std::expected<std::vector<std::string>, int> list(const std::filesystem::path& folder) override {
+        UniqueFd fd(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+        const std::unique_ptr<DIR, int (*)(DIR*)> stream(fd ? ::fdopendir(fd.get()) : nullptr, &::closedir);
+        if (!stream)
+            return std::unexpected(errno);
+        (void)fd.release(); // the stream's now
+        std::vector<std::string> names;
+        for (;;) {
+            errno = 0;
+            const dirent* entry = ::readdir(stream.get());
+            if (entry == nullptr && errno != 0)
+                return std::unexpected(errno);
+            if (entry == nullptr)
+                return names;
+            const std::string_view name = entry->d_name;
+            if (name != "." && name != "..")
+                names.emplace_back(name);
+        }
+    }
+
     Result syncFolder(const std::filesystem::path& folder) override {
         const UniqueFd fd(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
         if (!fd)
@@ -107,6 +129,10 @@ public:
 };
 
 } // namespace
+
+std::expected<std::vector<std::string>, int> Disk::list(const std::filesystem::path&) {
+    return std::unexpected(ENOSYS);
+}
 
 Disk& systemDisk() {
     static SystemDisk disk;

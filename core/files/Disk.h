@@ -8,6 +8,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace vesto {
 
@@ -51,6 +52,10 @@ public:
     [[nodiscard]] virtual Result link(const std::filesystem::path& existing,
                                       const std::filesystem::path& name) = 0;
     [[nodiscard]] virtual Result unlink(const std::filesystem::path& path) = 0;
+    /// The names of all entries but "." and "..", in no order. ENOSYS unless overridden.
+    [[nodiscard]] virtual std::expected<std::vector<std::string>, int>
+    list(const std::filesystem::path& folder);
+
     [[nodiscard]] virtual Result syncFolder(const std::filesystem::path& folder) = 0;
 
     [[nodiscard]] virtual std::expected<std::size_t, int> attributeSize(const std::filesystem::path& path,

@@ -28,8 +28,29 @@ std::expected<path, int> unusedTemporaryName(const path& beside, Disk& disk) {
     return std::unexpected(EBUSY);
 }
 
-/// Gives what stands under `temporary` its old name back, or the next free number of it. The name that it has
-/// in the end where that is not `name`.
+bool names(const path& name, const FileIdentity& file, Disk& disk) {
+    const auto found = FileIdentity::of(name, disk);
+    return found && isSameAcrossRename(file, *found);
+}
+
+/// For a temporary that was found to name the file that its witness names.
+bool unlinkTemporary(const path& temporary, Disk& disk) {
+    (void)disk.syncFolder(folderOf(temporary)); // the witness is on the disk before the other name goes
+    return disk.unlink(temporary).has_value();
+}
+
+} // namespace
+
+bool needsSecondName(const path& existing, Disk& disk) {
+    const auto probe = unusedTemporaryName(existing, disk);
+    const auto target = unusedTemporaryName(existing, disk);
+    if (!probe || !target || !disk.link(existing, *probe))
+        return false;
+    const auto renamed = disk.renameExclusively(*probe, *target);
+    (void)disk.unlink(renamed ? *target : *probe);
+    return !renamed && (renamed.error() == EINVAL || renamed.error() == ENOSYS);
+}
+
 std::optional<std::string> putBack(const path& temporary, const path& name, Disk& disk) {
     constexpr int lastNumber = 999;
     const std::string_view fileName = lastComponentOf(name);
@@ -52,14 +73,11 @@ std::optional<std::string> putBack(const path& temporary, const path& name, Disk
     }
 }
 
-bool names(const path& name, const FileIdentity& file, Disk& disk) {
-    const auto found = FileIdentity::of(name, disk);
-    return found && isSameAcrossRename(file, *found);
+bool removeTemporary(const path& temporary, const path& witness, const FileIdentity& file, Disk& disk) {
+    return names(temporary, file, disk) && names(witness, file, disk) && unlinkTemporary(temporary, disk);
 }
 
-/// Takes the name `name` from `file`, which `witness` names as well. The last name of a file is never
-/// removed, nor the name of another file that came under `name` meanwhile: a name is first moved aside, where
-/// nobody can swap it, and looked at there.
+// A name is first moved aside, where nobody can swap it, and looked at there.
 std::expected<void, RenameError> removeName(const path& name, const path& witness, const FileIdentity& file,
                                             Disk& disk) {
     const auto temporary = unusedTemporaryName(name, disk);
@@ -68,8 +86,7 @@ std::expected<void, RenameError> removeName(const path& name, const path& witnes
     if (const auto moved = disk.moveToSecretName(name, *temporary); !moved)
         return std::unexpected(RenameError::system(moved.error()));
     if (names(*temporary, file, disk) && names(witness, file, disk)) {
-        (void)disk.syncFolder(folderOf(name)); // the witness is on the disk before the other name goes
-        (void)disk.unlink(*temporary);         // else the file has a hidden name too many
+        (void)unlinkTemporary(*temporary, disk); // else the file has a hidden name too many
         return {};
     }
     RenameError error(RenameError::Case::identityMismatch);
@@ -77,6 +94,8 @@ std::expected<void, RenameError> removeName(const path& name, const path& witnes
         error = error.keeping({*std::move(kept)});
     return std::unexpected(std::move(error));
 }
+
+namespace {
 
 /// After a failure: takes back the second name `to`, given to the file that was `before` or to one that had
 /// come under its old name and stands as `witness` now. It stays where it has become the only name of the

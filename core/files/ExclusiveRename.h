@@ -5,6 +5,8 @@
 
 #include <expected>
 #include <filesystem>
+#include <optional>
+#include <string>
 #include <string_view>
 
 namespace vesto {
@@ -27,6 +29,30 @@ inline constexpr std::string_view temporaryNamePrefix = ".vesto-rename-";
 [[nodiscard]] std::expected<void, RenameError> renameExclusively(const std::filesystem::path& from,
                                                                  const std::filesystem::path& to,
                                                                  const FileIdentity& before, Disk& disk);
+
+// What is left to do where that was interrupted. None of these takes the last name from a file; `file` is its
+// identity as it is now.
+
+/// Whether the disk of `existing` needs the second name: asked by means of another name of it, which is gone
+/// in the end. No where it cannot be found out.
+[[nodiscard]] bool needsSecondName(const std::filesystem::path& existing, Disk& disk);
+
+/// Takes the name `name` from `file`, which `witness` names as well. Fails with `system`, or with
+/// `identityMismatch` where one of the names is another file's; then that one keeps its name.
+[[nodiscard]] std::expected<void, RenameError> removeName(const std::filesystem::path& name,
+                                                          const std::filesystem::path& witness,
+                                                          const FileIdentity& file, Disk& disk);
+
+/// The same for a name that begins with `temporaryNamePrefix`. Whether it is gone.
+[[nodiscard]] bool removeTemporary(const std::filesystem::path& temporary,
+                                   const std::filesystem::path& witness, const FileIdentity& file,
+                                   Disk& disk);
+
+/// Gives what stands under `temporary` the name `name`, or the next free number of it: the name that it has
+/// in the end where that is another one, which may still be the temporary's. Nothing as well where it is
+/// gone.
+[[nodiscard]] std::optional<std::string> putBack(const std::filesystem::path& temporary,
+                                                 const std::filesystem::path& name, Disk& disk);
 
 /// A rename that ends with a look at the file under its new name: it must be `before` still, else it is
 /// renamed back and the error is `identityMismatch`. Gives the identity under the new name.

@@ -24,6 +24,7 @@ public:
     int exclusiveAnswer = 0; // what it says to an exclusive rename, where it knows none
     int linkAnswer = 0;
     int attributeAnswer = 0;
+    int listAnswer = 0;
     bool invents = false; // inode numbers follow the name
 
     /// Asked before each call with its number, from 1: an error number makes the call fail. It may also play
@@ -103,6 +104,19 @@ public:
             return std::unexpected(error);
         files.erase(path.native());
         return {};
+    }
+
+    std::expected<std::vector<std::string>, int> list(const std::filesystem::path& folder) override {
+        ++calls;
+        if (const int error = beforeCall ? beforeCall(calls) : 0)
+            return std::unexpected(error);
+        if (listAnswer != 0)
+            return std::unexpected(listAnswer);
+        std::vector<std::string> names;
+        for (const auto& [path, file] : files)
+            if (folderOf(path) == folder)
+                names.emplace_back(lastComponentOf(path));
+        return names;
     }
 
     Result syncFolder(const std::filesystem::path&) override {
