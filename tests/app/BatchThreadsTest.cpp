@@ -1,0 +1,138 @@
+#include "app/model/Batch.h"
+#include "core/files/ProcessedMarker.h"
+#include "tests/app/support/World.h"
+
+#include <gtest/gtest.h>
+
+namespace vesto {
+namespace {
+
+std::vector<std::string> linesOf(const Batch& batch) {
+    std::vector<std::string> lines;
+    for (const BatchLine& line : batchLines(batch))
+        lines.push_back(line.text);
+    return lines;
+}
+
+TEST(BatchThreads, AnalysesRenamesAndUndoes) {
+    World world;
+    const auto mark = [&](std::string_view name, ProcessedMarker::State state) {
+        ASSERT_TRUE(
+            ProcessedMarker::write(write(world.folder / name, "Texte déjà vu"), state, name, Instant{}));
+    };
+    write(world.folder / "scan0001.txt", "Facture EDF octobre Montpellier");
+    write(world.folder / "scan0002.txt", "Devis de toiture Montpellier");
+    write(world.folder / "scan0003.txt", "rien");
+    write(world.folder / "scan0004.txt", "illisible");
+    write(world.folder / "Vacances en Bretagne.txt", "Plan de route");
+    write(world.folder / "film.part", "");
+    mark("scan0005.txt", ProcessedMarker::State::skipped);
+    mark("scan0006.txt", ProcessedMarker::State::ignored);
+    std::filesystem::create_directory(world.folder / "Archives");
+    std::filesystem::create_directory(world.folder / ".cache");
+    ASSERT_TRUE(world.settings.setAutoThreshold(0.55));
+    world.start(AppModel::Watching::none);
+
+    const std::string id = world.model->startBatch(world.folder.path());
+    EXPECT_EQ(batchStatus(*world.model->batch()), "Analyse en cours…");
+    ASSERT_TRUE(world.eventually([&] { return !world.model->batch()->isAnalysing(); }));
+    const Batch& batch = *world.model->batch();
+    EXPECT_EQ(linesOf(batch),
+              (std::vector<std::string>{
+                  "Nom déjà parlant : 1 fichier", "Sans résultat lors d'un passage précédent : 1 fichier",
+                  "Sans titre exploitable, texte illisible ou trop pauvre : 1 fichier",
+                  "Déjà traité par Vesto (renommage, annulation ou refus) : 1 fichier",
+                  "Sous-dossiers non parcourus, à ajouter comme dossiers surveillés : 1 fichier"}));
+    ASSERT_EQ(batch.items.size(), 2);
+    EXPECT_EQ(batch.selectedCount(), 2);
+
+    world.model->analyseAlso(AlsoAnalyse::wellNamed);
+    world.model->analyseAlso(AlsoAnalyse::noTitleBefore);
+    ASSERT_TRUE(world.eventually([&] { return world.model->batch()->items.size() == 4; }));
+    EXPECT_EQ(linesOf(batch).size(), 3);
+
+    world.model->setItemTitle(batch.items[1].proposal.id, "  ");
+    world.model->setItemSelected(batch.items[2].proposal.id, false);
+    world.model->setItemTitle(batch.items[3].proposal.id, "Mon titre");
+    world.model->setItemSelected(batch.items[3].proposal.id, true);
+    bool isDone = false;
+    world.model->renameSelected([&] { isDone = true; });
+    ASSERT_TRUE(world.eventually([&] { return isDone; }));
+    EXPECT_EQ(batch.items[0].state,
+              decltype(Batch::Item::state)(Batch::Renamed{"Facture EDF octobre Montpellier.txt"}));
+    EXPECT_EQ(batch.items[1].state, decltype(Batch::Item::state)(Batch::Failed{"Titre vide."}));
+    EXPECT_TRUE(batch.items[2].isProposed());
+    EXPECT_EQ(batch.items[3].state, decltype(Batch::Item::state)(Batch::Renamed{"Mon titre.txt"}));
+    const auto records = world.store->batch(id);
+    ASSERT_TRUE(records);
+    EXPECT_EQ(records->size(), 2);
+
+    isDone = false;
+    std::filesystem::remove(world.folder / "Mon titre.txt"); // one failure stops no other
+    world.model->undoBatch(id, [&] { isDone = true; });
+    ASSERT_TRUE(world.eventually([&] { return isDone; }));
+    EXPECT_EQ(world.errors.back(), "Annulation impossible : Le fichier n'existe plus.");
+    EXPECT_TRUE(namesIn(world.folder.path()).contains("scan0001.txt"));
+}
+
+TEST(BatchThreads, SkipsTheRestOnceItIsClosed) {
+    World world;
+    for (int number = 0; number < 20; ++number)
+        write(world.folder / ("scan" + std::to_string(number) + ".txt"), "Facture EDF octobre Montpellier");
+    world.start(AppModel::Watching::none);
+    world.reading->isHeld = true;
+    world.model->startBatch(world.folder.path());
+    ASSERT_TRUE(world.eventually([&] { return world.reading->count == 1; }));
+    world.model->closeBatch();
+    world.reading->isHeld = false;
+    ASSERT_TRUE(world.eventually([&] { return world.isQuiet(); }));
+    EXPECT_EQ(world.reading->count, 1);
+    EXPECT_EQ(world.model->batch(), nullptr);
+
+    world.model->startBatch(world.home / "nulle part");
+    ASSERT_TRUE(world.eventually([&] { return world.model->batch() == nullptr; }));
+    EXPECT_EQ(world.errors, std::vector<std::string>{"Accès perdu à « nulle part ». Ajoutez-le à nouveau."});
+}
+
+TEST(BatchThreads, SaysWhatIsWrongWithAFolder) {
+    World world;
+    world.start(AppModel::Watching::none);
+    const auto inner = world.folder / "Dedans";
+    std::filesystem::create_directory(inner);
+    std::filesystem::create_directory_symlink(world.folder.path(), world.home / "lien");
+    write(world.home / "fichier", "");
+    using Kind = FolderNote::Kind;
+    struct Row {
+        std::filesystem::path path;
+        std::vector<Kind> notes;
+        bool isAdded;
+    };
+    const std::vector<Row> rows{{world.folder.path(), {}, true},
+                                {world.folder.path() / "", {Kind::alreadyWatched}, false},
+                                {world.home / "lien", {Kind::alreadyWatched}, false},
+                                {inner, {Kind::insideAnother}, true},
+                                {world.home / "fichier", {Kind::notFolder}, false},
+                                {world.home / "rien", {Kind::missing}, false}};
+    for (const Row& row : rows) {
+        SCOPED_TRACE(row.path);
+        std::optional<std::vector<Kind>> kinds;
+        bool isAdded = false;
+        world.model->addFolder(row.path, [&](const auto& folder, const std::vector<FolderNote>& notes) {
+            kinds.emplace();
+            for (const FolderNote& note : notes)
+                kinds->push_back(note.kind);
+            isAdded = folder.has_value();
+        });
+        ASSERT_TRUE(world.eventually([&] { return kinds.has_value(); }));
+        EXPECT_EQ(*kinds, row.notes);
+        EXPECT_EQ(isAdded, row.isAdded);
+    }
+    EXPECT_EQ(namesIn(world.folder.path()), std::set<std::string>{"Dedans"}); // the probe is gone
+
+    world.disk.refusesAttributes = true;
+    EXPECT_EQ(checkDiskOf(inner, world.disk).size(), 1);
+    EXPECT_EQ(checkDiskOf(inner, world.disk).front().kind, Kind::noAttributes);
+}
+
+} // namespace
+} // namespace vesto
