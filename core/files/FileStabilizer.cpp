@@ -3,7 +3,6 @@
 #include "core/files/FileName.h"
 
 #include <string>
-#include <utility>
 
 namespace vesto {
 namespace {
@@ -43,9 +42,9 @@ private:
 
 } // namespace
 
-FileStabilizer::Settling FileStabilizer::settle(const std::filesystem::path& path, std::stop_token stop,
-                                                std::optional<Look> earlier, Disk& disk,
-                                                const Clock& clock) const {
+FileStabilizer::Settling FileStabilizer::settle(const std::filesystem::path& path,
+                                                const std::stop_token& stop, std::optional<Look> earlier,
+                                                Disk& disk, const Clock& clock) const {
     nanoseconds now = clock.sinceBoot();
     const nanoseconds deadline = now + timeout;
     Wait wait(path, disk);
@@ -73,9 +72,9 @@ FileStabilizer::Settling FileStabilizer::settle(const std::filesystem::path& pat
     }
 }
 
-bool FileStabilizer::waitUntilStable(const std::filesystem::path& path, std::stop_token stop, Disk& disk,
-                                     const Clock& clock) const {
-    return settle(path, std::move(stop), std::nullopt, disk, clock).end == End::stable;
+bool FileStabilizer::waitUntilStable(const std::filesystem::path& path, const std::stop_token& stop,
+                                     Disk& disk, const Clock& clock) const {
+    return settle(path, stop, std::nullopt, disk, clock).end == End::stable;
 }
 
 } // namespace vesto

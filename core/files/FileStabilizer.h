@@ -39,12 +39,12 @@ struct FileStabilizer {
 
     /// Blocks. A document that an office program holds open (its lock file stands beside it) counts as one
     /// that changes.
-    [[nodiscard]] Settling settle(const std::filesystem::path& path, std::stop_token stop = {},
+    [[nodiscard]] Settling settle(const std::filesystem::path& path, const std::stop_token& stop = {},
                                   std::optional<Look> earlier = std::nullopt, Disk& disk = systemDisk(),
                                   const Clock& clock = systemClock()) const;
 
     /// Whether it ended `stable`.
-    [[nodiscard]] bool waitUntilStable(const std::filesystem::path& path, std::stop_token stop = {},
+    [[nodiscard]] bool waitUntilStable(const std::filesystem::path& path, const std::stop_token& stop = {},
                                        Disk& disk = systemDisk(), const Clock& clock = systemClock()) const;
 };
 

@@ -43,7 +43,7 @@ std::expected<FolderEvents, int> FolderEvents::of(const std::filesystem::path& f
 
 void FolderEvents::take(const std::function<void(Kind, std::string_view name)>& handler) const {
     constexpr int readsAtOnce = 16;
-    alignas(inotify_event) std::array<char, 16 * 1024> buffer;
+    alignas(inotify_event) std::array<char, 16'384> buffer;
     for (int reads = 0; reads < readsAtOnce; ++reads) {
         const ssize_t got = ::read(m_fd.get(), buffer.data(), buffer.size());
         if (got <= 0)

@@ -31,7 +31,7 @@ bool SecondReports::takeNews() {
         waiting.isDue = waiting.reason == Fruitless::replaced;
         waiting.wasClosedBefore = m_closedLately.contains(name) || m_closedEarlier.contains(name);
         isAnyDue = isAnyDue || isDue(name, waiting);
-        m_waiting.insert_or_assign(std::move(name), std::move(waiting));
+        m_waiting.insert_or_assign(std::move(name), waiting);
     }
     return isAnyDue;
 }
