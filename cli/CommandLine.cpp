@@ -94,7 +94,8 @@ void declareModelVerbs(CLI::App& model, Words& words, Options& options) {
     };
     CLI::App& list = verb("list", ModelAction::list, "Montre les modèles, et celui qui sert");
     addJson(list, options);
-    CLI::App& add = verb("add", ModelAction::add, "Essaie un fichier GGUF et l'ajoute");
+    CLI::App& add =
+        verb("add", ModelAction::add, "Essaie un modèle (GGUF ; whisper.cpp pour la parole) et l'ajoute");
     addPaths(add, words, "Le fichier");
     add.add_flag("--link", options.link, "Fait un lien au lieu d'une copie");
     CLI::App& remove = verb("remove", ModelAction::remove, "Retire un modèle");
@@ -144,7 +145,7 @@ void declareVerbs(CLI::App& app, Words& words, Options& options) {
     addPaths(undoVerb, words, filesOrFolders);
     addJson(undoVerb, options);
 
-    declareModelVerbs(verb("model", "Gère le modèle de langage local"), words, options);
+    declareModelVerbs(verb("model", "Gère les modèles locaux, des titres et de la parole"), words, options);
 
     CLI::App& genericVerb = verb("generic", "Dit si un nom de fichier est générique");
     genericVerb.add_option("NOM", words.names, "Noms de fichiers, avec ou sans extension");

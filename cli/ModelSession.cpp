@@ -10,27 +10,29 @@
 
 namespace vesto::cli {
 
-namespace {
-
-std::string_view wordsOf(RemoteLanguageModel::Obstacle obstacle) {
+std::string_view wordsOf(ModelObstacle obstacle) {
     switch (obstacle) {
-    case RemoteLanguageModel::Obstacle::none:
+    case ModelObstacle::none:
         break;
-    case RemoteLanguageModel::Obstacle::noFile:
-        return text("le fichier ne peut pas être lu.");
-    case RemoteLanguageModel::Obstacle::refused:
-        return text("le moteur ne prend pas ce fichier : il est tronqué, ou d'un genre inconnu.");
-    case RemoteLanguageModel::Obstacle::memory:
-        return text("il n'y a pas assez de mémoire libre pour ce modèle.");
-    case RemoteLanguageModel::Obstacle::noEngine:
+    case ModelObstacle::noFile:
+        return text("le fichier ne peut pas être lu. Vérifiez ses droits d'accès.");
+    case ModelObstacle::refused:
+        return text("le moteur ne prend pas ce fichier : il est tronqué, ou d'un genre inconnu. "
+                    "Téléchargez-le de nouveau, ou prenez un autre modèle.");
+    case ModelObstacle::memory:
+        return text("il n'y a pas assez de mémoire libre pour ce modèle. Fermez des programmes, ou prenez un "
+                    "modèle plus petit.");
+    case ModelObstacle::noEngine:
         return text("cette version de Vesto n'a pas de moteur pour les modèles.");
-    case RemoteLanguageModel::Obstacle::noJail:
+    case ModelObstacle::noJail:
         return text("ce système ne permet pas d'isoler le moteur du modèle.");
-    case RemoteLanguageModel::Obstacle::dies:
-        return text("le moteur s'arrête sans cesse avec ce modèle.");
+    case ModelObstacle::dies:
+        return text("le moteur s'arrête sans cesse avec ce modèle. Prenez un autre modèle.");
     }
     return {};
 }
+
+namespace {
 
 /// Whether it is worth getting ready; asking sets off loading.
 bool mayServe(LanguageModel& model) {

@@ -4,6 +4,7 @@
 #include "core/naming/FoundationNameGenerator.h"
 #include "core/naming/LanguageModel.h"
 #include "core/naming/TitleGenerating.h"
+#include "services/client/ModelObstacle.h"
 
 #include <chrono>
 #include <cstdint>
@@ -16,6 +17,9 @@
 #include <utility>
 
 namespace vesto::cli {
+
+/// Why a model cannot be used and what to do, in French; empty where nothing is in the way.
+[[nodiscard]] std::string_view wordsOf(ModelObstacle obstacle);
 
 /// The language model in one file, through its host.
 struct LocalModel {

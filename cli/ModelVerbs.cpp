@@ -1,6 +1,7 @@
 #include "cli/Messages.h"
 #include "cli/ModelSession.h"
 #include "cli/Report.h"
+#include "cli/SpokenWords.h"
 #include "cli/Targets.h"
 #include "cli/Verbs.h"
 #include "core/naming/NamingPipeline.h"
@@ -86,29 +87,40 @@ ContentSummary trialSummary() {
             .period = DocumentPeriodExtractor::Period{.month = 10, .year = 2026}};
 }
 
+void show(const ModelFolder::Model& model, bool isSpeech, bool isUsed, const Options& options,
+          std::ostream& out) {
+    if (options.json) {
+        Json record;
+        record["name"] = model.name;
+        record["bytes"] = model.bytes;
+        record["link"] = model.isLink;
+        record["used"] = isUsed;
+        record["kind"] = isSpeech ? "speech" : "language";
+        out << writeJson(record) << '\n';
+        return;
+    }
+    out << printable(model.name) << ", " << sizeWords(model.bytes);
+    if (model.isLink)
+        out << text(model.bytes == 0 ? ", lien rompu" : ", lien");
+    if (isUsed)
+        out << (isSpeech ? text(" : transcrit la parole") : text(" : c'est lui qui sert"));
+    out << '\n';
+}
+
 ExitStatus list(const ModelFolder& models, const Options& options, std::ostream& out) {
     const auto all = models.models();
     const auto used = models.used();
-    for (const ModelFolder::Model& model : all) {
-        const bool isUsed = models.isEnabled() && used == model;
-        if (options.json) {
-            Json record;
-            record["name"] = model.name;
-            record["bytes"] = model.bytes;
-            record["link"] = model.isLink;
-            record["used"] = isUsed;
-            out << writeJson(record) << '\n';
-            continue;
-        }
-        out << printable(model.name) << ", " << sizeWords(model.bytes);
-        if (model.isLink)
-            out << text(model.bytes == 0 ? ", lien rompu" : ", lien");
-        out << (isUsed ? text(" : c'est lui qui sert") : std::string_view{}) << '\n';
-    }
+    const auto speech = models.speech();
+    for (const ModelFolder::Model& model : all)
+        show(model, false, models.isEnabled() && used == model, options, out);
+    if (speech)
+        show(*speech, true, speech->bytes > 0, options, out);
     if (options.json)
         return ExitStatus::done;
-    if (all.empty())
-        out << text("Aucun modèle. « vesto model add FICHIER » en ajoute un (format GGUF).") << '\n';
+    if (all.empty() && !speech)
+        out << text("Aucun modèle. « vesto model add FICHIER » en ajoute un : GGUF pour les titres, "
+                    "whisper.cpp pour la parole.")
+            << '\n';
     else if (!models.isEnabled())
         out << text("Le modèle est hors service. « vesto model on » le remet en service.") << '\n';
     return ExitStatus::done;
@@ -127,6 +139,8 @@ bool tryModel(const std::filesystem::path& file, const std::string& name, const 
     const auto title = witness.title(trialSummary(), {});
     if (!title) {
         refuse(err, name, reasonOf(title.error()));
+        if (options.verbose && title.error().code != Code::modelUnavailable && !title.error().message.empty())
+            err << text("Le moteur dit : ") << printable(title.error().message) << '\n';
         return false;
     }
     out << printable(name) << " : " << factsWords(session.facts()) << '\n'
@@ -145,13 +159,18 @@ ExitStatus add(const ModelFolder& models, const Options& options, std::ostream& 
     const auto name = models.nameFor(file);
     if (!name)
         return refuse(err, shownName(file), name.error().message());
-    if (!tryModel(file, *name, options, out, err))
+    const bool isSpeech = *name == ModelFolder::speechName;
+    if (isSpeech ? !trySpeech(file, out, err) : !tryModel(file, *name, options, out, err))
         return ExitStatus::notAllDone;
     const bool isFirst = !models.used();
     const auto added = models.add(file, options.link ? ModelFolder::Way::link : ModelFolder::Way::copy);
     if (!added)
         return refuse(err, *name, added.error().message());
     out << printable(*added) << text(" : ajouté.") << '\n';
+    if (isSpeech) {
+        out << text("La parole des enregistrements et des films est transcrite.") << '\n';
+        return ExitStatus::done;
+    }
     // Chosen by name, so that a later one does not take its place by the alphabet.
     if (isFirst && models.use(*added))
         out << text("C'est lui qui sert.") << '\n';

@@ -1,6 +1,8 @@
 #include "cli/ReadingSession.h"
 
 #include "cli/Messages.h"
+#include "cli/SpokenWords.h"
+#include "core/files/ModelFolder.h"
 #include "core/support/Text.h"
 
 #include <algorithm>
@@ -55,7 +57,12 @@ Summarizer ReadingSession::summarizer() {
     if (m_verbose)
         events.onStage = [this](const auto& path, ReadingStage stage) { tellStage(path, stage); };
     events.onMissingLanguages = [this](const auto& languages) { tellMissing(languages); };
-    return {{"fr-FR", "en-US"}, m_reader, nullptr, std::move(events)};
+    const ModelFolder models;
+    const auto speech = models.path().is_absolute() ? models.speech() : std::nullopt;
+    std::shared_ptr<SpeechTranscribing> transcriber;
+    if (speech)
+        transcriber = std::make_shared<SpokenWords>(models.pathOf(*speech), m_verbose, m_err);
+    return {{"fr-FR", "en-US"}, m_reader, std::move(transcriber), std::move(events)};
 }
 
 void ReadingSession::tellStart(const std::filesystem::path& path) {

@@ -26,6 +26,7 @@ public:
     [[nodiscard]] bool begin(bool offline);
 
     /// Reads through the reader and tells of its doings; must not outlive the session.
+    /// What is said in recordings is heard where this user has a model of speech.
     [[nodiscard]] Summarizer summarizer();
 
     /// With --verbose: this file's turn has come.

@@ -1,4 +1,5 @@
-# vesto_engine: what runs the language model, where there is any. VESTO_MODEL says where it comes from:
+# vesto_engine: what runs the language model, and vesto_speech, which turns speech into text with the same libraries for
+# sums, where there are any. VESTO_MODEL says where they come from:
 #
 #   prebuilt  as built by others for every kind of processor, got by tools/get_engines into the build folder
 #   source    the same version, built here for this processor (10 minutes or more)
@@ -21,6 +22,21 @@ function(vesto_engine_libraries include)
   target_link_libraries(vesto_engine INTERFACE ${ARGN})
 endfunction()
 
+# Sources that others wrote, so no warnings; nor sanitizers, as for the libraries. Fast in every kind of build.
+function(vesto_speech_sources folder)
+  add_library(vesto_speech STATIC ${folder}/whisper.cpp)
+  target_include_directories(vesto_speech SYSTEM INTERFACE ${folder})
+  target_link_libraries(vesto_speech PUBLIC vesto_engine)
+  target_compile_options(vesto_speech PRIVATE -w -O3 -fstack-protector-strong)
+  if(VESTO_SANITIZE)
+    target_compile_options(vesto_speech PRIVATE -fno-sanitize=all)
+  endif()
+  # Its sums are done where services/model can stop them.
+  target_compile_definitions(vesto_speech PRIVATE WHISPER_VERSION="1.9.1"
+    ggml_backend_init_by_type=vesto_processor_for_speech)
+  set_target_properties(vesto_speech PROPERTIES CXX_STANDARD 17)
+endfunction()
+
 function(vesto_get_engines kind result)
   execute_process(COMMAND python3 ${CMAKE_SOURCE_DIR}/tools/get_engines ${VESTO_ENGINES_FOLDER}/${kind} ${kind}
     RESULT_VARIABLE status ERROR_VARIABLE reason ERROR_STRIP_TRAILING_WHITESPACE)
@@ -39,6 +55,7 @@ if(VESTO_MODEL STREQUAL "prebuilt")
   file(GLOB libraries ${engine}/lib/libllama.* ${engine}/lib/libggml.* ${engine}/lib/libggml-base.*)
   if(got AND libraries)
     vesto_engine_libraries(${engine}/include ${libraries})
+    vesto_speech_sources(${engine}/whisper)
     install(DIRECTORY ${engine}/lib/ DESTINATION libexec/vesto/engine)
     install(DIRECTORY ${engine}/licenses/ DESTINATION share/doc/vesto/licenses)
     set(found prebuilt)
@@ -56,18 +73,24 @@ elseif(VESTO_MODEL STREQUAL "source")
         -DLLAMA_BUILD_SERVER=OFF -DLLAMA_BUILD_APP=OFF)
     vesto_engine_libraries("${engine}/llama.cpp/include;${engine}/llama.cpp/ggml/include" ${libraries})
     add_dependencies(vesto_engine engine_sources)
+    vesto_speech_sources(${engine}/whisper)
     install(DIRECTORY ${made}/lib/ DESTINATION libexec/vesto/engine)
     set(found source)
   endif()
 elseif(VESTO_MODEL STREQUAL "system")
   find_path(LLAMA_INCLUDE_FOLDER llama.h)
+  find_path(WHISPER_INCLUDE_FOLDER whisper.h)
+  find_library(ENGINE_whisper whisper)
   set(libraries)
   foreach(name llama ggml ggml-base)
     find_library(ENGINE_${name} ${name})
     list(APPEND libraries ${ENGINE_${name}})
   endforeach()
-  if(LLAMA_INCLUDE_FOLDER AND NOT libraries MATCHES NOTFOUND)
+  if(LLAMA_INCLUDE_FOLDER AND WHISPER_INCLUDE_FOLDER AND ENGINE_whisper AND NOT libraries MATCHES NOTFOUND)
     vesto_engine_libraries(${LLAMA_INCLUDE_FOLDER} ${libraries})
+    add_library(vesto_speech INTERFACE)
+    target_include_directories(vesto_speech SYSTEM INTERFACE ${WHISPER_INCLUDE_FOLDER})
+    target_link_libraries(vesto_speech INTERFACE ${ENGINE_whisper} vesto_engine)
     set(found system)
   endif()
 endif()

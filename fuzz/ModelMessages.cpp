@@ -20,6 +20,15 @@ void checkReport(const ipc::ModelReport& report) {
     if (const auto* answered = std::get_if<ipc::ModelAnswered>(&report))
         VESTO_ASSERT(valid(answered->title) && answered->title.size() <= ipc::limits::titleBytes &&
                      answered->total.count() >= 0);
+    if (const auto* transcribed = std::get_if<ipc::SoundTranscribed>(&report)) {
+        std::size_t bytes = 0;
+        for (const std::string& line : transcribed->lines) {
+            VESTO_ASSERT(valid(line));
+            bytes += line.size();
+        }
+        VESTO_ASSERT(valid(transcribed->language) && bytes <= ipc::limits::spokenBytes &&
+                     transcribed->lines.size() <= ipc::limits::spokenLines);
+    }
     // What was accepted fits a packet and is accepted again, as the same.
     const std::string bytes = ipc::encode(report);
     VESTO_ASSERT(bytes.size() <= ipc::limits::reportBytes);
@@ -37,8 +46,11 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
             checkReport(*report);
         break;
     case 1:
-        if (const auto order = ipc::decodeModelOrder(input.rest()))
+        if (const auto order = ipc::decodeModelOrder(input.rest())) {
+            if (const auto* sound = std::get_if<ipc::TranscribeSound>(&*order))
+                VESTO_ASSERT(sound->samples <= ipc::limits::heardSamples);
             VESTO_ASSERT(ipc::decodeModelOrder(ipc::encode(*order)) == order);
+        }
         break;
     default:
         if (const auto greeting = ipc::decodeModelGreeting(input.rest()))

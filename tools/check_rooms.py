@@ -45,7 +45,7 @@ FOREIGN = [
      "the sandbox stays in services/sandbox"),
     (r"dlfcn\.h$", ("services/reader/modules/", "services/model/"),
      "modules are loaded in services/reader/modules; the language model's engine names its folder"),
-    (r"(llama|ggml|gguf)", ("services/model/", "tests/model/"), "the language model's engine stays in services/model"),
+    (r"(llama|ggml|gguf|whisper)", ("services/model/", "tests/model/"), "the models' engines stay in services/model"),
     (r"CLI/", ("cli/",), "CLI11 stays in cli"),
     (r"(gtest|gmock)/", ("tests/",), "GoogleTest stays in tests"),
     (r"benchmark/", ("bench/",), "Google Benchmark stays in bench"),

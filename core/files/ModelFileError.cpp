@@ -15,8 +15,10 @@ std::string ModelFileError::message() const {
         return std::string(text("Ce fichier n'existe pas."));
     case Code::notRegular:
         return std::string(text("Ce n'est pas un fichier ordinaire."));
-    case Code::notGGUF:
-        return std::string(text("Ce fichier n'est pas un modèle au format GGUF."));
+    case Code::noModel:
+        return std::string(
+            text("Ce fichier n'est pas un modèle : il faut un fichier GGUF (titres) ou un modèle "
+                 "de whisper.cpp (parole)."));
     case Code::nameUnusable:
         return std::string(text("Ce nom ne convient pas à un modèle : renommez d'abord le fichier."));
     case Code::nameTaken:

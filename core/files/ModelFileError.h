@@ -8,7 +8,7 @@ struct ModelFileError {
     enum class Code {
         missing,      // no such file
         notRegular,   // a folder, a device
-        notGGUF,      // its first bytes are not a GGUF file's
+        noModel,      // its first bytes are neither a GGUF file's nor a whisper.cpp model's
         nameUnusable, // not UTF-8, hidden, or with a character that a list cannot show
         nameTaken,    // the folder has another of that name
         noSpace,

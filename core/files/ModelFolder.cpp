@@ -59,8 +59,13 @@ bool isUsableName(std::string_view name) {
     return true;
 }
 
-/// Open for reading, a regular file that begins as a GGUF file does.
-std::expected<UniqueFd, ModelFileError> openedModel(const fs::path& file) {
+struct OpenModel {
+    UniqueFd fd;
+    bool isSpeech = false;
+};
+
+/// Open for reading, a regular file that begins as a model does.
+std::expected<OpenModel, ModelFileError> openedModel(const fs::path& file) {
     UniqueFd fd(::open(file.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
     if (!fd)
         return systemFailure(errno);
@@ -73,9 +78,11 @@ std::expected<UniqueFd, ModelFileError> openedModel(const fs::path& file) {
     const ssize_t size = ::pread(fd.get(), magic.data(), magic.size(), 0);
     if (size < 0)
         return systemFailure(errno);
-    if (std::string_view(magic.data(), static_cast<std::size_t>(size)) != "GGUF")
-        return failure(Code::notGGUF);
-    return fd;
+    const std::string_view begin(magic.data(), static_cast<std::size_t>(size));
+    const bool isSpeech = begin == "lmgg"; // a number, its lowest byte first
+    if (!isSpeech && begin != "GGUF")
+        return failure(Code::noModel);
+    return OpenModel{std::move(fd), isSpeech};
 }
 
 /// Copies at most `bytes` from where both stand; what was copied, 0 at the end, negative with errno.
@@ -103,17 +110,30 @@ std::vector<ModelFolder::Model> ModelFolder::models() const {
     std::error_code error;
     for (fs::directory_iterator entries(m_folder, error); !error && entries != fs::directory_iterator();
          entries.increment(error)) {
-        std::string name = entries->path().filename().native();
-        std::error_code ignored;
-        const bool isLink = entries->is_symlink(ignored);
-        const bool isFile = entries->is_regular_file(ignored);
-        if (!hasExtension(name) || !isUsableName(name) || (!isFile && !isLink))
+        if (!hasExtension(entries->path().filename().native()))
             continue;
-        const std::uintmax_t bytes = isFile ? entries->file_size(ignored) : 0;
-        found.push_back({std::move(name), ignored ? 0 : bytes, isLink});
+        if (auto model = modelAt(*entries))
+            found.push_back(*std::move(model));
     }
     std::ranges::sort(found, {}, &Model::name);
     return found;
+}
+
+std::optional<ModelFolder::Model> ModelFolder::speech() const {
+    std::error_code error;
+    const fs::directory_entry entry(m_folder / speechName, error);
+    return error ? std::nullopt : modelAt(entry);
+}
+
+std::optional<ModelFolder::Model> ModelFolder::modelAt(const fs::directory_entry& entry) const {
+    std::error_code ignored;
+    std::string name = entry.path().filename().native();
+    const bool isLink = entry.is_symlink(ignored);
+    const bool isFile = entry.is_regular_file(ignored);
+    if (!isUsableName(name) || (!isFile && !isLink))
+        return std::nullopt;
+    const std::uintmax_t bytes = isFile ? entry.file_size(ignored) : 0;
+    return Model{std::move(name), ignored ? 0 : bytes, isLink};
 }
 
 std::optional<ModelFolder::Model> ModelFolder::used() const {
@@ -133,12 +153,13 @@ std::expected<void, ModelFileError> ModelFolder::setEnabled(bool enabled) const 
 }
 
 std::expected<std::string, ModelFileError> ModelFolder::nameFor(const fs::path& file) const {
-    if (const auto opened = openedModel(file); !opened)
+    const auto opened = openedModel(file);
+    if (!opened)
         return std::unexpected(opened.error());
-    std::string name = file.filename().native();
+    std::string name = opened->isSpeech ? std::string(speechName) : file.filename().native();
     if (!isUsableName(name))
         return failure(Code::nameUnusable);
-    if (!hasExtension(name))
+    if (!opened->isSpeech && !hasExtension(name))
         name += extension;
     if (m_disk.status(m_folder / name))
         return failure(Code::nameTaken);
@@ -163,7 +184,7 @@ std::expected<std::string, ModelFileError> ModelFolder::add(const fs::path& file
         const auto source = openedModel(file);
         if (!source)
             return std::unexpected(source.error());
-        if (const auto copied = copyTo(source->get(), target); !copied)
+        if (const auto copied = copyTo(source->fd.get(), target); !copied)
             return std::unexpected(copied.error());
     }
     static_cast<void>(m_disk.syncFolder(m_folder)); // the model stands either way
@@ -232,9 +253,11 @@ void ModelFolder::removeLeftovers() const {
 }
 
 std::optional<ModelFolder::Model> ModelFolder::find(std::string_view name) const {
-    for (Model& model : models())
-        if (model.name == name ||
-            std::string_view(model.name).substr(0, model.name.size() - extension.size()) == name)
+    std::vector<Model> all = models();
+    if (auto model = speech())
+        all.push_back(*std::move(model));
+    for (Model& model : all)
+        if (model.name == name || std::string_view(model.name).substr(0, model.name.rfind('.')) == name)
             return std::move(model);
     return std::nullopt;
 }
@@ -253,7 +276,7 @@ std::expected<void, ModelFileError> ModelFolder::remove(std::string_view name) c
 
 std::expected<void, ModelFileError> ModelFolder::use(std::string_view name) const {
     const auto model = find(name);
-    if (!model)
+    if (!model || model->name == speechName)
         return failure(Code::notInFolder);
     if (const auto set = m_settings.set(choiceKey, model->name); !set)
         return std::unexpected(ModelFileError{Code::system, set.error()});

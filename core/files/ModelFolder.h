@@ -13,16 +13,19 @@
 
 namespace vesto {
 
-/// The folder of this user's language models: GGUF files, of which one is used. Of their content nobody but
-/// the jailed host looks at more than the first four bytes. Each call looks at the disk anew. Thread-safe.
+/// The folder of this user's models: GGUF files of language, of which one is used, and one of speech, which
+/// has its name from here. Of their content nobody but the jailed host looks at more than the first four
+/// bytes. Each call looks at the disk anew. Thread-safe.
 class ModelFolder {
 public:
     /// The settings that decide on the model; the settings window has the same.
     static constexpr std::string_view choiceKey = "model";         // a file name
     static constexpr std::string_view enabledKey = "modelEnabled"; // true where it is not set
 
+    static constexpr std::string_view speechName = "speech.bin";
+
     struct Model {
-        std::string name;        // of its file, with ".gguf"
+        std::string name;        // of its file, with ".gguf" or speechName
         std::uint64_t bytes = 0; // 0 for a link that leads nowhere
         bool isLink = false;
 
@@ -37,8 +40,11 @@ public:
         , m_settings(std::move(settings))
         , m_disk(disk) {}
 
-    /// In the order of their names.
+    /// Those of language, in the order of their names.
     [[nodiscard]] std::vector<Model> models() const;
+
+    /// The one of speech; nothing where there is none.
+    [[nodiscard]] std::optional<Model> speech() const;
 
     /// The chosen one where it is there, else the first one that is no broken link; nothing where there is
     /// none.
@@ -53,16 +59,18 @@ public:
     /// What `add` would call this file, after the checks that need no copy.
     [[nodiscard]] std::expected<std::string, ModelFileError> nameFor(const std::filesystem::path& file) const;
 
-    /// Copies the file (or makes a symbolic link to it) under its own name and gives that name. A copy
-    /// appears whole, on disk, or not at all, and never in another's place.
+    /// Copies the file (or makes a symbolic link to it) under its own name, or speechName, and gives that
+    /// name. A copy appears whole, on disk, or not at all, and never in another's place.
     [[nodiscard]] std::expected<std::string, ModelFileError> add(const std::filesystem::path& file,
                                                                  Way way) const;
 
-    /// `name` with or without ".gguf". Of a link, only the link goes.
+    /// `name` with or without its extension. Of a link, only the link goes.
     [[nodiscard]] std::expected<void, ModelFileError> remove(std::string_view name) const;
+    /// A model of language.
     [[nodiscard]] std::expected<void, ModelFileError> use(std::string_view name) const;
 
 private:
+    [[nodiscard]] std::optional<Model> modelAt(const std::filesystem::directory_entry& entry) const;
     [[nodiscard]] std::optional<Model> find(std::string_view name) const;
     [[nodiscard]] std::expected<void, ModelFileError> copyTo(int source,
                                                              const std::filesystem::path& target) const;

@@ -302,6 +302,7 @@ RemoteLanguageModel::titleOf(const ipc::ModelAnswered& report) {
     case ModelOutcome::refused:
     case ModelOutcome::noMemory:
     case ModelOutcome::engine:
+    case ModelOutcome::late:
         break;
     }
     return std::unexpected(failure(Code::engine, "the engine failed"));

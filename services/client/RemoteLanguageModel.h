@@ -2,6 +2,7 @@
 #include "core/naming/LanguageModel.h"
 #include "core/support/UniqueFd.h"
 #include "services/client/ModelFile.h"
+#include "services/client/ModelObstacle.h"
 #include "services/client/ModelProcess.h"
 
 #include <atomic>
@@ -35,16 +36,7 @@ public:
             std::chrono::seconds(2); // before a host that does not stop is ended
     };
 
-    /// Why the model cannot be used, more closely than `availability` says it.
-    enum class Obstacle {
-        none,
-        noFile,  // or one that may not be read
-        refused, // by the engine: no model, cut off, or of a kind it does not know
-        memory,
-        noEngine, // Vesto was built without it
-        noJail,   // the system does not let it be shut in
-        dies,     // its process ended again and again
-    };
+    using Obstacle = ModelObstacle; // more closely than `availability` says it
 
     /// What is known of the model, for people to see.
     struct Facts {

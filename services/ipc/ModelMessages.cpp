@@ -10,22 +10,26 @@ namespace vesto::ipc {
 namespace {
 
 // Two programs of one build talk to each other; the number tells where an update replaced one of them only.
-constexpr std::uint32_t magic = 0x766D6431; // "vmd1"
+constexpr std::uint32_t magic = 0x766D6432; // "vmd2"
 constexpr std::size_t maxWordBytes = 200;
 constexpr std::size_t maxLanguages = 200;
 constexpr std::uint32_t anyTokens = 10'000'000;
 constexpr std::int64_t longestMicroseconds = std::int64_t{3600} * 1'000'000;
-constexpr auto outcomeCount = static_cast<std::uint8_t>(ModelOutcome::engine) + 1;
+constexpr std::size_t maxLanguageBytes = 8; // of a code
+constexpr auto outcomeCount = static_cast<std::uint8_t>(ModelOutcome::late) + 1;
+constexpr auto kindCount = static_cast<std::uint8_t>(ModelKind::speech) + 1;
 
-// The first byte of an order or a report. 5 and 15 are kept for the transcription of speech.
+// The first byte of an order or a report.
 enum class Kind : std::uint8_t {
     load = 1,
     warm = 2,
     ask = 3,
     cancel = 4,
+    transcribe = 5,
     loaded = 11,
     warmed = 12,
-    answered = 13
+    answered = 13,
+    transcribed = 15
 };
 
 /// Valid UTF-8 of at most `most` bytes.
@@ -68,6 +72,7 @@ struct OrderWriter {
     void kind(Kind value) const { out.number(static_cast<std::uint8_t>(value)); }
     void operator()(const LoadModel& order) const {
         kind(Kind::load);
+        out.number(static_cast<std::uint8_t>(order.kind));
         out.boolean(order.describe);
     }
     void operator()(const WarmModel& order) const {
@@ -82,6 +87,17 @@ struct OrderWriter {
         out.number(order.maxTokens);
     }
     void operator()(const CancelWork&) const { kind(Kind::cancel); }
+    void operator()(const TranscribeSound& order) const {
+        kind(Kind::transcribe);
+        out.number(order.samples);
+        const std::size_t languages = std::min<std::size_t>(order.languages.size(), limits::spokenLanguages);
+        out.number(static_cast<std::uint32_t>(languages));
+        for (std::size_t i = 0; i < languages; ++i)
+            out.text(fitted(order.languages[i], maxLanguageBytes));
+        out.number(static_cast<std::uint32_t>(
+            std::clamp<std::int64_t>(order.longest.count(), 0, limits::transcribingMilliseconds)));
+        out.number(order.threads);
+    }
 };
 
 struct ReportWriter {
@@ -119,6 +135,21 @@ struct ReportWriter {
         out.integer(std::clamp<std::int64_t>(report.firstToken.count(), 0, longestMicroseconds));
         out.integer(std::clamp<std::int64_t>(report.total.count(), 0, longestMicroseconds));
     }
+    void operator()(const SoundTranscribed& report) const {
+        begin(Kind::transcribed, report.outcome);
+        out.text(fitted(report.language, maxLanguageBytes));
+        std::vector<std::string> lines;
+        std::size_t left = limits::spokenBytes;
+        for (const std::string& line : report.lines) {
+            if (lines.size() == limits::spokenLines)
+                break;
+            lines.push_back(fitted(line, left));
+            left -= lines.back().size();
+        }
+        out.number(static_cast<std::uint32_t>(lines.size()));
+        for (const std::string& line : lines)
+            out.text(line);
+    }
 };
 
 ModelReport loadedFrom(WireReader& in, ModelOutcome outcome) {
@@ -153,6 +184,33 @@ ModelReport answeredFrom(WireReader& in, ModelOutcome outcome) {
     return report;
 }
 
+ModelReport transcribedFrom(WireReader& in, ModelOutcome outcome) {
+    SoundTranscribed report{.outcome = outcome};
+    report.language = in.utf8(maxLanguageBytes);
+    const std::size_t lines = in.count(limits::spokenLines, sizeof(std::uint32_t));
+    std::size_t left = limits::spokenBytes;
+    for (std::size_t i = 0; i < lines; ++i) {
+        report.lines.push_back(in.utf8(left));
+        left -= report.lines.back().size();
+    }
+    return report;
+}
+
+LoadModel loadFrom(WireReader& in) {
+    const auto kind = in.enumerator<ModelKind>(kindCount);
+    return {.kind = kind, .describe = in.boolean()};
+}
+
+TranscribeSound transcribeFrom(WireReader& in) {
+    TranscribeSound order{.samples = number(in, limits::heardSamples)};
+    const std::size_t languages = in.count(limits::spokenLanguages, sizeof(std::uint32_t));
+    for (std::size_t i = 0; i < languages; ++i)
+        order.languages.push_back(in.utf8(maxLanguageBytes));
+    order.longest = std::chrono::milliseconds(number(in, limits::transcribingMilliseconds));
+    order.threads = number(in, limits::threads);
+    return order;
+}
+
 } // namespace
 
 std::string encode(const ModelGreeting& greeting) {
@@ -183,7 +241,7 @@ std::optional<ModelOrder> decodeModelOrder(std::string_view bytes) {
     std::optional<ModelOrder> order;
     switch (in.number<std::uint8_t>()) {
     case static_cast<std::uint8_t>(Kind::load):
-        order = LoadModel{in.boolean()};
+        order = loadFrom(in);
         break;
     case static_cast<std::uint8_t>(Kind::warm): {
         WarmModel warm{.instructions = in.utf8(limits::instructionBytes)};
@@ -200,6 +258,9 @@ std::optional<ModelOrder> decodeModelOrder(std::string_view bytes) {
     }
     case static_cast<std::uint8_t>(Kind::cancel):
         order = CancelWork{};
+        break;
+    case static_cast<std::uint8_t>(Kind::transcribe):
+        order = transcribeFrom(in);
         break;
     default:
         return std::nullopt;
@@ -224,6 +285,8 @@ std::optional<ModelReport> decodeModelReport(std::string_view bytes) {
         report = warmedFrom(in, outcome);
     else if (kind == static_cast<std::uint8_t>(Kind::answered))
         report = answeredFrom(in, outcome);
+    else if (kind == static_cast<std::uint8_t>(Kind::transcribed))
+        report = transcribedFrom(in, outcome);
     return in.isComplete() ? report : std::nullopt;
 }
 

@@ -10,9 +10,9 @@
 #include <variant>
 #include <vector>
 
-/// What the application and the host of the language model say to each other, one packet each. The host
-/// greets; then each order but `CancelWork` is answered by one report, in turn. The application takes every
-/// byte of the host for an attacker's: the host has read documents.
+/// What the application and the host of a model, of language or of speech, say to each other, one packet
+/// each. The host greets; then each order but `CancelWork` is answered by one report, in turn. The
+/// application takes every byte of the host for an attacker's: the host has read documents.
 namespace vesto::ipc {
 
 namespace limits {
@@ -24,6 +24,11 @@ inline constexpr std::size_t reportBytes = 32 << 10;
 inline constexpr std::uint32_t answerTokens = 1024;
 inline constexpr std::uint32_t threads = 4096;
 inline constexpr std::uint64_t prefixBytes = std::uint64_t{1} << 30;
+inline constexpr std::uint32_t heardSamples = 60 * 16'000;
+inline constexpr std::uint32_t spokenLanguages = 8;  // to be tried
+inline constexpr std::uint32_t spokenLines = 400;    // of one recording,
+inline constexpr std::size_t spokenBytes = 16 << 10; // and in all of them
+inline constexpr std::uint32_t transcribingMilliseconds = 60'000;
 } // namespace limits
 
 /// How many threads are fastest here: for the text that is given, and for each word that is written. 0 where
@@ -35,8 +40,11 @@ struct ModelThreads {
     bool operator==(const ModelThreads&) const = default;
 };
 
+enum class ModelKind { language, speech };
+
 /// The first order. With it goes the model's file, open for reading.
 struct LoadModel {
+    ModelKind kind = ModelKind::language;
     bool describe = false; // the report is to hold the facts
 
     bool operator==(const LoadModel&) const = default;
@@ -60,12 +68,23 @@ struct AskModel {
     bool operator==(const AskModel&) const = default;
 };
 
+/// What is said in a recording, by a model of speech. With it goes the sound, in memory: 16,000 samples a
+/// second, one channel, two bytes each.
+struct TranscribeSound {
+    std::uint32_t samples = 0;            // as many as the memory holds
+    std::vector<std::string> languages{}; // as "fr", in the order in which they are tried
+    std::chrono::milliseconds longest{0};
+    std::uint32_t threads = 0; // 0: as many as there are processors
+
+    bool operator==(const TranscribeSound&) const = default;
+};
+
 /// Stop whatever is being done; its report says `cancelled`, or what was ready.
 struct CancelWork {
     bool operator==(const CancelWork&) const = default;
 };
 
-using ModelOrder = std::variant<LoadModel, WarmModel, AskModel, CancelWork>;
+using ModelOrder = std::variant<LoadModel, WarmModel, AskModel, CancelWork, TranscribeSound>;
 
 enum class ModelOutcome {
     done,
@@ -75,6 +94,7 @@ enum class ModelOutcome {
     refused,  // the engine cannot use this file
     noMemory,
     engine, // anything else
+    late,   // nothing was there when the time was over
 };
 
 struct ModelGreeting {
@@ -119,7 +139,17 @@ struct ModelAnswered {
     bool operator==(const ModelAnswered&) const = default;
 };
 
-using ModelReport = std::variant<ModelLoaded, ModelWarmed, ModelAnswered>;
+/// `done` without lines: no speech was understood. With lines it may be the beginning alone, where the time
+/// was over.
+struct SoundTranscribed {
+    ModelOutcome outcome = ModelOutcome::engine;
+    std::string language{}; // of the lines, as "fr"
+    std::vector<std::string> lines{};
+
+    bool operator==(const SoundTranscribed&) const = default;
+};
+
+using ModelReport = std::variant<ModelLoaded, ModelWarmed, ModelAnswered, SoundTranscribed>;
 
 [[nodiscard]] std::string encode(const ModelGreeting& greeting);
 [[nodiscard]] std::string encode(const ModelOrder& order);

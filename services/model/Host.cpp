@@ -4,6 +4,7 @@
 #include "services/ipc/Packet.h"
 #include "services/model/Engine.h"
 #include "services/model/Library.h"
+#include "services/model/Transcriber.h"
 #include "services/sandbox/Jail.h"
 
 #include <fcntl.h>
@@ -64,7 +65,8 @@ public:
         : m_socket(socket)
         , m_settings(settings)
         , m_jail({}, sandbox::Inmate::model)
-        , m_engine([this] { return isToStop(); }) {}
+        , m_engine([this] { return isToStop(); })
+        , m_transcriber([this] { return isToStop(); }) {}
 
     int run() {
         const ipc::Jail jail = jailHere();
@@ -148,15 +150,27 @@ private:
         if (const auto* load = std::get_if<ipc::LoadModel>(&order.order)) {
             if (m_isShutIn || !shutIn(descriptor))
                 return false;
-            report = m_engine.load(descriptor.get(), load->describe);
+            report = loaded(*load, descriptor.get());
         } else if (!m_isShutIn) {
             return false;
         } else if (const auto* warm = std::get_if<ipc::WarmModel>(&order.order)) {
             report = m_engine.warm(*warm, std::move(descriptor));
         } else if (const auto* ask = std::get_if<ipc::AskModel>(&order.order)) {
             report = m_engine.answer(*ask);
+        } else if (const auto* sound = std::get_if<ipc::TranscribeSound>(&order.order)) {
+            report = m_transcriber.transcribe(*sound, descriptor);
         }
         return report && ipc::sendPacket(m_socket, ipc::encode(*report), {}, sendTimeout);
+    }
+
+    ipc::ModelLoaded loaded(const ipc::LoadModel& order, int file) {
+        switch (order.kind) {
+        case ipc::ModelKind::language:
+            return m_engine.load(file, order.describe);
+        case ipc::ModelKind::speech:
+            break;
+        }
+        return m_transcriber.load(file);
     }
 
     /// Before the first byte of the model is looked at.
@@ -173,7 +187,8 @@ private:
     int m_socket;
     HostSettings m_settings;
     sandbox::Jail m_jail;
-    Engine m_engine;
+    Engine m_engine;           // one of these two has a model
+    Transcriber m_transcriber; //
     std::deque<Order> m_waiting;
     Moment m_nextLook;
     bool m_isShutIn = false;

@@ -3,6 +3,7 @@
 #include <dlfcn.h>
 #include <ggml-backend.h>
 #include <llama.h>
+#include <whisper.h>
 
 #include <cstdlib>
 #include <filesystem>
@@ -36,6 +37,7 @@ bool loadEngine() {
     ::unsetenv("GGML_BACKEND_PATH");
     ggml_log_set(ignore, nullptr);
     llama_log_set(ignore, nullptr);
+    whisper_log_set(ignore, nullptr);
     try {
         if (!hasProcessor()) {
             // Never without a path: then it would look in the folder that this process happens to stand in.
@@ -52,7 +54,7 @@ bool loadEngine() {
 }
 
 std::string engineVersion() {
-    return std::string("llama.cpp ") + llama_version();
+    return std::string("llama.cpp ") + llama_version() + ", whisper.cpp " + whisper_version();
 }
 
 } // namespace vesto::model

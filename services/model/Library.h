@@ -7,7 +7,7 @@ namespace vesto::model {
 /// is entered. False where nothing here can run a model.
 [[nodiscard]] bool loadEngine();
 
-/// Name and version.
+/// Names and versions.
 [[nodiscard]] std::string engineVersion();
 
 } // namespace vesto::model

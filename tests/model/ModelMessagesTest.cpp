@@ -11,10 +11,14 @@ using namespace ipc;
 
 TEST(ModelMessages, AreReadAsTheyWereWritten) {
     const ModelOrder orders[] = {
-        LoadModel{true},
+        LoadModel{.kind = ModelKind::speech, .describe = true},
         WarmModel{.instructions = "Tu nommes", .stateBytes = 7, .threads = {.reading = 2, .writing = 1}},
         AskModel{.prompt = "Relevé", .maxTokens = 64},
         CancelWork{},
+        TranscribeSound{.samples = 480,
+                        .languages = {"fr", "en"},
+                        .longest = std::chrono::milliseconds(20'000),
+                        .threads = 2},
     };
     for (const ModelOrder& order : orders)
         EXPECT_EQ(decodeModelOrder(encode(order)), order) << order.index();
@@ -23,6 +27,7 @@ TEST(ModelMessages, AreReadAsTheyWereWritten) {
         ModelWarmed{ModelOutcome::cancelled, 600, 9, true, {.reading = 1, .writing = 2}},
         ModelAnswered{ModelOutcome::done, "Facture", 9, 8, 1, std::chrono::microseconds(5),
                       std::chrono::microseconds(6)},
+        SoundTranscribed{ModelOutcome::late, "fr", {"Bonjour.", ""}},
     };
     for (const ModelReport& report : reports)
         EXPECT_EQ(decodeModelReport(encode(report)), report) << report.index();
@@ -31,11 +36,14 @@ TEST(ModelMessages, AreReadAsTheyWereWritten) {
 }
 
 TEST(ModelMessages, NoCutOneIsTakenAndNoOtherByteMore) {
-    const std::string whole =
-        encode(ModelReport(ModelLoaded{ModelOutcome::done, "Nom", "llama", 1, 4096, {"fr"}}));
-    for (std::size_t size = 0; size < whole.size(); ++size)
-        EXPECT_FALSE(decodeModelReport(std::string_view(whole).substr(0, size))) << size;
-    EXPECT_FALSE(decodeModelReport(whole + '\0'));
+    for (const ModelReport& report :
+         {ModelReport(ModelLoaded{ModelOutcome::done, "Nom", "llama", 1, 4096, {"fr"}}),
+          ModelReport(SoundTranscribed{ModelOutcome::done, "fr", {"Bonjour.", "À tous."}})}) {
+        const std::string whole = encode(report);
+        for (std::size_t size = 0; size < whole.size(); ++size)
+            EXPECT_FALSE(decodeModelReport(std::string_view(whole).substr(0, size))) << size;
+        EXPECT_FALSE(decodeModelReport(whole + '\0'));
+    }
     std::string title = encode(ModelReport(ModelAnswered{ModelOutcome::done, "Facture"}));
     title[6] = '\xFF'; // in its first letter
     EXPECT_FALSE(decodeModelReport(title));
@@ -52,6 +60,28 @@ TEST(ModelMessages, OfAHostThatWasFedLongOrBadTextStillFit) {
     while (title.size() <= limits::titleBytes)
         title += "é";
     EXPECT_TRUE(decodeModelReport(encode(ModelReport(ModelAnswered{ModelOutcome::done, title}))));
+    // More is said than fits: the beginning of it, never more than the limit in all lines together.
+    for (const auto& lines : {std::vector<std::string>(9, std::string(3000, 'a') + "\xFF"),
+                              std::vector<std::string>(1000, "oui")}) {
+        const std::string said = encode(ModelReport(SoundTranscribed{ModelOutcome::done, "fr", lines}));
+        EXPECT_LE(said.size(), limits::reportBytes);
+        const auto report = decodeModelReport(said);
+        ASSERT_TRUE(report);
+        EXPECT_FALSE(std::get<SoundTranscribed>(*report).lines.empty());
+    }
+}
+
+TEST(ModelMessages, NoLieAboutASoundIsTaken) {
+    using std::chrono::milliseconds;
+    const TranscribeSound good{
+        .samples = limits::heardSamples, .languages = {"fr"}, .longest = milliseconds(1)};
+    EXPECT_TRUE(decodeModelOrder(encode(ModelOrder(good))));
+    TranscribeSound tooMany = good;
+    ++tooMany.samples;
+    EXPECT_FALSE(decodeModelOrder(encode(ModelOrder(tooMany))));
+    std::string languages = encode(ModelOrder(good));
+    languages[5] = static_cast<char>(limits::spokenLanguages + 1); // their number
+    EXPECT_FALSE(decodeModelOrder(languages));
 }
 
 TEST(RemoteLanguageModel, WithoutTheProgramOrAFileIsUnavailableAtOnce) {

@@ -69,9 +69,9 @@ TEST_F(ModelFolderTest, RefusesAndChangesNothing) {
         {downloads / "absent.gguf", Code::missing},
         {downloads.path(), Code::notRegular},
         {"/dev/zero", Code::notRegular},
-        {write(downloads / "empty.gguf", ""), Code::notGGUF},
-        {write(downloads / "short.gguf", "GGU"), Code::notGGUF},
-        {write(downloads / "other.gguf", "GGML and so on"), Code::notGGUF},
+        {write(downloads / "empty.gguf", ""), Code::noModel},
+        {write(downloads / "short.gguf", "GGU"), Code::noModel},
+        {write(downloads / "other.gguf", "GGML and so on"), Code::noModel},
         {write(downloads / ".hidden.gguf", model), Code::nameUnusable},
         {write(downloads / "a\nb.gguf", model), Code::nameUnusable},
         {write(downloads / "\xff.gguf", model), Code::nameUnusable},
@@ -136,6 +136,20 @@ TEST_F(ModelFolderTest, UsesTheChosenElseTheFirstThatIsThere) {
     EXPECT_TRUE(models.isEnabled());
     ASSERT_TRUE(models.setEnabled(false));
     EXPECT_FALSE(models.isEnabled());
+}
+
+TEST_F(ModelFolderTest, TheOneOfSpeechStandsApart) {
+    const auto sound = write(downloads / "ggml-base", "lmgg and the rest");
+    EXPECT_EQ(models.speech(), std::nullopt);
+    EXPECT_EQ(models.add(sound, Way::copy), "speech.bin");
+    EXPECT_EQ(models.speech(), (ModelFolder::Model{"speech.bin", 17, false}));
+    EXPECT_EQ(models.add(sound, Way::link).error().code, Code::nameTaken);
+    EXPECT_THAT(names(), IsEmpty());
+    EXPECT_EQ(used(), "none");
+    EXPECT_EQ(models.use("speech.bin").error().code, Code::notInFolder);
+    ASSERT_TRUE(models.remove("speech"));
+    EXPECT_EQ(models.add(sound, Way::link), "speech.bin");
+    EXPECT_EQ(models.speech(), (ModelFolder::Model{"speech.bin", 17, true}));
 }
 
 TEST_F(ModelFolderTest, ClearsWhatAKilledCopyLeft) {

@@ -1,11 +1,12 @@
 #include "services/client/RemoteLanguageModel.h"
 
+#include "tests/model/engine/Files.h"
+
 #include <gtest/gtest.h>
 #include <signal.h>
 #include <unistd.h>
 
 #include <filesystem>
-#include <fstream>
 #include <future>
 
 namespace vesto::tests {
@@ -53,32 +54,6 @@ bool comesToHaveNoHost(const RemoteLanguageModel& model) {
     for (int i = 0; i < 1000 && model.process(); ++i)
         std::this_thread::sleep_for(10ms);
     return !model.process();
-}
-
-/// A folder for models that change.
-class Folder {
-public:
-    Folder() {
-        std::string pattern = ::testing::TempDir() + "vesto-models-XXXXXX";
-        m_path = ::mkdtemp(pattern.data());
-    }
-    ~Folder() { std::filesystem::remove_all(m_path); }
-    Folder(const Folder&) = delete;
-    Folder& operator=(const Folder&) = delete;
-
-    [[nodiscard]] std::filesystem::path file(const std::string& name) const { return m_path / name; }
-
-private:
-    std::filesystem::path m_path;
-};
-
-std::string bytesOf(const std::filesystem::path& path) {
-    std::ifstream stream(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(stream), {}};
-}
-
-void write(const std::filesystem::path& path, const std::string& bytes) {
-    std::ofstream(path, std::ios::binary) << bytes;
 }
 
 TEST(RemoteLanguageModel, LoadsInTheBackgroundAndSaysWhatItIs) {

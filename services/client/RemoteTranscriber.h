@@ -1,0 +1,118 @@
+#pragma once
+#include "core/extraction/SpeechTranscribing.h"
+#include "core/support/UniqueFd.h"
+#include "services/client/ModelFile.h"
+#include "services/client/ModelObstacle.h"
+#include "services/client/ModelProcess.h"
+
+#include <atomic>
+#include <chrono>
+#include <condition_variable>
+#include <cstdint>
+#include <deque>
+#include <filesystem>
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <thread>
+#include <vector>
+
+namespace vesto {
+
+/// A model of speech in a jailed process of its own, apart from the one of the language model: started when
+/// there is something to hear, gone after five idle minutes, started again. A host that dies costs the
+/// recording it was at. Owns one thread, which alone talks to the host. Thread-safe.
+class RemoteTranscriber : public SpeechTranscribing {
+public:
+    struct Settings {
+        std::filesystem::path model; // a whisper.cpp model; empty: there is none
+        std::filesystem::path program = modelProgram();
+        std::vector<std::string> arguments{};                        // of the program; for tests
+        std::function<std::uint64_t()> freeMemory = availableMemory; // in bytes
+        std::chrono::milliseconds windDown =
+            std::chrono::seconds(2); // before a host that does not stop is ended
+        std::uint32_t threads = 0;   // 0: as many as there are processors
+    };
+
+    /// What came of the last recording.
+    enum class End {
+        none, // there was no recording yet, or what was heard of it did not matter any more
+        heard,
+        silence, // or no speech in a language that was asked for
+        late,
+        failed, // the model could not be used, or its host ended
+    };
+
+    struct Facts {
+        ModelObstacle obstacle = ModelObstacle::none;
+        std::string name;                      // of its size, as "base"
+        std::string language;                  // of what was heard last, as "fr"
+        End end = End::none;                   // of the last recording,
+        std::chrono::duration<double> took{0}; // and how long it took the host
+    };
+
+    explicit RemoteTranscriber(Settings settings);
+    ~RemoteTranscriber() override;
+
+    /// Waits for its turn and for the model to load; `timeout` is for all of it.
+    [[nodiscard]] std::optional<std::vector<std::string>> transcribe(std::span<const std::int16_t> samples,
+                                                                     const std::vector<std::string>& locales,
+                                                                     Seconds timeout,
+                                                                     std::stop_token stop) override;
+
+    [[nodiscard]] Facts facts() const;
+
+    /// The process that hosts the model now; nothing while there is none.
+    [[nodiscard]] std::optional<pid_t> process() const;
+
+private:
+    using Moment = std::chrono::steady_clock::time_point;
+    struct Job {
+        UniqueFd sound;
+        ipc::TranscribeSound order;
+        Moment end;
+        // Guarded by m_mutex.
+        bool isAsked = false; // the host has it
+        bool isAbandoned = false;
+        bool isCancelled = false;
+        bool isDone = false;
+        std::vector<std::string> lines;
+    };
+
+    void ring() const;
+
+    // Of the own thread.
+    void work();
+    void waitForBell();
+    void perform(Job& job);
+    [[nodiscard]] std::optional<ipc::SoundTranscribed> hear(Job& job);
+    [[nodiscard]] bool ensureLoaded();
+    [[nodiscard]] bool startAndLoad(const ModelFile& file);
+    void dropHost();
+    bool conclude(ModelObstacle obstacle);
+    [[nodiscard]] ModelProcess::Patience patience(std::chrono::milliseconds longest,
+                                                  std::function<bool()> isCancelled) const;
+
+    const Settings m_settings;
+    const UniqueFd m_bell;
+
+    mutable std::mutex m_mutex; // for what follows
+    std::condition_variable_any m_changed;
+    std::deque<std::shared_ptr<Job>> m_jobs;
+    Facts m_facts;
+    std::optional<pid_t> m_pid;
+
+    std::atomic<bool> m_closing = false;
+
+    // Of the own thread alone.
+    std::optional<ModelIdentity> m_loaded; // the file that the next two belong to
+    std::optional<ModelProcess> m_host;
+    bool m_isUnusable = false;
+    int m_deaths = 0; // of hosts, since the last recording that was heard to its end
+
+    std::thread m_thread;
+};
+
+} // namespace vesto
