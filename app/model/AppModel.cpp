@@ -33,7 +33,11 @@ public:
                                     jobs.enqueue(JobLoop::Watched{std::move(path), folderID});
                                 },
                             .lost = [this](const std::string&) { proposals.review(); },
-                            .back = [this](const std::string&) { proposals.review(); }})
+                            .back =
+                                [this](const std::string&) {
+                                    applier.recover();
+                                    proposals.review();
+                                }})
         , jobs(context, folders, proposals, applier, batches) {
         review.setInterval(context.given().rescanInterval);
         QObject::connect(&review, &QTimer::timeout, &face, [this] {
@@ -98,6 +102,7 @@ void AppModel::start(Watching watching, Done ready) {
     std::set<std::string, std::less<>> folderIDs;
     for (const WatchedFolder& folder : folders())
         folderIDs.insert(folder.id);
+    m_parts->applier.recover();
     m_parts->proposals.restore(folderIDs);
     // Errands are run in their order: when this one is back, those are.
     context.onFiles([] { return 0; },

@@ -87,6 +87,31 @@ void Applier::finishApply(RenameRecord record, const std::expected<RenameResult,
     Q_EMIT m_context.face().renamed(record);
 }
 
+void Applier::recover() {
+    auto unsettled = m_context.ledger().unsettled();
+    std::erase_if(unsettled, [&](const RenameRecord& record) { return m_atWork.contains(record.id); });
+    if (unsettled.empty())
+        return;
+    const auto& given = m_context.given();
+    m_context.onFiles([unsettled = std::move(unsettled), &disk = given.disk,
+                       &clock = given.clock] { return Recovery::settle(unsettled, disk, clock); },
+                      [this](const Recovery::Outcome& outcome) { finishRecover(outcome); });
+}
+
+void Applier::finishRecover(const Recovery::Outcome& outcome) {
+    for (const Recovery::Unmarked& unmarked : outcome.unmarked)
+        m_context.ledger().noteMark(unmarked.file, unmarked.marker, /*marked=*/false);
+    bool isChanged = false;
+    for (const RenameRecord& record : outcome.settled) {
+        if (m_atWork.contains(record.id))
+            continue; // an order of the user's came in between, and will settle it
+        m_context.ledger().settle(record);
+        isChanged = true;
+    }
+    if (isChanged)
+        Q_EMIT m_context.face().historyChanged();
+}
+
 void Applier::refuseUndo(std::string_view reason, const AppModel::RecordDone& done) {
     std::string message = std::string(text("Annulation impossible : ")) + std::string(reason);
     m_context.fail(message);

@@ -1,6 +1,7 @@
 #pragma once
 #include "app/model/FileTasks.h"
 #include "app/model/ModelContext.h"
+#include "app/model/Recovery.h"
 #include "app/model/RenameRecord.h"
 #include "core/files/RenameError.h"
 #include "core/files/Renamer.h"
@@ -39,19 +40,19 @@ public:
 
     void apply(const Order& order, std::function<void(const Result&)> done);
     void undo(std::string_view recordID, AppModel::RecordDone done);
-
-    /// Whether a row is "pending" or "undoing" because we are at it.
-    [[nodiscard]] bool isAtWork(const std::string& recordID) const { return m_atWork.contains(recordID); }
+    /// Settles the rows that an earlier run left unfinished, as far as their disks are there.
+    void recover();
 
 private:
     void finishApply(RenameRecord record, const std::expected<RenameResult, RenameError>& renamed,
                      const std::function<void(const Result&)>& done);
+    void finishRecover(const Recovery::Outcome& outcome);
     void finishUndo(RenameRecord record, const std::expected<FileTasks::Restored, RenameError>& restored,
                     const AppModel::RecordDone& done);
     void refuseUndo(std::string_view reason, const AppModel::RecordDone& done);
 
     ModelContext& m_context;
-    std::set<std::string> m_atWork; // ids of rows
+    std::set<std::string> m_atWork; // ids of the rows that are unfinished because we are at it
 };
 
 } // namespace vesto

@@ -31,6 +31,13 @@ void Ledger::drop(const RenameRecord& record) {
     check(m_store.removeRecord(record.id));
 }
 
+std::vector<RenameRecord> Ledger::unsettled() {
+    auto found = m_store.unsettled();
+    if (!found)
+        fail(found.error());
+    return found ? std::move(*found) : std::vector<RenameRecord>();
+}
+
 std::optional<RenameRecord> Ledger::record(std::string_view id) {
     if (const auto unsaved = m_unsaved.find(id); unsaved != m_unsaved.end())
         return unsaved->second;

@@ -25,6 +25,8 @@ public:
     [[nodiscard]] std::expected<void, std::string> begin(const RenameRecord& record);
     /// What became of a row. False where it is not on disk yet.
     bool settle(const RenameRecord& record);
+    /// What is unfinished, perhaps since an earlier run; a failure was reported.
+    [[nodiscard]] std::vector<RenameRecord> unsettled();
     /// A rename that failed leaves no row.
     void drop(const RenameRecord& record);
     /// Also one that is not on disk yet. Nothing where there is none; a failure was reported.

@@ -248,6 +248,33 @@ TEST(AppModelThreads, KeepsWhatWaitsOverARestart) {
     EXPECT_EQ(world.store->pending()->size(), 1);
 }
 
+TEST(AppModelThreads, SettlesWhatAnEarlierRunLeft) {
+    World world;
+    world.start();
+    world.watch();
+    world.stop();
+    const auto unfinished = [&](const char* oldName, const char* newName, const char* standsAs) {
+        const auto path = write(world.folder / standsAs, bill);
+        RenameRecord record;
+        record.date = world.clock.now();
+        record.folderPath = world.folder.path();
+        record.originalName = oldName;
+        record.newName = newName;
+        record.identity = FileIdentity::of(path).value();
+        EXPECT_TRUE(world.store->save(record));
+        return record;
+    };
+    const auto done = unfinished("scan0001.txt", "Facture.txt", "Facture.txt");
+    const auto failed = unfinished("scan0002.txt", "Devis.txt", "scan0002.txt");
+    world.start();
+    EXPECT_EQ(world.store->record(done.id).value()->status, Status::done);
+    EXPECT_EQ(world.store->record(failed.id).value()->status, Status::failed);
+    EXPECT_EQ(world.store->record(failed.id).value()->errorMessage, "Interrompu");
+    expectMark(world.folder / "Facture.txt", State::renamed);
+    ASSERT_TRUE(world.eventually([&] { return world.model->pending().size() == 1; }));
+    EXPECT_EQ(world.model->pending().front().proposal.url, world.folder / "scan0002.txt");
+}
+
 TEST(AppModelThreads, NamesAgainWhatWasReplacedWhileItWaited) {
     World world;
     world.stabilizer.quietPeriod = std::chrono::milliseconds(300);

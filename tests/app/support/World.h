@@ -57,6 +57,9 @@ public:
     }
     bool inventsInodes(const std::filesystem::path& folder) override { return m_disk.inventsInodes(folder); }
     std::optional<std::string> volumeName(std::uint64_t device) override { return m_disk.volumeName(device); }
+    std::expected<std::vector<std::string>, int> list(const std::filesystem::path& folder) override {
+        return m_disk.list(folder);
+    }
     Result renameExclusively(const std::filesystem::path& from, const std::filesystem::path& to) override {
         return m_disk.renameExclusively(from, to);
     }
