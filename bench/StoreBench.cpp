@@ -134,7 +134,7 @@ BENCHMARK_CAPTURE(search, nothing, "zanzibar", 0)
 BENCHMARK_CAPTURE(search, nearly, "facture facture facture relevé garantie", 0)
     ->Name("store/search/commonWordsThatNeverMeet")
     ->Unit(benchmark::kMillisecond);
-BENCHMARK_CAPTURE(search, absent, "ß", 0)->Name("store/search/absentLetter")->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(search, absent, "ж", 0)->Name("store/search/absentLetter")->Unit(benchmark::kMillisecond);
 BENCHMARK(doneAt)->Name("store/doneAt")->Unit(benchmark::kMillisecond);
 BENCHMARK(save)->Name("store/save")->Unit(benchmark::kMillisecond);
 

@@ -64,7 +64,7 @@ bool writeFully(int fd, std::string_view bytes) {
     return true;
 }
 
-constexpr std::size_t chunk = 256 * 1024; // bytes
+constexpr std::size_t chunk = 1U << 18U; // bytes
 
 /// Whether both are missing, or both hold the same bytes.
 bool areSame(const path& left, const path& right) {
@@ -191,7 +191,7 @@ void makePrivate(const path& file) {
 std::expected<path, int> copyAside(const path& file) {
     constexpr int lastNumber = 999;
     for (int number = 1; number <= lastNumber; ++number) {
-        const path copy = file.native() + fmt::format(".copie-{}", number);
+        path copy = file.native() + fmt::format(".copie-{}", number);
         if (isSameStore(file, copy))
             return copy;
         const int failure = copyStore(file, copy);

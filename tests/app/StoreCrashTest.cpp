@@ -25,8 +25,16 @@ struct Everything {
     bool operator==(const Everything&) const = default;
 
     static Everything of(const Store& store) {
-        return {store.history("", 50).value(), store.history("facture", 50).value(), store.folders().value(),
-                store.pending().value(), store.remembered(identity(1)).value()};
+        Everything everything = withoutSearch(store);
+        everything.found = store.history("facture", 50).value();
+        return everything;
+    }
+    static Everything withoutSearch(const Store& store) { // which takes most of the time
+        return {store.history("", 50).value(),
+                {},
+                store.folders().value(),
+                store.pending().value(),
+                store.remembered(identity(1)).value()};
     }
 };
 
@@ -109,7 +117,7 @@ TEST(StoreCrash, IsAsBeforeOrAfterWhenAnyWriteFails) {
             }
             ASSERT_TRUE(opened);
             Store& store = *opened;
-            auto before = Everything::of(store);
+            auto before = Everything::withoutSearch(store);
             for (std::size_t number = 0; number < steps.size(); ++number) {
                 SCOPED_TRACE("fault " + std::to_string(static_cast<int>(fault)) + " at " +
                              std::to_string(fatal) + ", step " + std::to_string(number));
@@ -117,10 +125,10 @@ TEST(StoreCrash, IsAsBeforeOrAfterWhenAnyWriteFails) {
                     ++failures;
                     EXPECT_FALSE(done.error().isDamaged) << done.error().description;
                     EXPECT_FALSE(done.error().description.empty());
-                    EXPECT_EQ(Everything::of(store), before);
+                    EXPECT_EQ(Everything::withoutSearch(store), before);
                     ASSERT_TRUE(steps[number](store)); // it failed once
                 }
-                before = Everything::of(store);
+                before = Everything::withoutSearch(store);
             }
             const auto last = Everything::of(store);
             {
