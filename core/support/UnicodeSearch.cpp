@@ -59,7 +59,7 @@ bool CaselessSearch::matches(std::string_view text) const {
 std::string CaselessSearch::keyOf(std::string_view text) {
     constexpr char32_t dotlessI = 0x0131;
     constexpr char32_t dotAbove = 0x0307;
-    const std::string folded = foldedFor(text, false);
+    std::string folded = foldedFor(text, false);
     if (isAscii(folded))
         return folded;
     std::string key;
