@@ -8,9 +8,9 @@
 
 namespace vesto {
 
-bool isRemoteFolder(const std::filesystem::path& folder) {
+bool isRemoteFileSystem(std::uint32_t kind) {
     // By number, since the headers of the system name some of them only.
-    constexpr std::array<std::uint32_t, 16> remote{
+    constexpr std::array<std::uint32_t, 19> remote{
         0x00006969, // NFS
         0x0000517B, // SMB
         0xFF534D42, // CIFS
@@ -26,12 +26,18 @@ bool isRemoteFolder(const std::filesystem::path& folder) {
         0x0BD00BD0, // Lustre
         0x47504653, // GPFS
         0xAAD7AAEA, // PanFS
+        0x20030528, // PVFS
+        0x61636673, // ACFS
+        0x786F4256, // VirtualBox
         0x65735546, // FUSE
     };
+    return std::ranges::find(remote, kind) != remote.end();
+}
+
+bool isRemoteFolder(const std::filesystem::path& folder) {
     struct statfs found{};
-    if (::statfs(folder.c_str(), &found) != 0)
-        return false;
-    return std::ranges::find(remote, static_cast<std::uint32_t>(found.f_type)) != remote.end();
+    return ::statfs(folder.c_str(), &found) == 0 &&
+           isRemoteFileSystem(static_cast<std::uint32_t>(found.f_type));
 }
 
 } // namespace vesto

@@ -1,5 +1,7 @@
 #include "core/watch/OpenFolder.h"
 
+#include "core/files/RemoteFolder.h"
+
 #include <dirent.h>
 #include <fcntl.h>
 #include <linux/magic.h>
@@ -9,7 +11,6 @@
 #include <sys/vfs.h>
 
 #include <algorithm>
-#include <array>
 #include <cerrno>
 #include <memory>
 #include <string_view>
@@ -17,23 +18,7 @@
 namespace vesto {
 namespace {
 
-// Those that the headers do not all know.
-constexpr std::uint32_t exfatMagic = 0x2011BAB0;
-constexpr std::uint32_t cephMagic = 0x00C36400;
-constexpr std::uint32_t lustreMagic = 0x0BD00BD0;
-constexpr std::uint32_t gfs2Magic = 0x01161970;
-constexpr std::uint32_t pvfsMagic = 0x20030528;
-constexpr std::uint32_t virtualBoxMagic = 0x786F4256;
-constexpr std::uint32_t acfsMagic = 0x61636673;
-
-bool isRemoteKind(std::uint32_t magic) {
-    static constexpr std::array<std::uint32_t, 17> kinds{
-        FUSE_SUPER_MAGIC,  NFS_SUPER_MAGIC, SMB_SUPER_MAGIC,  SMB2_SUPER_MAGIC, CIFS_SUPER_MAGIC,
-        AFS_SUPER_MAGIC,   AFS_FS_MAGIC,    CODA_SUPER_MAGIC, NCP_SUPER_MAGIC,  V9FS_MAGIC,
-        OCFS2_SUPER_MAGIC, cephMagic,       lustreMagic,      gfs2Magic,        pvfsMagic,
-        virtualBoxMagic,   acfsMagic};
-    return std::ranges::find(kinds, magic) != kinds.end();
-}
+constexpr std::uint32_t exfatMagic = 0x2011BAB0; // newer than the headers of some systems
 
 bool inventsInodes(std::uint32_t magic) {
     return magic == MSDOS_SUPER_MAGIC || magic == exfatMagic || magic == FUSE_SUPER_MAGIC;
@@ -58,7 +43,7 @@ bool OpenFolder::examine() {
         ::fstatfs(m_fd.get(), &disk) != 0)
         return false;
     const auto magic = static_cast<std::uint32_t>(disk.f_type);
-    m_isRemote = isRemoteKind(magic);
+    m_isRemote = isRemoteFileSystem(magic);
     m_identity.device = makedev(found.stx_dev_major, found.stx_dev_minor);
     // There both may change under a folder that is first written to.
     if (magic == OVERLAYFS_SUPER_MAGIC)
