@@ -263,12 +263,12 @@ void AppModel::setItemSelected(std::string_view proposalID, bool selected) {
     m_parts->batches.setSelected(proposalID, selected);
 }
 
-void AppModel::renameSelected(Done done) {
-    m_parts->batches.renameSelected(std::move(done));
+void AppModel::renameSelected(const Done& done) {
+    m_parts->batches.renameSelected(done);
 }
 
-void AppModel::undoBatch(std::string_view batchID, Done done) {
-    m_parts->batches.undo(batchID, std::move(done));
+void AppModel::undoBatch(std::string_view batchID, const Done& done) {
+    m_parts->batches.undo(batchID, done);
 }
 
 void AppModel::closeBatch() {

@@ -159,9 +159,9 @@ public:
     void setItemSelected(std::string_view proposalID, bool selected);
     /// One item after the other, in their order; `done` after the last, also where the batch was closed
     /// meanwhile.
-    void renameSelected(Done done = {});
+    void renameSelected(const Done& done = {});
     /// Undoes what is done of any batch, also an earlier one.
-    void undoBatch(std::string_view batchID, Done done = {});
+    void undoBatch(std::string_view batchID, const Done& done = {});
     void closeBatch();
 
     // ---- The rest ----

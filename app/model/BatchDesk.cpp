@@ -79,7 +79,7 @@ void BatchDesk::setSelected(std::string_view proposalID, bool selected) {
     changed();
 }
 
-void BatchDesk::renameSelected(AppModel::Done done) {
+void BatchDesk::renameSelected(const AppModel::Done& done) {
     if (!m_batch || m_batch->isRenaming) {
         if (done)
             m_context.later(done);
@@ -121,7 +121,7 @@ void BatchDesk::renameNext(const std::string& batchID, const AppModel::Done& don
         m_context.later(done);
 }
 
-void BatchDesk::undo(std::string_view batchID, AppModel::Done done) {
+void BatchDesk::undo(std::string_view batchID, const AppModel::Done& done) {
     std::vector<std::string> recordIDs;
     const auto records = m_context.given().store.batch(batchID);
     if (records)

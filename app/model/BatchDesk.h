@@ -33,8 +33,8 @@ public:
     void analyseAlso(AlsoAnalyse which);
     void setTitle(std::string_view proposalID, std::string_view title);
     void setSelected(std::string_view proposalID, bool selected);
-    void renameSelected(AppModel::Done done);
-    void undo(std::string_view batchID, AppModel::Done done);
+    void renameSelected(const AppModel::Done& done);
+    void undo(std::string_view batchID, const AppModel::Done& done);
     void close();
 
     // What became of a file of the current batch.

@@ -41,9 +41,9 @@ public:
     /// called once the model is gone. `work` knows nothing of the model.
     template <typename Work, typename Back> void onFiles(Work work, Back back) {
         ++m_filesAtWork;
-        m_files.post(errand(std::move(work), [this, answer = std::move(back)](auto result) mutable {
+        m_files.post(errand(std::move(work), [this, answer = std::move(back)](auto&& result) mutable {
             --m_filesAtWork;
-            answer(std::move(result));
+            answer(std::forward<decltype(result)>(result));
             if (isIdle() && m_whenIdle)
                 m_whenIdle();
         }));
