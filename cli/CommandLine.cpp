@@ -1,5 +1,7 @@
 #include "cli/CommandLine.h"
 
+#include "app/model/Settings.h"
+#include "cli/EngineWords.h"
 #include "cli/Messages.h"
 #include "cli/ModelSession.h"
 #include "cli/Options.h"
@@ -58,6 +60,7 @@ std::string inFrench(const CLI::ParseError& error, const std::optional<std::stri
 
 /// The words as CLI11 fills them in, before they are checked.
 struct Words {
+    EngineWords engine;
     std::vector<std::string> paths;
     std::vector<std::string> names;
     std::string pattern;
@@ -141,9 +144,12 @@ void declareVerbs(CLI::App& app, Words& words, Options& options) {
     addJson(renameVerb, options);
     addVerbose(renameVerb, options);
 
-    CLI::App& undoVerb = verb("undo", "Rend à chaque fichier renommé son nom d'avant");
-    addPaths(undoVerb, words, filesOrFolders);
-    addJson(undoVerb, options);
+    declareEngineVerbs(app, words.engine, words.paths, words.names, options);
+    CLI::App& batchVerb = *app.get_subcommand("batch");
+    addNaming(batchVerb, words, options);
+    batchVerb.add_option("--min-confidence", words.minConfidence,
+                         "Ce qu'il faut de confiance (de 0 à 1) ; sinon le réglage autoThreshold");
+    addVerbose(batchVerb, options);
 
     declareModelVerbs(verb("model", "Gère les modèles locaux, des titres et de la parole"), words, options);
 
@@ -159,25 +165,33 @@ void declareVerbs(CLI::App& app, Words& words, Options& options) {
 
 /// Whether the words of a verb are names, not files.
 bool takesNames(std::string_view verb, const Options& options) {
-    return verb == "generic" || (verb == "model" && (options.modelAction == ModelAction::remove ||
-                                                     options.modelAction == ModelAction::use));
+    return verb == "generic" || verb == "accept" || verb == "ignore" || verb == "settings" ||
+           (verb == "model" &&
+            (options.modelAction == ModelAction::remove || options.modelAction == ModelAction::use));
 }
 
-/// How many words a verb of `model` takes; nothing where it takes any number, but not none.
-std::optional<std::size_t> modelWords(ModelAction action) {
+WordCount modelWordCount(ModelAction action) {
     switch (action) {
     case ModelAction::list:
     case ModelAction::enable:
     case ModelAction::disable:
-        return 0;
+        return {.least = 0, .most = 0};
     case ModelAction::add:
     case ModelAction::remove:
     case ModelAction::use:
-        return 1;
+        return {.least = 1, .most = 1};
     case ModelAction::test:
         break;
     }
-    return std::nullopt;
+    return {};
+}
+
+WordCount wordCount(std::string_view verb, const Options& options) {
+    if (verb == "template")
+        return {.least = 0};
+    if (verb == "model")
+        return modelWordCount(options.modelAction);
+    return engineWordCount(verb, options).value_or(WordCount{});
 }
 
 /// One more word for `verb`, which is no option whatever it looks like.
@@ -206,15 +220,18 @@ std::optional<std::filesystem::path> absolutePath(const std::string& word) {
 /// Nothing where the words are right; otherwise what is wrong with them.
 std::optional<std::string> fillIn(Options& options, const Words& words, std::string_view verb) {
     const bool checksPattern = verb == "template";
-    const auto wanted = verb == "model" ? modelWords(options.modelAction) : std::nullopt;
+    const WordCount wanted = wordCount(verb, options);
     const std::size_t given = words.paths.size() + words.names.size();
-    if (wanted && given > *wanted)
+    if (given > wanted.most)
         return "Un argument est inconnu ou en trop.";
-    if (given == 0 && !checksPattern && wanted != 0U)
+    if (given < wanted.least)
         return "Il manque un fichier, un dossier ou un nom.";
     if (checksPattern && words.pattern.empty())
         return "Il manque un modèle.";
     options.names = words.names;
+    options.words = words.paths;
+    if (auto wrong = takeEngineWords(words.engine, options))
+        return wrong;
     for (const std::string& word : words.paths) {
         if (word.empty())
             return "Un chemin est vide.";
@@ -227,6 +244,8 @@ std::optional<std::string> fillIn(Options& options, const Words& words, std::str
         options.locale = Locale{words.locale};
     if (!words.pattern.empty() || checksPattern)
         options.nameTemplate.pattern = words.pattern;
+    else if (verb == "name" || verb == "rename" || verb == "batch")
+        options.nameTemplate.pattern = Settings().nameTemplate();
     if (!checksPattern)
         if (const auto valid = options.nameTemplate.validate(); !valid)
             return fmt::format("--template : {}", valid.error().message());
@@ -251,19 +270,19 @@ ExitStatus performReading(const std::string& verb, const Options& options, bool 
     if (verb == "model")
         return testModel(options, session, out, err);
     ModelSession model(options, openUsedModel(ModelFolder{}), err);
-    return verb == "name" ? name(options, session, model, out) : rename(options, session, model, out);
+    return name(options, session, model, out);
 }
 
 ExitStatus perform(const std::string& verb, const Options& options, std::ostream& out, std::ostream& err) {
     // Before the first file is touched; what is started later inherits it.
     const bool offline = sandbox::refuseNetwork();
     const bool testsModel = verb == "model" && options.modelAction == ModelAction::test;
-    if (verb == "name" || verb == "read" || verb == "rename" || testsModel)
+    if (verb == "name" || verb == "read" || testsModel)
         return performReading(verb, options, offline, out, err);
     if (verb == "model")
         return manageModels(options, offline, out, err);
-    if (verb == "undo")
-        return undo(options, out);
+    if (const auto status = performEngineVerb(verb, options, offline, {out, err}))
+        return *status;
     if (verb == "generic")
         return generic(options, out);
     return checkTemplate(options, out);

@@ -47,6 +47,12 @@ private:
     std::optional<NamingPipeline> m_pipeline; // made at the first file that may be named
 };
 
+class Report;
+
+/// Tells what came of naming and renaming one file, by the engine's record of it.
+void tellNamed(const std::filesystem::path& path, Json record, std::optional<double> minConfidence,
+               Report& report);
+
 /// The file name that a proposal stands for, before any collision.
 [[nodiscard]] std::string proposedFileName(const Proposal& proposal);
 

@@ -1,53 +1,113 @@
+#include "app/model/Identifiers.h"
+#include "cli/EngineVerbs.h"
 #include "cli/Messages.h"
 #include "cli/Naming.h"
+#include "cli/ReadingEngine.h"
 #include "cli/Report.h"
 #include "cli/Targets.h"
-#include "cli/Verbs.h"
 #include "core/files/FileName.h"
+#include "core/files/FileURL.h"
 #include "core/files/ProcessedMarker.h"
-#include "core/files/Renamer.h"
 #include "core/files/UndoService.h"
+#include "core/naming/RecordCodec.h"
 #include "core/support/Text.h"
 
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>
 
 #include <set>
+#include <system_error>
 
 namespace vesto::cli {
 namespace {
 
-constexpr std::int64_t maxAttempts = 99; // names tried before giving up
-
-std::string_view adviceOf(const RenameError& error) {
-    return error.code() == 0 ? std::string_view{} : adviceFor(error.code()).value_or(std::string_view{});
+std::string_view adviceOf(std::int64_t errorNumber) {
+    return errorNumber <= 0 || errorNumber > 4096
+               ? std::string_view{}
+               : adviceFor(static_cast<int>(errorNumber)).value_or(std::string_view{});
 }
 
-Json failureRecord(Json record, const RenameError& error) {
-    record.erase("proposal");
-    record.erase("fileName");
-    record["outcome"] = "error";
-    record["reason"] = error.message();
-    record["error"] = error.name();
-    return record;
+/// What a person is told where a file got no name.
+std::string reasonIn(const Json& record) {
+    const std::string reason = stringMember(record, "reason").value_or("");
+    if (stringMember(record, "outcome") == "rejected")
+        for (const auto rejection :
+             {FileEligibility::Rejection::missing, FileEligibility::Rejection::hidden,
+              FileEligibility::Rejection::notRegularFile, FileEligibility::Rejection::temporary,
+              FileEligibility::Rejection::unsupported, FileEligibility::Rejection::processed,
+              FileEligibility::Rejection::notGeneric, FileEligibility::Rejection::tooOld,
+              FileEligibility::Rejection::notLocal, FileEligibility::Rejection::locked})
+            if (FileEligibility::rawValue(rejection) == reason)
+                return std::string(FileEligibility::message(rejection));
+    return reason;
 }
 
-void apply(const Proposal& proposal, Json record, Report& report) {
-    const Renamer renamer(proposal.policy, maxAttempts);
-    const auto renamed = renamer.rename(proposal.url, proposal.baseName, proposal.identity, /*mark=*/true);
-    if (!renamed) {
-        report.refused(proposal.url, renamed.error().message(),
-                       failureRecord(std::move(record), renamed.error()), adviceOf(renamed.error()));
-        return;
+} // namespace
+
+void tellNamed(const std::filesystem::path& path, Json record, std::optional<double> minConfidence,
+               Report& report) {
+    const Json* proposed = member(record, "proposal");
+    const auto proposal = proposed == nullptr ? std::nullopt : proposalFromJson(*proposed);
+    if (const auto to = stringMember(record, "to"); to && proposal) {
+        std::string more = evidenceOf(*proposal);
+        if (boolMember(record, "marked") == false)
+            more +=
+                text(" ; marque impossible sur ce disque ou ce fichier : Vesto la garde dans son historique");
+        report.done(path, lastComponentOf(*to), more, record);
+    } else if (proposal) {
+        const std::string bar =
+            minConfidence ? fmt::format(" sous {}", percentage(*minConfidence)) : std::string();
+        const std::string reason = fmt::format("laissé tel quel, confiance {}{} (nom proposé : {})",
+                                               percentage(proposal->confidence), bar,
+                                               printable(stringMember(record, "fileName").value_or("")));
+        record["reason"] = reason;
+        report.refused(path, reason, record);
+    } else {
+        report.refused(path, reasonIn(record), record, adviceOf(integerMember(record, "code").value_or(0)));
     }
-    record["from"] = renamed->from.native();
-    record["to"] = renamed->to.native();
-    record["marked"] = renamed->marked;
-    std::string more = evidenceOf(proposal);
-    if (!renamed->marked)
-        more +=
-            text(" ; marque impossible sur ce disque ou ce fichier : « vesto undo » ne pourra pas l'annuler");
-    report.done(renamed->from, lastComponentOf(renamed->to), more, record);
+}
+
+ExitStatus rename(const Options& options, bool offline, Streams streams) {
+    ReadingEngine engine(options, streams.err);
+    if (!engine.begin(offline))
+        return ExitStatus::notAllDone;
+    const Targets targets = targetsOf(options.paths);
+    Report report(options, streams.out);
+    report.folders(targets);
+    for (const Target& target : targets.files) {
+        if (!report.heard())
+            break;
+        engine.tellStart(target.path);
+        bool isTold = false;
+        const auto result =
+            engine.session().ask(namingOrder(options, "rename", target.path), [&](const Json& event) {
+                if (const Json* line = member(event, "line")) {
+                    isTold = true;
+                    if (stringMember(*line, "error") == "unreadable")
+                        engine.tellWhetherReaderRuns();
+                    tellNamed(target.path, *line, options.minConfidence, report);
+                }
+                return report.heard();
+            });
+        if (!isTold && report.heard()) { // the engine went away: what comes would only fail as well
+            report.refused(target.path, result.reason.empty() ? text("Pas de réponse.") : result.reason,
+                           Json{{"path", target.path.native()}, {"outcome", "error"}});
+            break;
+        }
+    }
+    return report.status();
+}
+
+// ---- undo ----
+
+namespace {
+
+Json rejected(const std::filesystem::path& path, std::string_view reason) {
+    Json record;
+    record["path"] = path.native();
+    record["outcome"] = "rejected";
+    record["reason"] = reason;
+    return record;
 }
 
 /// Whether a file of a folder is one that undoing is about; one that was named is always tried.
@@ -55,75 +115,139 @@ bool wasRenamed(const std::optional<ProcessedMarker::Marker>& marker) {
     return marker && marker->state == ProcessedMarker::State::renamed;
 }
 
-} // namespace
+/// Undoes renames: by the history where that knows them, else by what the file itself says.
+class Undoing {
+public:
+    Undoing(const Options& options, Streams streams)
+        : m_session(streams.err)
+        , m_report(options, streams.out) {}
 
-ExitStatus rename(const Options& options, ReadingSession& session, ModelSession& model, std::ostream& out) {
-    const Targets targets = targetsOf(options.paths);
-    Report report(options, out);
-    report.folders(targets);
-    Namer namer(options, session, model);
-    for (const Target& target : targets.files) {
-        if (!report.heard())
-            break;
-        const Naming naming = namer.name(target.path);
-        Json record = naming.record();
-        const Proposal* proposal = naming.proposal();
-        if (proposal == nullptr) {
-            report.refused(target.path, naming.reason(), record);
-        } else if (options.minConfidence && proposal->confidence < *options.minConfidence) {
-            const std::string reason = fmt::format(
-                "laissé tel quel, confiance {} sous {} (nom proposé : {})", percentage(proposal->confidence),
-                percentage(*options.minConfidence), printable(proposedFileName(*proposal)));
-            record["reason"] = reason;
-            report.refused(target.path, reason, record);
-        } else {
-            apply(*proposal, std::move(record), report);
-        }
+    [[nodiscard]] bool begin(const Options& options) {
+        return m_session.begin([&] { return partsForOrders(options); });
     }
-    return report.status();
+    [[nodiscard]] Report& report() { return m_report; }
+
+    /// An order that names its rows itself. `subject` stands for them where there are none.
+    void byOrder(const Json& order, std::string_view subject) {
+        const auto result = ask(order);
+        if (!result.reason.empty())
+            m_report.refused(subject, result.reason, rejected(subject, result.reason));
+        else if (!result.done)
+            m_report.leaveUndone();
+    }
+
+    /// False where nothing is known of the file; then nothing was said either.
+    [[nodiscard]] bool byPath(const std::filesystem::path& path) {
+        std::error_code error;
+        const auto folder = std::filesystem::canonical(folderOf(path), error);
+        auto result = askFor(path);
+        if (result.isUnknown && !error && folder / lastComponentOf(path) != path)
+            result = askFor(folder / lastComponentOf(path));
+        if (!result.isUnknown) {
+            if (!result.reason.empty())
+                m_report.refused(path, result.reason, rejected(path, result.reason));
+            else if (!result.done)
+                m_report.leaveUndone();
+            return true;
+        }
+        return byMarker(path);
+    }
+
+private:
+    EngineSession::Result ask(const Json& order) {
+        return m_session.ask(order, [&](const Json& event) {
+            if (const Json* line = member(event, "line")) {
+                const std::string before = stringMember(*line, "path").value_or("");
+                if (const auto to = stringMember(*line, "to"))
+                    m_report.done(before, lastComponentOf(*to), {}, *line);
+                else
+                    m_report.refused(before, stringMember(*line, "reason").value_or(""), *line);
+            }
+            return m_report.heard();
+        });
+    }
+
+    EngineSession::Result askFor(const std::filesystem::path& path) {
+        return ask(Json{{"verb", "undo"}, {"url", fileURL(path)}});
+    }
+
+    bool byMarker(const std::filesystem::path& path) {
+        // Before the marker, so that the marker is never another file's.
+        const auto identity = FileIdentity::of(path);
+        const auto marker = ProcessedMarker::read(path);
+        if (!wasRenamed(marker))
+            return false;
+        Json record;
+        record["path"] = path.native();
+        const auto restored = UndoService{}.undo(path, marker->originalName, identity);
+        if (!restored) {
+            record["outcome"] = "error";
+            record["reason"] = restored.error().message();
+            record["error"] = restored.error().name();
+            m_report.refused(path, restored.error().message(), record, adviceOf(restored.error().code()));
+            return true;
+        }
+        record["outcome"] = "undone";
+        record["from"] = path.native();
+        record["to"] = restored->native();
+        m_report.done(path, lastComponentOf(*restored), {}, record);
+        return true;
+    }
+
+    EngineSession m_session;
+    Report m_report;
+};
+
+bool isThere(const std::filesystem::path& path) {
+    std::error_code ignored;
+    return std::filesystem::exists(std::filesystem::symlink_status(path, ignored));
 }
 
-ExitStatus undo(const Options& options, std::ostream& out) {
-    const Targets targets = targetsOf(options.paths);
-    Report report(options, out);
-    report.folders(targets);
+void undoPaths(Undoing& undoing, const std::vector<std::filesystem::path>& paths) {
+    const Targets targets = targetsOf(paths);
+    undoing.report().folders(targets);
     std::set<std::filesystem::path> withNothing; // folders named, of which no file was renamed
     std::set<std::filesystem::path> withSomething;
     for (const Target& target : targets.files) {
-        if (!report.heard())
+        if (!undoing.report().heard())
             break;
-        // Before the marker, so that the marker is never another file's.
-        const auto identity = FileIdentity::of(target.path);
-        const auto marker = ProcessedMarker::read(target.path);
-        if (target.fromFolder)
-            (wasRenamed(marker) ? withSomething : withNothing).insert(folderOf(target.path));
-        if (target.fromFolder && !wasRenamed(marker))
-            continue;
-        Json record;
-        record["path"] = target.path.native();
-        if (!wasRenamed(marker)) {
+        const bool isKnown = undoing.byPath(target.path);
+        if (target.fromFolder) {
+            (isKnown ? withSomething : withNothing).insert(folderOf(target.path));
+        } else if (!isKnown) {
             const std::string_view reason =
                 text("Vesto n'a pas renommé ce fichier, ou son renommage est déjà annulé.");
-            record["outcome"] = "rejected";
-            record["reason"] = reason;
-            report.refused(target.path, reason, record);
-            continue;
+            undoing.report().refused(target.path, reason, rejected(target.path, reason));
         }
-        const auto restored = UndoService{}.undo(target.path, marker->originalName, identity);
-        if (!restored) {
-            report.refused(target.path, restored.error().message(), failureRecord(record, restored.error()),
-                           adviceOf(restored.error()));
-            continue;
-        }
-        record["outcome"] = "undone";
-        record["from"] = target.path.native();
-        record["to"] = restored->native();
-        report.done(target.path, lastComponentOf(*restored), {}, record);
     }
     for (const std::filesystem::path& folder : withNothing)
         if (!withSomething.contains(folder))
-            report.nothingIn(folder, text("Aucun fichier à rétablir dans ce dossier."));
-    return report.status();
+            undoing.report().nothingIn(folder, text("Aucun fichier à rétablir dans ce dossier."));
+}
+
+} // namespace
+
+ExitStatus undo(const Options& options, Streams streams) {
+    Undoing undoing(options, streams);
+    if (!undoing.begin(options))
+        return ExitStatus::notAllDone;
+    if (options.last)
+        undoing.byOrder(Json{{"verb", "undo"}, {"last", true}}, text("Historique"));
+    if (!options.batchID.empty())
+        undoing.byOrder(Json{{"verb", "undoBatch"}, {"id", options.batchID}}, options.batchID);
+    std::vector<std::filesystem::path> paths;
+    std::vector<std::string> ids;
+    for (std::size_t i = 0; i < options.paths.size(); ++i) { // a path that is there wins over an id
+        if (isThere(options.paths[i]) || !isIDPrefix(options.words[i]))
+            paths.push_back(options.paths[i]);
+        else
+            ids.push_back(options.words[i]);
+    }
+    undoPaths(undoing, paths);
+    for (const std::string& id : ids)
+        if (undoing.report().heard())
+            undoing.byOrder(Json{{"verb", "undo"}, {"id", id}}, id);
+    return undoing.report().status();
 }
 
 } // namespace vesto::cli

@@ -38,6 +38,18 @@ void Report::done(const std::filesystem::path& before, std::string_view after, s
     m_out.flush();
 }
 
+void Report::changed(const std::filesystem::path& path, std::string_view what, std::string_view more,
+                     const Json& record) {
+    if (m_json) {
+        m_out << writeJson(record) << '\n' << std::flush;
+        return;
+    }
+    m_out << printable(path.native()) << " : " << what << '\n';
+    if (!more.empty())
+        m_out << "    " << more << '\n';
+    m_out.flush();
+}
+
 void Report::refused(const std::filesystem::path& path, std::string_view reason, const Json& record,
                      std::string_view advice) {
     m_status = ExitStatus::notAllDone;

@@ -29,10 +29,17 @@ public:
     void done(const std::filesystem::path& before, std::string_view after, std::string_view more,
               const Json& record);
 
+    /// What was done to `path`, where that is no new name.
+    void changed(const std::filesystem::path& path, std::string_view what, std::string_view more,
+                 const Json& record);
+
     /// What was not done, and why, which may quote names of strangers; `advice` says what to do, unless
     /// empty.
     void refused(const std::filesystem::path& path, std::string_view reason, const Json& record,
                  std::string_view advice = {});
+
+    /// Something was not done that has no line of its own.
+    void leaveUndone() { m_status = ExitStatus::notAllDone; }
 
     /// Whether anybody still hears: a verb that changes files stops where it can no longer say so.
     [[nodiscard]] bool heard() const;

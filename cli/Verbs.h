@@ -11,8 +11,6 @@ namespace vesto::cli {
 
 ExitStatus name(const Options& options, ReadingSession& session, ModelSession& model, std::ostream& out);
 ExitStatus read(const Options& options, ReadingSession& session, std::ostream& out);
-ExitStatus rename(const Options& options, ReadingSession& session, ModelSession& model, std::ostream& out);
-ExitStatus undo(const Options& options, std::ostream& out);
 ExitStatus generic(const Options& options, std::ostream& out);
 ExitStatus checkTemplate(const Options& options, std::ostream& out);
 

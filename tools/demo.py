@@ -127,6 +127,9 @@ def show_number(renamed):
 def main():
     vesto, samples, build = sys.argv[1:4]
     folder = fresh_folder(build)
+    profile = tempfile.mkdtemp(prefix="vesto-profile-")  # the demonstration is no part of anybody's history
+    os.environ["XDG_DATA_HOME"] = os.environ["XDG_CONFIG_HOME"] = profile
+    os.environ.pop("XDG_RUNTIME_DIR", None)
     try:
         for name in os.listdir(samples):
             shutil.copyfile(os.path.join(samples, name), os.path.join(folder, name))
@@ -144,6 +147,7 @@ def main():
         print(f"\nÉchec : {failure}\nLe dossier reste là pour être examiné : {folder}", file=sys.stderr)
         return 1
     shutil.rmtree(folder)
+    shutil.rmtree(profile, ignore_errors=True)
     print(f"\n{len(renamed)} fichiers renommés, {len(before) - len(renamed)} laissés tels quels, puis tout annulé.")
     print("Empreintes SHA-256 comparées : chaque contenu est présent une fois, chaque nom est revenu, rien n'est perdu.")
     return 0

@@ -11,6 +11,7 @@
 #include "core/files/Disk.h"
 #include "core/files/FileEligibility.h"
 #include "core/files/FileStabilizer.h"
+#include "core/files/RenameError.h"
 #include "core/naming/FoundationNameGenerator.h"
 #include "core/naming/NameTemplate.h"
 #include "core/naming/Proposal.h"
@@ -46,6 +47,7 @@ struct UnreadableFile {
 struct NamingOrder {
     std::filesystem::path path;
     std::optional<NameTemplate> nameTemplate{};
+    std::optional<Locale> locale{};        // of dates and of {kind}
     bool genericOnly = false;              // only where the name says nothing
     bool again = false;                    // also where it was handled before
     std::optional<double> minConfidence{}; // for the rename; below it the file stays as it is
@@ -57,6 +59,7 @@ struct NamingAnswer {
     std::variant<PipelineOutcome, FileEligibility::Rejection, SummarizerError> naming;
     /// Where a rename was tried: its row, or why there is none, in French.
     std::optional<std::expected<RenameRecord, std::string>> rename{};
+    std::optional<RenameError> error{}; // where it was tried on the disk and failed
     bool marked = true; // false: the mark is remembered elsewhere, since the file could not carry it
 };
 

@@ -234,7 +234,7 @@ void JobLoop::askedExamined(const FileTasks::Examination& examination) {
         return;
     }
     setProcessingName(std::string(name()));
-    runPipeline(m_context.pipeline(job.order.nameTemplate), &JobLoop::askedNamed);
+    runPipeline(m_context.pipeline(job.order.nameTemplate, job.order.locale), &JobLoop::askedNamed);
 }
 
 void JobLoop::askedNamed(const Outcome& outcome) {
@@ -258,7 +258,9 @@ void JobLoop::askedNamed(const Outcome& outcome) {
             answer(
                 {.naming = PipelineOutcome(proposal), .rename = applied->record, .marked = applied->marked});
         else
-            answer({.naming = PipelineOutcome(proposal), .rename = std::unexpected(applied.error().message)});
+            answer({.naming = PipelineOutcome(proposal),
+                    .rename = std::unexpected(applied.error().message),
+                    .error = applied.error().error});
     });
 }
 

@@ -9,12 +9,13 @@ void ModelContext::setLastError(std::optional<std::string> message) {
     Q_EMIT m_face.lastErrorChanged();
 }
 
-NamingPipeline ModelContext::pipeline(const std::optional<NameTemplate>& nameTemplate) const {
+NamingPipeline ModelContext::pipeline(const std::optional<NameTemplate>& nameTemplate,
+                                      const std::optional<Locale>& locale) const {
     const bool modelIsUsable = !m_given.modelAvailability || m_given.modelAvailability().isAvailable();
     return {m_given.summarizer,
             modelIsUsable ? m_given.generator : nullptr,
             nameTemplate.value_or(NameTemplate{m_given.settings.nameTemplate()}),
-            m_given.locale,
+            locale.value_or(m_given.locale),
             NamingPolicy{},
             m_given.clock};
 }

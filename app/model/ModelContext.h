@@ -62,7 +62,8 @@ public:
     void setWhenIdle(std::function<void()> whenIdle) { m_whenIdle = std::move(whenIdle); }
 
     /// A pipeline by the settings as they are now.
-    [[nodiscard]] NamingPipeline pipeline(const std::optional<NameTemplate>& nameTemplate = {}) const;
+    [[nodiscard]] NamingPipeline pipeline(const std::optional<NameTemplate>& nameTemplate = {},
+                                          const std::optional<Locale>& locale = {}) const;
 
     /// Waits for the workers; what they had to say is delivered. `naming` must have been asked to stop.
     void endWorkers();

@@ -355,6 +355,36 @@ Store::Result<std::optional<RenameRecord>> Store::doneAt(const path& file) const
     });
 }
 
+namespace {
+
+/// Ids are of lower-case hexadecimal digits and "-": each that begins so comes before `prefix` and a "g".
+std::vector<std::string> idsFrom(Work& work, const char* select, std::string_view prefix) {
+    const std::string end = std::string(prefix) + 'g';
+    Query query(work, select, prefix, std::string_view(end));
+    std::vector<std::string> ids;
+    while (query.next())
+        ids.push_back(query.text(0));
+    return ids;
+}
+
+} // namespace
+
+Store::Result<std::vector<std::string>> Store::recordIDs(std::string_view prefix) const {
+    return m_impl->read([&](Work& work) {
+        return idsFrom(work, "SELECT id FROM RenameRecord WHERE id >= ? AND id < ? ORDER BY id LIMIT 2",
+                       prefix);
+    });
+}
+
+Store::Result<std::vector<std::string>> Store::batchIDs(std::string_view prefix) const {
+    return m_impl->read([&](Work& work) {
+        return idsFrom(work,
+                       "SELECT DISTINCT batchID FROM RenameRecord WHERE batchID IS NOT NULL AND batchID >= ? "
+                       "AND batchID < ? ORDER BY batchID LIMIT 2",
+                       prefix);
+    });
+}
+
 // ---- What could not be marked ----
 
 namespace {

@@ -65,6 +65,9 @@ public:
     [[nodiscard]] Result<std::optional<RenameRecord>> lastDone() const;
     /// The newest row that is done and says that its file stands at this path.
     [[nodiscard]] Result<std::optional<RenameRecord>> doneAt(const std::filesystem::path& path) const;
+    /// Ids of rows, or of batches, that begin so (in lower case): two at most, which tells whether it is one.
+    [[nodiscard]] Result<std::vector<std::string>> recordIDs(std::string_view prefix) const;
+    [[nodiscard]] Result<std::vector<std::string>> batchIDs(std::string_view prefix) const;
 
     // What could not be marked on the file itself, told by the stored file.
     [[nodiscard]] Result<void> remember(const FileIdentity& file, const ProcessedMarker::Marker& marker);

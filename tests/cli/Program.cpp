@@ -3,16 +3,21 @@
 #include "core/support/UniqueFd.h"
 
 #include <fcntl.h>
+#include <signal.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <sys/xattr.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <array>
+#include <chrono>
 #include <cstdlib>
 #include <fstream>
 #include <iterator>
 #include <stdexcept>
+#include <thread>
+#include <utility>
 
 namespace vesto::test {
 namespace fs = std::filesystem;
@@ -30,6 +35,31 @@ std::string drained(int fd) {
 bool keepsUserAttributes(const fs::path& folder) {
     return ::setxattr(folder.c_str(), "user.vesto-test", "1", 1, 0) == 0 &&
            ::removexattr(folder.c_str(), "user.vesto-test") == 0;
+}
+
+fs::path currentProfile;
+
+fs::path makeProfile() {
+    std::string pattern = (fs::temp_directory_path() / "vesto-profile-XXXXXX").native();
+    const fs::path path = ::mkdtemp(pattern.data());
+    ::chmod(path.c_str(), 0777); // tests run as more than one user
+    return path;
+}
+
+fs::path profileInUse() {
+    static const Profile shared;
+    return currentProfile;
+}
+
+fs::path dataHome(const fs::path& profile, uid_t user) {
+    return profile / ("data-" + std::to_string(user));
+}
+
+void useProfile(const fs::path& profile, uid_t user) {
+    ::setenv("XDG_DATA_HOME", dataHome(profile, user).c_str(), 1);
+    ::setenv("XDG_CONFIG_HOME", (profile / "config").c_str(), 1);
+    for (const char* name : {"XDG_RUNTIME_DIR", "DBUS_SESSION_BUS_ADDRESS", "DISPLAY"})
+        ::unsetenv(name);
 }
 
 /// `program` is opened before: another user may have no way to it through its folders.
@@ -61,10 +91,10 @@ RunResult runVesto(const std::vector<std::string>& words, std::optional<uid_t> u
                                          : ::open(output, O_RDWR | O_CLOEXEC));
     const UniqueFd err(::open("/tmp", O_TMPFILE | O_RDWR | O_CLOEXEC, 0600));
     const UniqueFd opened(::open(VESTO_PROGRAM, O_PATH | O_CLOEXEC));
+    const fs::path profile = profileInUse();
     const pid_t child = ::fork();
-    if (child == 0) // no model or setting of whoever runs the tests
-        for (const char* name : {"XDG_DATA_HOME", "XDG_CONFIG_HOME"})
-            ::setenv(name, "/nonexistent", 1);
+    if (child == 0) // no history, model or setting of whoever runs the tests
+        useProfile(profile, user.value_or(::geteuid()));
     if (child == 0 && before)
         before();
     if (child == 0)
@@ -75,6 +105,63 @@ RunResult runVesto(const std::vector<std::string>& words, std::optional<uid_t> u
     ::lseek(err.get(), 0, SEEK_SET);
     return {WIFEXITED(status) ? WEXITSTATUS(status) : -1,
             output == nullptr ? drained(out.get()) : std::string(), drained(err.get())};
+}
+
+Profile::Profile()
+    : m_path(makeProfile())
+    , m_before(std::exchange(currentProfile, m_path)) {}
+
+Profile::~Profile() {
+    currentProfile = m_before;
+    std::error_code ignored;
+    fs::remove_all(m_path, ignored);
+}
+
+fs::path Profile::data() const {
+    return dataHome(m_path, ::geteuid()) / "vesto";
+}
+
+RunningVesto::RunningVesto(const std::vector<std::string>& words) {
+    std::string program = VESTO_PROGRAM;
+    std::vector<std::string> owned = words;
+    std::vector<char*> pointers{program.data()};
+    for (std::string& word : owned)
+        pointers.push_back(word.data());
+    pointers.push_back(nullptr);
+    const fs::path profile = profileInUse();
+    m_output = (profile / "output-XXXXXX").native();
+    const UniqueFd out(::mkostemp(m_output.data(), O_CLOEXEC));
+    const UniqueFd opened(::open(VESTO_PROGRAM, O_PATH | O_CLOEXEC));
+    m_process = ::fork();
+    if (m_process == 0) {
+        useProfile(profile, ::geteuid());
+        becomeVesto(opened.get(), pointers, out.get(), out.get(), std::nullopt);
+    }
+}
+
+RunningVesto::~RunningVesto() {
+    if (m_process > 0)
+        (void)end(SIGKILL);
+}
+
+bool RunningVesto::says(std::string_view text) const {
+    for (int i = 0; i < 800; ++i) {
+        if (out().find(text) != std::string::npos)
+            return true;
+        std::this_thread::sleep_for(std::chrono::milliseconds(50));
+    }
+    return false;
+}
+
+std::string RunningVesto::out() const {
+    return contentOf(m_output);
+}
+
+int RunningVesto::end(int signal) {
+    ::kill(m_process, signal);
+    int status = 0;
+    ::waitpid(std::exchange(m_process, -1), &status, 0);
+    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
 }
 
 Folder::Folder() {

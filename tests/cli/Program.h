@@ -17,6 +17,43 @@ struct RunResult {
     std::string err;
 };
 
+/// Where runs of `vesto` keep their history and settings: the one that was made last, else one that all tests
+/// of a process share. Gone at the end.
+class Profile {
+public:
+    Profile();
+    ~Profile();
+    Profile(const Profile&) = delete;
+
+    /// The folder of the history, as this user has it.
+    [[nodiscard]] std::filesystem::path data() const;
+
+private:
+    std::filesystem::path m_path;
+    std::filesystem::path m_before;
+};
+
+/// A `vesto` that runs beside the test, in the current profile; killed at the end unless it ended before.
+class RunningVesto {
+public:
+    explicit RunningVesto(const std::vector<std::string>& words);
+    ~RunningVesto();
+    RunningVesto(const RunningVesto&) = delete;
+
+    /// Whether it has printed this, at the latest after 40 seconds.
+    [[nodiscard]] bool says(std::string_view text) const;
+    [[nodiscard]] std::string out() const;
+    /// Sends a signal and waits for the end; the exit status, -1 where a signal ended it.
+    int end(int signal);
+    /// Waits for it to end by itself.
+    int wait() { return end(0); }
+    [[nodiscard]] pid_t process() const { return m_process; }
+
+private:
+    std::string m_output;
+    pid_t m_process = -1;
+};
+
 /// Runs `vesto` with these words and no locale in its environment; as another user and with another standard
 /// output where one is given; `before` runs in its process ahead of it.
 [[nodiscard]] RunResult runVesto(const std::vector<std::string>& words,

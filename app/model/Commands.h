@@ -1,0 +1,58 @@
+#pragma once
+#include "app/model/AppModel.h"
+#include "app/model/CommandRequest.h"
+#include "core/support/Json.h"
+
+#include <functional>
+#include <memory>
+#include <string>
+#include <string_view>
+
+namespace vesto {
+
+/// The orders that programs can give to an engine, as JSON objects with a "verb": the same whether they come
+/// over the control socket or from the process itself.
+///
+///     status                                       "pid", "watching", "paused", "processing", "jobs", …
+///     folders                                      a line for each, with how it is watched
+///     addFolder url · removeFolder id · setFolder id enabled|automatic
+///     pending · accept id [title] · ignore id
+///     rename url [template] [locale] [genericOnly] [again] [minConfidence]
+///     undo url|id|last · undoBatch id
+///     batch url [also…] [apply] [minConfidence]
+///     setPaused paused · leave
+///
+/// An id may be the beginning of one, four characters at least, where no other begins so. Main thread; must
+/// not outlive the model.
+class Commands {
+public:
+    /// `leave`: somebody asked this engine to finish and go.
+    Commands(AppModel& model, std::function<void()> leave)
+        : m_model(model)
+        , m_leave(std::move(leave)) {}
+
+    using Request = std::shared_ptr<CommandRequest>;
+
+    /// Begins to serve a request. `emit` may be called before this returns.
+    Request begin(const Json& order, CommandRequest::Emit emit);
+
+private:
+    void dispatch(const std::string& verb, const Json& order, const Request& request);
+
+    void status(const Request& request);
+    void folders(const Request& request);
+    void addFolder(const Json& order, const Request& request);
+    void changeFolder(const std::string& verb, const Json& order, const Request& request);
+    void pending(const Request& request);
+    void accept(const Json& order, const Request& request);
+    void ignore(const Json& order, const Request& request);
+    void rename(const Json& order, const Request& request);
+    void undo(const Json& order, const Request& request);
+    void undoBatch(const Json& order, const Request& request);
+    void batch(const Json& order, const Request& request);
+
+    AppModel& m_model;
+    std::function<void()> m_leave;
+};
+
+} // namespace vesto

@@ -1,0 +1,59 @@
+#pragma once
+#include "app/model/CommandRequest.h"
+#include "core/support/Json.h"
+#include "services/client/ControlSocket.h"
+
+#include <QObject>
+#include <QSocketNotifier>
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <map>
+#include <memory>
+#include <string>
+
+namespace vesto {
+
+/// Lets programs of this user give orders to the engine of this process over the control socket, many at
+/// once. A client that hangs, leaves, reads nothing or talks nonsense costs a bounded amount of memory and
+/// its own connection. Main thread; nothing here waits.
+class ControlServer : public QObject {
+public:
+    using Begin = std::function<std::shared_ptr<CommandRequest>(const Json&, CommandRequest::Emit)>;
+
+    static constexpr std::size_t maxClients = 32;
+
+    /// `begin` serves one request.
+    ControlServer(ControlListener listener, const Json& greeting, Begin begin);
+    ~ControlServer() override;
+
+    [[nodiscard]] std::size_t clientCount() const { return m_clients.size(); }
+
+private:
+    struct Client {
+        explicit Client(UniqueFd socket);
+
+        ControlPeer peer;
+        QSocketNotifier readable;
+        QSocketNotifier writable; // on while something waits to be sent
+        std::shared_ptr<CommandRequest> request;
+        bool isServed = false; // a request is under way
+    };
+
+    void accept();
+    void makeRoom();
+    void receive(std::uint64_t id);
+    void serve(std::uint64_t id, const Json& order);
+    void send(std::uint64_t id, const Json& message);
+    void flush(std::uint64_t id);
+    void drop(std::uint64_t id);
+
+    ControlListener m_listener;
+    std::string m_greeting;
+    Begin m_begin;
+    QSocketNotifier m_incoming;
+    std::map<std::uint64_t, std::shared_ptr<Client>> m_clients; // by number, so the oldest first
+    std::uint64_t m_lastNumber = 0;
+};
+
+} // namespace vesto

@@ -1,0 +1,51 @@
+#pragma once
+#include "app/model/AppModel.h"
+#include "core/support/Json.h"
+#include "core/support/UniqueFd.h"
+
+#include <signal.h>
+
+#include <QEventLoop>
+#include <QObject>
+#include <QSocketNotifier>
+#include <filesystem>
+#include <functional>
+#include <optional>
+#include <set>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace vesto {
+
+/// A model that watches, told as it happens, until a signal or an order ends it. Main thread.
+class EngineWatch : public QObject {
+public:
+    EngineWatch(AppModel& model, std::function<bool(const Json&)> onEvent);
+
+    /// The signals that end it, blocked by who started the program.
+    [[nodiscard]] static sigset_t signals();
+
+    /// True where all that was begun is finished; false where the events are not heard any more.
+    [[nodiscard]] bool run(const std::vector<std::filesystem::path>& folders);
+
+    /// Finishes the file at hand and ends `run`; a second time, without waiting for it.
+    void stop();
+
+private:
+    void follow();
+    void tell(std::string_view event, const Json& record);
+    void tellFolders();
+    void takeSignal();
+
+    AppModel& m_model;
+    std::function<bool(const Json&)> m_onEvent;
+    UniqueFd m_signals;
+    std::optional<QSocketNotifier> m_signalNotifier;
+    QEventLoop m_loop;
+    std::set<std::string, std::less<>> m_watching; // ids of folders, as last told
+    bool m_isStopping = false;
+    bool m_isHeard = true;
+};
+
+} // namespace vesto

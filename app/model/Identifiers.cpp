@@ -1,0 +1,46 @@
+#include "app/model/Identifiers.h"
+
+#include "core/support/Text.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <iterator>
+
+namespace vesto {
+namespace {
+
+constexpr std::size_t shortestPrefix = 4; // characters
+
+std::string lowered(std::string_view word) {
+    std::string result(word);
+    for (char& letter : result)
+        if (letter >= 'A' && letter <= 'F')
+            letter = static_cast<char>(letter - 'A' + 'a');
+    return result;
+}
+
+} // namespace
+
+bool isIDPrefix(std::string_view word) {
+    return word.size() >= shortestPrefix &&
+           word.find_first_not_of("0123456789abcdefABCDEF-") == std::string_view::npos;
+}
+
+std::expected<std::string, std::string> idNamedBy(std::string_view word,
+                                                  const std::vector<std::string>& ids) {
+    if (!isIDPrefix(word))
+        return std::unexpected(
+            std::string(text("Un identifiant est attendu : au moins ses quatre premiers caractères.")));
+    const std::string prefix = lowered(word);
+    const auto begins = [&](const std::string& id) { return id.starts_with(prefix); };
+    const auto found = std::ranges::find_if(ids, begins);
+    if (found == ids.end())
+        return std::unexpected(fmt::format("{} « {} ».", text("Rien ne porte l'identifiant"), prefix));
+    if (std::ranges::find_if(std::next(found), ids.end(), begins) != ids.end())
+        return std::unexpected(fmt::format("{} « {} »{}", text("Plusieurs identifiants commencent par"),
+                                           prefix, text(" : donnez-en davantage.")));
+    return *found;
+}
+
+} // namespace vesto
