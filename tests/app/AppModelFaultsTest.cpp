@@ -53,7 +53,7 @@ protected:
     std::filesystem::path fileFor(const Deed& deed, DiskTrait trait) {
         m_folder = m_home.files / std::to_string(++m_folders);
         std::filesystem::create_directory(m_folder);
-        const auto file = write(m_folder / oldName, content);
+        auto file = write(m_folder / oldName, content);
         m_disk.setHook([trait](Call call, const std::filesystem::path&) { return answerOf(trait, call); });
         if (deed.of == Deed::Of::proposal)
             leaveProposal(file);
