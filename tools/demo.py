@@ -1,30 +1,34 @@
 #!/usr/bin/env python3
-"""Shows Vesto at work on copies of the samples, and proves that nothing was lost.
+"""Shows Vesto at work on copies of the samples as a user has it: a watched folder in which files arrive. Proves that
+nothing was lost.
 
     tools/demo.py VESTO SAMPLES BUILD_FOLDER
 
-Status 0 only where every sample got a name or the refusal that it is there to show, where a taken name got a
-number, and where undo brought back every name and every byte.
+Status 0 only where every sample got a name, or a proposal, or the refusal that it is there to show, where a taken name
+got a number, where the history tells what happened, and where undo brought back every name and every byte.
 """
 import hashlib
 import json
 import os
+import queue
 import re
 import shutil
+import signal
 import subprocess
 import sys
 import tempfile
+import threading
+import time
 
 sys.dont_write_bytecode = True
 sys.path.insert(0, os.path.join(os.path.dirname(os.path.abspath(__file__)), "samples"))
 from expected import EXPECTED, LOCKED, NOTHING  # noqa: E402  (found through the path above)
 
 MARKER = "user.com.vesto.processed"
-KINDS = {"pdf": "PDF", "document": "document", "spreadsheet": "tableur", "presentation": "présentation",
-         "screenshot": "capture", "photo": "photo", "image": "image", "email": "e-mail", "audio": "audio",
-         "video": "vidéo", "ebook": "livre"}
 SOURCES = {"fallback": "titre ou premières lignes du fichier", "model": "modèle"}
-ERRORS = {"locked": "protégé par un mot de passe", "unreadable": "illisible", "unsupportedType": "type inconnu"}
+THRESHOLD = "0.5"
+MOVED, SLOW = "document.txt", "export.md"  # how these two samples arrive
+PATIENCE = 900  # seconds for all samples, on a slow machine
 
 
 class Failure(Exception):
@@ -73,32 +77,93 @@ def ask(vesto, *words):
         raise Failure(f"« vesto {words[0]} --json » n'a pas répondu en JSON : {error}") from error
 
 
-def rename_all(vesto, folder, before):
-    """Renames every file and returns {old name: new name}."""
-    records, status = ask(vesto, "rename", "--json", *(os.path.join(folder, name) for name in before))
-    require(len(records) == len(before), f"{len(records)} réponses pour {len(before)} fichiers")
-    renamed, left = {}, 0
-    width = max(map(len, before))
-    for record in records:
-        old = os.path.basename(record["path"])
-        if record.get("to"):
-            new = os.path.basename(record["to"])
-            proposal = record["proposal"]
-            summary, source = proposal["summary"], SOURCES[proposal["source"]]
-            kind = KINDS[summary["kind"]] + (f" ({summary['formatName']})" if "formatName" in summary else "")
-            confidence = f"{round(proposal['confidence'] * 100)} %"
-            print(f"  {old:{width}}  →  {new}\n  {'':{width}}     {kind} · {source} · confiance {confidence}")
-            require(record["marked"], f"{old} : la marque n'a pas pu être écrite")
-            renamed[old] = new
-        else:
-            reason = ERRORS.get(record.get("error"), record.get("reason") or record.get("outcome"))
-            print(f"  {old:{width}}  –  laissé tel quel : {reason}")
-            require(EXPECTED[old] == (record.get("error") or record.get("outcome")), f"{old} devait recevoir un nom ({reason})")
-            left += 1
-    require(left == sum(1 for expected in EXPECTED.values() if expected in (LOCKED, NOTHING)),
-            "un fichier protégé ou vide de texte a reçu un nom")
-    require(status == (1 if left else 0), f"état de sortie inattendu : {status}")
-    return renamed
+def order(vesto, *words):
+    """The same of a verb that must succeed."""
+    records, status = ask(vesto, *words)
+    require(status == 0, f"« vesto {' '.join(words)} » a échoué : {records}")
+    return records
+
+
+class Watch:
+    """`vesto watch`, whose events come as they happen."""
+
+    def __init__(self, vesto, folder):
+        self.events = queue.Queue()
+        self.process = subprocess.Popen([vesto, "watch", "--json", folder], stdout=subprocess.PIPE, stdin=subprocess.DEVNULL,
+                                        text=True, encoding="utf-8", errors="surrogateescape")
+        threading.Thread(target=self.read, daemon=True).start()
+
+    def read(self):
+        for line in self.process.stdout:
+            self.events.put(json.loads(line))
+        self.events.put(None)
+
+    def next(self, until):
+        """The next event; None where none came in time."""
+        try:
+            event = self.events.get(timeout=max(0.0, until - time.monotonic()))
+        except queue.Empty:
+            return None
+        require(event is not None, "« vesto watch » s'est arrêté tout seul")
+        return event
+
+    def stop(self):
+        self.process.send_signal(signal.SIGTERM)
+        require(self.process.wait(timeout=60) == 0, f"« vesto watch » s'est terminé avec l'état {self.process.returncode}")
+
+
+def arrive(samples, folder, aside):
+    """Puts copies of the samples into the watched folder: most at once, one moved in, one written slowly."""
+    for name in sorted(os.listdir(samples)):
+        source = os.path.join(samples, name)
+        if name == MOVED:
+            shutil.copyfile(source, os.path.join(aside, name))
+            os.rename(os.path.join(aside, name), os.path.join(folder, name))
+        elif name != SLOW:
+            shutil.copyfile(source, os.path.join(folder, name))
+    with open(os.path.join(samples, SLOW), "rb") as source, open(os.path.join(folder, SLOW), "wb") as target:
+        data = source.read()
+        for i in range(5):
+            target.write(data[len(data) * i // 5:len(data) * (i + 1) // 5])
+            target.flush()
+            time.sleep(1)
+
+
+def was_skipped(path):
+    try:
+        return json.loads(os.getxattr(path, MARKER))["state"] == "skipped"
+    except OSError:
+        return False
+
+
+def follow(watch, folder, before):
+    """Prints what happens until every sample has met its fate. {old name: event of the rename}, {old name: proposal}."""
+    renamed, proposed = {}, {}
+    named = {name for name, expected in EXPECTED.items() if expected not in (LOCKED, NOTHING)}
+    empty = {name for name, expected in EXPECTED.items() if expected == NOTHING}
+    end = time.monotonic() + PATIENCE
+    while named - set(renamed) - set(proposed) or not all(was_skipped(os.path.join(folder, name)) for name in empty):
+        require(time.monotonic() < end, f"sans nouvelles de : {', '.join(sorted(named - set(renamed) - set(proposed)))}")
+        event = watch.next(min(end, time.monotonic() + 1))
+        kind = event["event"] if event else ""
+        if kind == "renamed":
+            old, new = event["originalName"], event["newName"]
+            require(event["automatic"], f"{old} : renommé sans y avoir été autorisé")
+            renamed[old] = event
+            print(f"  {old}  →  {new}\n      {evidence(event)}")
+        elif kind == "proposed":
+            old = os.path.basename(event["path"])
+            proposed[old] = event
+            print(f"  {old}  ?  {event['fileName']}\n      {evidence(event)}, sous le seuil : proposé")
+        elif kind == "error":
+            raise Failure(event["message"])
+    for old in before:
+        require(old in named or (old not in renamed and old not in proposed), f"{old} ne devait pas recevoir de nom")
+    return renamed, proposed
+
+
+def evidence(event):
+    return f"{SOURCES[event['source']]} · confiance {round(event['confidence'] * 100)} %"
 
 
 def check_renamed(folder, before, renamed):
@@ -124,32 +189,71 @@ def show_number(renamed):
     raise Failure("deux fichiers de même titre n'ont pas reçu de numéro")
 
 
+def check_history(vesto, folder, names, undone):
+    rows = order(vesto, "history", "--json", "--limit", "1000")
+    done = {row["originalName"]: row["newName"] for row in rows if row["status"] == "done"}
+    require(done == names, "l'historique ne dit pas ce qui s'est passé")
+    require([row["originalName"] for row in rows if row["status"] == "undone"] == [undone], "l'annulation n'est pas dans l'historique")
+    require(all(row["folderPath"] == folder for row in rows), "l'historique nomme un autre dossier")
+
+
+def show(vesto, samples, place):
+    folder, aside = os.path.join(place, "Téléchargements"), os.path.join(place, "ailleurs")
+    os.mkdir(folder)
+    os.mkdir(aside)
+    order(vesto, "settings", "set", "autoThreshold", THRESHOLD, "--json")
+    print(f"Vesto surveille {folder}\nSeuil des renommages automatiques : {THRESHOLD}, car un titre pris des premières lignes "
+          "ne dépasse jamais 0,55.\n")
+    watch = Watch(vesto, folder)
+    try:
+        while (watch.next(time.monotonic() + 60) or {"event": "watching"})["event"] != "watching":
+            pass
+        order(vesto, "folders", "auto", folder, "--json")
+        arrive(samples, folder, aside)
+        before = {name: digest for name, digest in contents(samples).items()}
+        renamed, proposed = follow(watch, folder, before)
+        require(proposed, "aucune proposition n'attend d'accord")
+        names = {old: event["newName"] for old, event in renamed.items()}
+        check_renamed(folder, before, names)
+        show_number(names)
+
+        chosen = order(vesto, "pending", "--json")[0]
+        old = os.path.basename(chosen["path"])
+        accepted = order(vesto, "accept", "--json", chosen["id"])[0]
+        names[old] = os.path.basename(accepted["to"])
+        print(f"Proposition acceptée : {old}  →  {names[old]}")
+        last = order(vesto, "undo", "--json", "--last")[0]
+        undone = last["originalName"]
+        require(undone == old and names.pop(undone), "l'annulation porte sur un autre fichier")
+        print(f"Dernier renommage annulé : {last['newName']}  →  {undone}")
+        check_renamed(folder, before, {name: new for name, new in names.items()})
+        check_history(vesto, folder, names, undone)
+        watch.stop()
+    finally:
+        watch.process.kill()
+        watch.process.wait()
+
+    # Without an engine that runs, the history serves as well.
+    order(vesto, "undo", "--json", *(os.path.join(folder, new) for new in names.values()))
+    require(contents(folder) == before, "l'annulation n'a pas rendu les noms et les contenus d'origine")
+    print(f"\n{len(renamed)} fichiers renommés d'office, {len(proposed)} proposés, "
+          f"{len(before) - len(renamed) - len(proposed)} laissés tels quels, puis tout annulé.")
+    print("Empreintes SHA-256 comparées : chaque contenu est présent une fois, chaque nom est revenu, rien n'est perdu.")
+
+
 def main():
     vesto, samples, build = sys.argv[1:4]
-    folder = fresh_folder(build)
-    profile = tempfile.mkdtemp(prefix="vesto-profile-")  # the demonstration is no part of anybody's history
-    os.environ["XDG_DATA_HOME"] = os.environ["XDG_CONFIG_HOME"] = profile
-    os.environ.pop("XDG_RUNTIME_DIR", None)
+    place = fresh_folder(build)
+    # A profile of its own: the demonstration is no part of anybody's history.
+    for name in ("XDG_DATA_HOME", "XDG_CONFIG_HOME", "XDG_CACHE_HOME", "XDG_RUNTIME_DIR"):
+        os.environ[name] = os.path.join(place, name.lower())
+        os.mkdir(os.environ[name], 0o700)
     try:
-        for name in os.listdir(samples):
-            shutil.copyfile(os.path.join(samples, name), os.path.join(folder, name))
-        before = contents(folder)
-        print(f"Vesto renomme {len(before)} fichiers copiés dans {folder}\n")
-        renamed = rename_all(vesto, folder, before)
-        check_renamed(folder, before, renamed)
-        show_number(renamed)
-
-        done = subprocess.run([vesto, "undo", *(os.path.join(folder, new) for new in renamed.values())],
-                              capture_output=True, stdin=subprocess.DEVNULL, check=False)
-        require(done.returncode == 0, "l'annulation a échoué : " + (done.stdout + done.stderr).decode(errors="replace"))
-        require(contents(folder) == before, "l'annulation n'a pas rendu les noms et les contenus d'origine")
+        show(vesto, samples, place)
     except Failure as failure:
-        print(f"\nÉchec : {failure}\nLe dossier reste là pour être examiné : {folder}", file=sys.stderr)
+        print(f"\nÉchec : {failure}\nLe dossier reste là pour être examiné : {place}", file=sys.stderr)
         return 1
-    shutil.rmtree(folder)
-    shutil.rmtree(profile, ignore_errors=True)
-    print(f"\n{len(renamed)} fichiers renommés, {len(before) - len(renamed)} laissés tels quels, puis tout annulé.")
-    print("Empreintes SHA-256 comparées : chaque contenu est présent une fois, chaque nom est revenu, rien n'est perdu.")
+    shutil.rmtree(place)
     return 0
 
 
