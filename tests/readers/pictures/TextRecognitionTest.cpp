@@ -47,7 +47,8 @@ TEST(TextRecognition, ReadsThroughShadowAndNoise) {
             }
         }
     }
-    EXPECT_EQ(joined(recognizeText(page, languages).lines), "Boulangerie du marché|Total 24,10 euros");
+    EXPECT_EQ(joined(recognizeText(page, languages, std::chrono::minutes(1)).lines),
+              "Boulangerie du marché|Total 24,10 euros");
 }
 
 TEST(TextRecognition, FindsNoTextWhereNoneIs) {
