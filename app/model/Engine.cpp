@@ -133,7 +133,7 @@ Engine::WatchEnd Engine::watch(const std::vector<std::filesystem::path>& folders
 }
 
 void Engine::prepareToStop() {
-    sigset_t signals = EngineWatch::signals();
+    const sigset_t signals = EngineWatch::signals();
     ::pthread_sigmask(SIG_BLOCK, &signals, nullptr);
     struct sigaction ignore{};
     ignore.sa_handler = SIG_IGN;

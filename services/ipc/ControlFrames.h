@@ -12,8 +12,9 @@
 /// piece.
 namespace vesto::ipc {
 
-inline constexpr std::size_t controlFrameBytes = 32 * 1024;           // the longest packet
-inline constexpr std::size_t maxControlRequest = 256 * 1024;          // bytes of one message to the engine,
+inline constexpr std::size_t controlFrameBytes = std::size_t{32} << 10; // the longest packet
+inline constexpr std::size_t maxControlRequest = std::size_t{256}
+                                                 << 10;               // bytes of one message to the engine,
 inline constexpr std::size_t maxControlAnswer = std::size_t{4} << 20; // and from it
 inline constexpr int controlProtocol = 1;
 
