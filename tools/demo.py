@@ -28,6 +28,7 @@ MARKER = "user.com.vesto.processed"
 SOURCES = {"fallback": "titre ou premières lignes du fichier", "model": "modèle"}
 THRESHOLD = "0.5"
 MOVED, SLOW = "document.txt", "export.md"  # how these two samples arrive
+ASKED = ("file.csv", "export.json")  # these arrive in a folder where Vesto only proposes
 PATIENCE = 900  # seconds for all samples, on a slow machine
 
 
@@ -57,12 +58,14 @@ def fresh_folder(build):
     raise Failure("aucun dossier temporaire ne garde les attributs étendus ; indiquez-en un par TMPDIR")
 
 
-def contents(folder):
-    """{name: SHA-256 of the bytes}."""
+def contents(*folders):
+    """{name: SHA-256 of the bytes}; no name stands in two of the folders."""
     found = {}
-    for name in sorted(os.listdir(folder)):
-        with open(os.path.join(folder, name), "rb") as stream:
-            found[name] = hashlib.sha256(stream.read()).hexdigest()
+    for folder in folders:
+        for name in sorted(os.listdir(folder)):
+            require(name not in found, f"« {name} » existe deux fois")
+            with open(os.path.join(folder, name), "rb") as stream:
+                found[name] = hashlib.sha256(stream.read()).hexdigest()
     return found
 
 
@@ -87,9 +90,9 @@ def order(vesto, *words):
 class Watch:
     """`vesto watch`, whose events come as they happen."""
 
-    def __init__(self, vesto, folder):
+    def __init__(self, vesto, *folders):
         self.events = queue.Queue()
-        self.process = subprocess.Popen([vesto, "watch", "--json", folder], stdout=subprocess.PIPE, stdin=subprocess.DEVNULL,
+        self.process = subprocess.Popen([vesto, "watch", "--json", *folders], stdout=subprocess.PIPE, stdin=subprocess.DEVNULL,
                                         text=True, encoding="utf-8", errors="surrogateescape")
         threading.Thread(target=self.read, daemon=True).start()
 
@@ -112,15 +115,15 @@ class Watch:
         require(self.process.wait(timeout=60) == 0, f"« vesto watch » s'est terminé avec l'état {self.process.returncode}")
 
 
-def arrive(samples, folder, aside):
-    """Puts copies of the samples into the watched folder: most at once, one moved in, one written slowly."""
+def arrive(samples, folder, asking, aside):
+    """Puts copies of the samples into the watched folders: most at once, one moved in, one written slowly."""
     for name in sorted(os.listdir(samples)):
         source = os.path.join(samples, name)
         if name == MOVED:
             shutil.copyfile(source, os.path.join(aside, name))
             os.rename(os.path.join(aside, name), os.path.join(folder, name))
         elif name != SLOW:
-            shutil.copyfile(source, os.path.join(folder, name))
+            shutil.copyfile(source, os.path.join(asking if name in ASKED else folder, name))
     with open(os.path.join(samples, SLOW), "rb") as source, open(os.path.join(folder, SLOW), "wb") as target:
         data = source.read()
         for i in range(5):
@@ -136,10 +139,11 @@ def was_skipped(path):
         return False
 
 
-def follow(watch, folder, before):
+def follow(vesto, watch, folder, before):
     """Prints what happens until every sample has met its fate. {old name: event of the rename}, {old name: proposal}."""
     renamed, proposed = {}, {}
-    named = {name for name, expected in EXPECTED.items() if expected not in (LOCKED, NOTHING)}
+    telling = {answer["name"] for answer in ask(vesto, "generic", "--json", "--", *EXPECTED)[0] if not answer["generic"]}
+    named = {name for name, expected in EXPECTED.items() if expected not in (LOCKED, NOTHING)} - telling
     empty = {name for name, expected in EXPECTED.items() if expected == NOTHING}
     end = time.monotonic() + PATIENCE
     while named - set(renamed) - set(proposed) or not all(was_skipped(os.path.join(folder, name)) for name in empty):
@@ -154,26 +158,28 @@ def follow(watch, folder, before):
         elif kind == "proposed":
             old = os.path.basename(event["path"])
             proposed[old] = event
-            print(f"  {old}  ?  {event['fileName']}\n      {evidence(event)}, sous le seuil : proposé")
+            print(f"  {old}  ?  {event['fileName']}\n      {evidence(event)} · proposé")
         elif kind == "error":
             raise Failure(event["message"])
     for old in before:
         require(old in named or (old not in renamed and old not in proposed), f"{old} ne devait pas recevoir de nom")
-    return renamed, proposed
+    require(set(proposed) == set(ASKED), "les propositions attendues ne sont pas celles-ci : " + ", ".join(proposed))
+    return renamed, proposed, telling
 
 
 def evidence(event):
     return f"{SOURCES[event['source']]} · confiance {round(event['confidence'] * 100)} %"
 
 
-def check_renamed(folder, before, renamed):
-    after = contents(folder)
+def check_renamed(folders, before, renamed):
+    after = contents(*folders)
     require(sorted(after.values()) == sorted(before.values()), "des contenus manquent ou ont changé")
     for old, digest in before.items():
         new = renamed.get(old, old)
         require(after.get(new) == digest, f"{new} n'a pas le contenu de {old}")
         if old in renamed:
-            marker = json.loads(os.getxattr(os.path.join(folder, new), MARKER))
+            path = next(path for path in (os.path.join(folder, new) for folder in folders) if os.path.exists(path))
+            marker = json.loads(os.getxattr(path, MARKER))
             require((marker["state"], marker["originalName"]) == ("renamed", old), f"{new} : marque inexacte")
 
 
@@ -189,53 +195,63 @@ def show_number(renamed):
     raise Failure("deux fichiers de même titre n'ont pas reçu de numéro")
 
 
-def check_history(vesto, folder, names, undone):
+def check_history(vesto, folders, names, undone):
+    """Gives the ids of the rows that are done."""
     rows = order(vesto, "history", "--json", "--limit", "1000")
     done = {row["originalName"]: row["newName"] for row in rows if row["status"] == "done"}
     require(done == names, "l'historique ne dit pas ce qui s'est passé")
     require([row["originalName"] for row in rows if row["status"] == "undone"] == [undone], "l'annulation n'est pas dans l'historique")
-    require(all(row["folderPath"] == folder for row in rows), "l'historique nomme un autre dossier")
+    require(all(row["folderPath"] in folders for row in rows), "l'historique nomme un autre dossier")
+    return [row["id"] for row in rows if row["status"] == "done"]
 
 
 def show(vesto, samples, place):
-    folder, aside = os.path.join(place, "Téléchargements"), os.path.join(place, "ailleurs")
-    os.mkdir(folder)
-    os.mkdir(aside)
+    folder, asking, aside = (os.path.join(place, name) for name in ("Téléchargements", "Bureau", "ailleurs"))
+    folders = (folder, asking)
+    for path in (*folders, aside):
+        os.mkdir(path)
     order(vesto, "settings", "set", "autoThreshold", THRESHOLD, "--json")
-    print(f"Vesto surveille {folder}\nSeuil des renommages automatiques : {THRESHOLD}, car un titre pris des premières lignes "
-          "ne dépasse jamais 0,55.\n")
-    watch = Watch(vesto, folder)
+    print(f"Vesto surveille {folder} (automatique) et {asking} (propose).\nSeuil des renommages automatiques : {THRESHOLD}, "
+          "car un titre pris des premières lignes ne dépasse jamais 0,55.\n")
+    watch = Watch(vesto, *folders)
     try:
-        while (watch.next(time.monotonic() + 60) or {"event": "watching"})["event"] != "watching":
-            pass
+        watched = 0
+        while watched < len(folders):
+            event = watch.next(time.monotonic() + 60)
+            require(event is not None, "la surveillance ne commence pas")
+            watched += event["event"] == "watching"
         order(vesto, "folders", "auto", folder, "--json")
-        arrive(samples, folder, aside)
-        before = {name: digest for name, digest in contents(samples).items()}
-        renamed, proposed = follow(watch, folder, before)
-        require(proposed, "aucune proposition n'attend d'accord")
+        arrive(samples, folder, asking, aside)
+        before = contents(samples)
+        renamed, proposed, telling = follow(vesto, watch, folder, before)
         names = {old: event["newName"] for old, event in renamed.items()}
-        check_renamed(folder, before, names)
+        check_renamed(folders, before, names)
+        for old in sorted(set(before) - set(names) - set(proposed)):
+            why = "nom déjà parlant" if old in telling else "protégé par un mot de passe" if EXPECTED[old] == LOCKED else "rien à en tirer"
+            print(f"  {old}  –  laissé tel quel : {why}")
         show_number(names)
 
-        chosen = order(vesto, "pending", "--json")[0]
-        old = os.path.basename(chosen["path"])
-        accepted = order(vesto, "accept", "--json", chosen["id"])[0]
+        chosen = order(vesto, "pending", "--json")
+        chosen = [record for record in chosen if record["outcome"] == "proposal"]
+        accepted = order(vesto, "accept", "--json", chosen[0]["id"])[0]
+        old = os.path.basename(accepted["from"])
         names[old] = os.path.basename(accepted["to"])
         print(f"Proposition acceptée : {old}  →  {names[old]}")
+        check_renamed(folders, before, names)
         last = order(vesto, "undo", "--json", "--last")[0]
         undone = last["originalName"]
         require(undone == old and names.pop(undone), "l'annulation porte sur un autre fichier")
         print(f"Dernier renommage annulé : {last['newName']}  →  {undone}")
-        check_renamed(folder, before, {name: new for name, new in names.items()})
-        check_history(vesto, folder, names, undone)
+        check_renamed(folders, before, names)
+        rows = check_history(vesto, folders, names, undone)
         watch.stop()
     finally:
         watch.process.kill()
         watch.process.wait()
 
     # Without an engine that runs, the history serves as well.
-    order(vesto, "undo", "--json", *(os.path.join(folder, new) for new in names.values()))
-    require(contents(folder) == before, "l'annulation n'a pas rendu les noms et les contenus d'origine")
+    order(vesto, "undo", "--json", *rows)
+    require(contents(*folders) == before, "l'annulation n'a pas rendu les noms et les contenus d'origine")
     print(f"\n{len(renamed)} fichiers renommés d'office, {len(proposed)} proposés, "
           f"{len(before) - len(renamed) - len(proposed)} laissés tels quels, puis tout annulé.")
     print("Empreintes SHA-256 comparées : chaque contenu est présent une fois, chaque nom est revenu, rien n'est perdu.")
