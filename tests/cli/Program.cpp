@@ -47,7 +47,8 @@ fs::path makeProfile() {
 }
 
 fs::path profileInUse() {
-    static const Profile shared;
+    if (currentProfile.empty())
+        static const Profile shared; // which stays to the end
     return currentProfile;
 }
 
