@@ -20,6 +20,9 @@ add_compile_options(
 if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
   # g++ 12 warns about its own std::string and std::variant when it inlines deeply.
   add_compile_options(-Wno-restrict -Wno-maybe-uninitialized)
+else()
+  # The stable algorithms of libstdc++ 12 use its own deprecated buffer; our own uses are g++'s to find.
+  add_compile_options(-Wno-deprecated-declarations)
 endif()
 add_compile_definitions(_FILE_OFFSET_BITS=64)
 # A program depends on what it uses, not on all that the package files of its libraries name.
