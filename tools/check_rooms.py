@@ -23,7 +23,8 @@ ROOMS = {
     "app/model": ("core", "services/client"),
     "app/platform": ("app/model", "core"),
     "app/views": ("app/model", "core"),
-    "app": ("app/model", "app/platform", "app/views", "core"),
+    # The sandbox for its refusal of the network.
+    "app": ("app/model", "app/platform", "app/views", "services/client", "services/sandbox", "core"),
     # The sandbox for its refusal of the network.
     "cli": ("app/model", "services/client", "services/ipc", "services/sandbox", "core"),
     "tests": ("*",),
@@ -33,7 +34,7 @@ ROOMS = {
 ROOTS = ("core", "services", "app", "cli", "tests", "fuzz", "bench")
 
 READERS = ("core/extraction/readers/", "tests/readers/", "fuzz/", "bench/")
-QT = ("app/", "tests/app/")
+QT = ("app/", "tests/app/", "tests/views/", "tests/platform/", "tests/desktop/", "bench/")
 # Foreign headers: pattern of the name between the brackets, the path prefixes that may include it, and why.
 FOREIGN = [
     (r"unicode/", ("core/support/Unicode", "core/support/Charset", "tests/core/"),
