@@ -1,0 +1,137 @@
+#include "app/views/ConfidenceMark.h"
+#include "app/views/Formats.h"
+#include "app/views/Icons.h"
+#include "app/views/Names.h"
+#include "app/views/Tones.h"
+#include "app/views/Words.h"
+
+#include <gtest/gtest.h>
+
+#include <QDateTime>
+#include <QFont>
+#include <QFontMetrics>
+#include <QImage>
+#include <QPalette>
+#include <array>
+#include <chrono>
+#include <vector>
+
+namespace vesto {
+namespace {
+
+QPalette palette(const char* window, const char* text, const char* base) {
+    QPalette colours;
+    for (const auto group : {QPalette::Active, QPalette::Inactive}) {
+        colours.setColor(group, QPalette::Window, QColor(QLatin1String(window)));
+        colours.setColor(group, QPalette::WindowText, QColor(QLatin1String(text)));
+        colours.setColor(group, QPalette::Text, QColor(QLatin1String(text)));
+        colours.setColor(group, QPalette::Base, QColor(QLatin1String(base)));
+        colours.setColor(group, QPalette::Highlight, QColor(0x30, 0x8c, 0xc6));
+    }
+    return colours;
+}
+
+TEST(Tones, AreReadableOnEveryGround) {
+    for (const QPalette& desktop :
+         {palette("#efefef", "#000000", "#ffffff"), palette("#323232", "#f0f0f0", "#242424"),
+          palette("#f6f5f4", "#2e3436", "#ffffff")}) {
+        const Tones tones(desktop);
+        SCOPED_TRACE(desktop.color(QPalette::Base).name().toStdString());
+        const std::array grounds{desktop.color(QPalette::Base), desktop.color(QPalette::Window),
+                                 tones.selectedRow(), tones.hoveredRow()};
+        for (const QColor& ground : grounds) {
+            SCOPED_TRACE(ground.name().toStdString());
+            for (const QColor& ink : {tones.success(), tones.caution(), tones.failure()})
+                EXPECT_GE(contrast(ink, ground), 4.5) << ink.name().toStdString();
+        }
+        for (const QColor& ground : {grounds[0], grounds[2], grounds[3]}) // it stands in rows only
+            EXPECT_GE(contrast(tones.secondary(), ground), 4.5) << ground.name().toStdString();
+        EXPECT_GE(contrast(tones.secondaryOnWindow(), grounds[1]), 4.5);
+        EXPECT_GE(contrast(desktop.color(QPalette::WindowText), tones.noticeGround()), 4.5);
+        EXPECT_GE(contrast(tones.caution(), tones.noticeGround()), 3);
+        EXPECT_GE(contrast(tones.focus(), desktop.color(QPalette::Base)), 3);
+    }
+}
+
+TEST(ConfidenceMark, FollowsTheThreshold) {
+    struct Row {
+        double confidence;
+        double threshold;
+        const char* text;
+    };
+    for (const Row& row : std::vector<Row>{{0.87, 0.60, "confiance 87\u202F%, sûr"},
+                                           {0.60, 0.60, "confiance 60\u202F%, sûr"},
+                                           {0.60, 0.65, "confiance 60\u202F%, à vérifier"},
+                                           {0.40, 0.95, "confiance 40\u202F%, à vérifier"},
+                                           {0.39, 0.40, "confiance 39\u202F%, fragile"}}) {
+        const ConfidenceMark mark(row.confidence, row.threshold);
+        EXPECT_EQ(utf8(mark.accessibleText()), row.text);
+    }
+}
+
+TEST(Names, AreShownWithoutWhatCouldTurnThem) {
+    EXPECT_EQ(utf8(shownName("facture\u202Efdp.exe")), "facturefdp.exe");
+    EXPECT_EQ(utf8(shownName("deux\nlignes\u2028.txt")), "deuxlignes.txt");
+    EXPECT_EQ(utf8(shownName("caf\xE9.txt")), "caf\uFFFD.txt");
+    EXPECT_EQ(utf8(quoted(shownName("a.pdf"))), "«\u00A0\u2068a.pdf\u2069\u00A0»");
+}
+
+TEST(Names, KeepTheirEndsWhenTheyAreCut) {
+    const QFontMetrics metrics{QFont()};
+    const QString name = shown("2026-11-12 Réunion préparatoire de la communication du trimestre.m4a");
+    const int whole = metrics.horizontalAdvance(name);
+    EXPECT_EQ(elideName(name, metrics, whole), name);
+    for (const int width : {whole - 1, whole * 2 / 3, whole / 3, whole / 4}) {
+        const QString cut = elideName(name, metrics, width);
+        SCOPED_TRACE(utf8(cut));
+        EXPECT_TRUE(cut.endsWith(shown("rimestre.m4a")));
+        EXPECT_LE(metrics.horizontalAdvance(cut), width);
+        EXPECT_LT(cut.size(), name.size());
+    }
+    // Where not even the end fits it is there all the same.
+    EXPECT_TRUE(elideName(name, metrics, 10).endsWith(shown("rimestre.m4a")));
+    EXPECT_EQ(elideName(QStringLiteral("a.pdf"), metrics, 1), QStringLiteral("a.pdf"));
+}
+
+TEST(Words, NumbersAndDatesAreFrench) {
+    EXPECT_EQ(utf8(plural(0, "%n proposition", "%n propositions")), "0 proposition");
+    EXPECT_EQ(utf8(plural(1, "%n proposition", "%n propositions")), "1 proposition");
+    EXPECT_EQ(utf8(plural(1234, "%n proposition", "%n propositions")), "1\u202F234 propositions");
+    EXPECT_EQ(utf8(french("%1 et %2", QStringLiteral("100 %2"), QStringLiteral("b"))), "100 %2 et b");
+
+    const QDate today(2026, 11, 21);
+    const auto at = [](const QDate& day, const QTime& time) {
+        return Instant(std::chrono::milliseconds(QDateTime(day, time).toMSecsSinceEpoch()));
+    };
+    const QTime evening(18, 20);
+    EXPECT_EQ(utf8(shortDateTime(at(today, evening), today)), "18:20");
+    EXPECT_EQ(utf8(shortDateTime(at(today.addDays(-1), evening), today)), "Hier 18:20");
+    EXPECT_EQ(utf8(shortDateTime(at(QDate(2026, 11, 19), evening), today)), "19 nov.");
+    EXPECT_EQ(utf8(shortDateTime(at(QDate(2025, 11, 3), evening), today)), "3 nov. 2025");
+    EXPECT_EQ(utf8(spokenDateTime(at(today, QTime(9, 5)))), "21 novembre 2026 9 h 05");
+    EXPECT_EQ(utf8(longDateTime(at(today, QTime(9, 5)))), "21 novembre 2026 à 09:05");
+}
+
+TEST(Icons, AreAllThereInTheAskedColour) {
+    const QColor colour(0x12, 0x80, 0xF0);
+    for (int symbol = 0; symbol <= static_cast<int>(Symbol::warning); ++symbol) {
+        const auto drawn = static_cast<Symbol>(symbol);
+        SCOPED_TRACE(Icons::fileName(drawn).toStdString());
+        const QImage image = Icons::own(drawn, colour).pixmap(64, 64).toImage();
+        ASSERT_EQ(image.size(), QSize(64, 64));
+        int inked = 0;
+        for (int y = 0; y < 64; ++y)
+            for (int x = 0; x < 64; ++x)
+                if (const QColor pixel = image.pixelColor(x, y); pixel.alpha() == 255) {
+                    EXPECT_NEAR(pixel.red(), colour.red(), 2);
+                    EXPECT_NEAR(pixel.green(), colour.green(), 2);
+                    EXPECT_NEAR(pixel.blue(), colour.blue(), 2);
+                    ++inked;
+                }
+        EXPECT_GT(inked, 20);
+    }
+    EXPECT_GT(Icons::application().pixmap(64, 64).toImage().pixelColor(32, 100 / 2).alpha(), 0);
+}
+
+} // namespace
+} // namespace vesto
