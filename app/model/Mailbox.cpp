@@ -1,21 +1,46 @@
 #include "app/model/Mailbox.h"
 
-#include <QMetaObject>
+#include <QCoreApplication>
+#include <QEvent>
 #include <QObject>
 #include <cstddef>
 #include <utility>
 
 namespace vesto {
 
+/// Carries nothing from thread to thread but that there is something: the letters are the box's to guard.
+class Mailbox::Bell final : public QObject {
+public:
+    Bell(Mailbox& box, QObject& reader)
+        : QObject(&reader)
+        , m_box(&box) {}
+
+    void takeDown() { m_box = nullptr; } // main thread
+
+    bool event(QEvent* event) override {
+        if (event->type() != QEvent::User)
+            return QObject::event(event);
+        if (m_box != nullptr)
+            m_box->deliver();
+        return true;
+    }
+
+private:
+    Mailbox* m_box;
+};
+
+Mailbox::Mailbox(QObject& reader)
+    : m_bell(new Bell(*this, reader)) {}
+
 void Mailbox::post(Letter letter) {
     const std::lock_guard lock(m_mutex);
-    if (m_reader == nullptr)
+    if (m_bell == nullptr)
         return;
     m_letters.push_back(std::move(letter));
     if (std::exchange(m_hasRung, true))
         return;
-    // Under the lock, so that the reader cannot go meanwhile. The box is the reader's, and as safe as it.
-    QMetaObject::invokeMethod(m_reader, [this] { deliver(); }, Qt::QueuedConnection);
+    // Under the lock, so that the bell cannot go meanwhile.
+    QCoreApplication::postEvent(m_bell, new QEvent(QEvent::User));
 }
 
 void Mailbox::deliver() {
@@ -36,7 +61,8 @@ void Mailbox::deliver() {
 void Mailbox::close() {
     std::deque<Letter> unread;
     const std::lock_guard lock(m_mutex);
-    m_reader = nullptr;
+    if (Bell* bell = std::exchange(m_bell, nullptr))
+        bell->takeDown();
     m_letters.swap(unread);
 }
 

@@ -14,9 +14,9 @@ class Mailbox {
 public:
     using Letter = std::move_only_function<void()>;
 
-    /// Letters are delivered while the event loop of `reader`'s thread runs, one after the other.
-    explicit Mailbox(QObject& reader)
-        : m_reader(&reader) {}
+    /// Letters are delivered while the event loop of `reader`'s thread runs, one after the other. On that
+    /// thread.
+    explicit Mailbox(QObject& reader);
 
     /// Dropped once the box is closed.
     void post(Letter letter);
@@ -28,8 +28,10 @@ public:
     void close();
 
 private:
+    class Bell;
+
     std::mutex m_mutex; // for all below
-    QObject* m_reader;
+    Bell* m_bell;       // the reader's; null once the box is closed
     std::deque<Letter> m_letters;
     bool m_hasRung = false;
 };
