@@ -41,11 +41,14 @@ std::string watchWords(std::string_view mode) {
         return std::string(text("surveillé en continu"));
     if (mode == "rescanRemote")
         return std::string(text("dossier réseau ou FUSE, revu toutes les 30 secondes"));
+    // Which of the two is used up, the system tells only whoever asks for more.
     std::string words(
-        text("revu toutes les 30 secondes, car le système n'accorde plus de surveillance ; augmentez "
-             "fs.inotify.max_user_watches (sysctl)"));
-    if (const auto limit = systemLimit("fs.inotify.max_user_watches"))
-        words += fmt::format("{}{}", text(", actuellement "), *limit);
+        text("revu toutes les 30 secondes, car le système n'accorde plus de surveillance ; "
+             "augmentez fs.inotify.max_user_watches et fs.inotify.max_user_instances (sysctl)"));
+    const auto watches = systemLimit("fs.inotify.max_user_watches");
+    const auto instances = systemLimit("fs.inotify.max_user_instances");
+    if (watches && instances)
+        words += fmt::format("{}{} {} {}", text(", actuellement "), *watches, text("et"), *instances);
     return words;
 }
 

@@ -60,8 +60,8 @@ public:
             review.stop();
     }
 
-    void answerFinish() {
-        if (whenFinished && context.isIdle() && jobs.count() == 0)
+    void answerFinish(bool inAnyCase = false) {
+        if (whenFinished && (inAnyCase || (context.isIdle() && jobs.count() == 0)))
             if (auto done = std::exchange(*whenFinished, {}))
                 context.later(std::move(done));
     }
@@ -122,6 +122,9 @@ void AppModel::finish(Done done) {
     m_parts->batches.close();
     m_parts->jobs.finish();
     m_parts->answerFinish();
+    const auto& given = m_parts->context.given();
+    QTimer::singleShot(given.finishPatience + given.silenceLimit, this,
+                       [this] { m_parts->answerFinish(/*inAnyCase=*/true); });
 }
 
 // ---- The state ----

@@ -85,6 +85,10 @@ public:
         Locale locale = Locale::user();
         FileStabilizer stabilizer{};
         std::chrono::milliseconds rescanInterval = std::chrono::seconds(30); // and of looks for lost folders
+        /// After which a disk that does not answer is told of.
+        std::chrono::milliseconds silenceLimit = std::chrono::seconds(20);
+        /// How long `finish` lets a file be read before it is left for the next start.
+        std::chrono::milliseconds finishPatience = std::chrono::seconds(5);
         Disk& disk = systemDisk();
         const Clock& clock = systemClock();
     };
@@ -102,7 +106,7 @@ public:
     explicit AppModel(Dependencies dependencies, QObject* parent = nullptr);
 
     /// Ends what waits or reads; renames that were begun are finished and written down, or left to the next
-    /// start as rows that are "pending".
+    /// start as rows that are "pending". What hangs on a disk is left to itself.
     ~AppModel() override;
     AppModel(const AppModel&) = delete;
 
@@ -111,7 +115,8 @@ public:
     void start(Watching watching = Watching::asSet, Done ready = {});
 
     /// Watches no more, forgets the queue (the next start finds those files again), lets the file at hand be
-    /// finished unless it is still being waited for; then `done`.
+    /// finished unless it is still being waited for or takes too long; then `done`, at the latest when a disk
+    /// has not answered for a while.
     void finish(Done done);
 
     // ---- The state ----

@@ -15,18 +15,27 @@ namespace {
 
 constexpr std::int64_t maxAttempts = 99; // names that are tried
 
-RenameRecord recordOf(const Applier::Order& order, Instant now) {
+/// The volume's name where it outlives a restart, as that of a device without a UUID does not.
+std::optional<std::string> lastingVolumeOf(const FileIdentity& file, Disk& disk) {
+    auto volume = file.volume ? file.volume : disk.volumeName(file.device);
+    return volume && volume->find(":/dev/") == std::string::npos ? std::move(volume) : file.volume;
+}
+
+/// By its volume the next start knows whether the disk is there, should it have to settle the row.
+RenameRecord recordOf(const Applier::Order& order, Instant now, Disk& disk) {
     const std::string_view currentName = lastComponentOf(order.proposal.url);
-    return {.date = now,
-            .folderPath = folderOf(order.proposal.url).native(),
-            .originalName = std::string(currentName),
-            .newName = order.proposal.policy.fileName(order.baseName, extensionOf(currentName)),
-            .identity = *order.proposal.identity,
-            .source = order.proposal.source,
-            .confidence = order.proposal.confidence,
-            .automatic = order.automatic,
-            .errorMessage = std::nullopt,
-            .batchID = order.batchID};
+    RenameRecord record{.date = now,
+                        .folderPath = folderOf(order.proposal.url).native(),
+                        .originalName = std::string(currentName),
+                        .newName = order.proposal.policy.fileName(order.baseName, extensionOf(currentName)),
+                        .identity = *order.proposal.identity,
+                        .source = order.proposal.source,
+                        .confidence = order.proposal.confidence,
+                        .automatic = order.automatic,
+                        .errorMessage = std::nullopt,
+                        .batchID = order.batchID};
+    record.identity.volume = lastingVolumeOf(record.identity, disk);
+    return record;
 }
 
 } // namespace
@@ -43,14 +52,14 @@ void Applier::apply(const Order& order, std::function<void(const Result&)> done)
         refuse(missing.message(), missing);
         return;
     }
-    RenameRecord record = recordOf(order, m_context.given().clock.now());
+    const auto& given = m_context.given();
+    RenameRecord record = recordOf(order, given.clock.now(), given.disk);
     // Without its row the rename could not be undone: then there is none.
     if (auto begun = m_context.ledger().begin(record); !begun) {
         refuse(std::move(begun).error(), std::nullopt);
         return;
     }
     m_atWork.insert(record.id);
-    const auto& given = m_context.given();
     m_context.onFiles(
         [order, &disk = given.disk, &clock = given.clock] {
             const Renamer renamer(order.proposal.policy, maxAttempts, disk, clock);
@@ -71,11 +80,16 @@ void Applier::finishApply(RenameRecord record, const std::expected<RenameResult,
         ledger.drop(record);
         m_context.fail(renamed.error().message());
         done(std::unexpected(Failure{renamed.error().message(), renamed.error()}));
+        Q_EMIT m_context.face().historyChanged();
         return;
     }
     record.newName = lastComponentOf(renamed->to);
+    auto volume = std::move(record.identity.volume);
     record.identity = renamed->identity;
+    if (!record.identity.volume)
+        record.identity.volume = std::move(volume);
     record.status = Status::done;
+    record.undoing = renamed->leftover != Leftover::none; // so that the next start looks at it
     ledger.noteMark(renamed->identity,
                     Marker{.state = State::renamed,
                            .originalName = record.originalName,
@@ -164,6 +178,7 @@ void Applier::finishUndo(RenameRecord record, const std::expected<FileTasks::Res
         return;
     }
     record.status = Status::undone;
+    record.undoing = restored->leftover != Leftover::none; // so that the next start looks at it
     if (restored->identity)
         ledger.noteMark(*restored->identity,
                         Marker{.state = State::undone,

@@ -99,12 +99,13 @@ Marked mark(const std::filesystem::path& path, const FileIdentity& expected, Sta
 
 std::expected<Restored, RenameError> restore(const std::filesystem::path& path, std::string_view originalName,
                                              const FileIdentity& expected, Disk& disk, const Clock& clock) {
-    auto target = UndoService(disk, clock).undo(path, originalName, expected);
-    if (!target)
-        return std::unexpected(std::move(target).error());
-    const auto marker = ProcessedMarker::read(*target, disk);
-    auto identity = FileIdentity::of(*target, disk);
-    return Restored{std::move(*target), std::move(identity), marker && marker->state == State::undone};
+    auto undone = UndoService(disk, clock).undo(path, originalName, expected);
+    if (!undone)
+        return std::unexpected(std::move(undone).error());
+    const auto marker = ProcessedMarker::read(undone->to, disk);
+    auto identity = FileIdentity::of(undone->to, disk);
+    return Restored{std::move(undone->to), std::move(identity), marker && marker->state == State::undone,
+                    undone->leftover};
 }
 
 Listing list(const std::filesystem::path& folder, FileEligibility::Options options, Disk& disk,

@@ -1,5 +1,6 @@
 #pragma once
 #include "core/files/Disk.h"
+#include "core/files/ExclusiveRename.h"
 #include "core/files/FileEligibility.h"
 #include "core/files/FileIdentity.h"
 #include "core/files/FileStabilizer.h"
@@ -56,6 +57,7 @@ struct Restored {
     std::filesystem::path path;
     std::optional<FileIdentity> identity; // under the old name
     bool marked = false;
+    Leftover leftover = Leftover::none;
 };
 [[nodiscard]] std::expected<Restored, RenameError> restore(const std::filesystem::path& path,
                                                            std::string_view originalName,

@@ -3,6 +3,7 @@
 #include "core/files/FileName.h"
 #include "core/support/Log.h"
 
+#include <QTimer>
 #include <algorithm>
 #include <utility>
 
@@ -61,8 +62,16 @@ void JobLoop::finish() {
     m_isFinishing = true;
     m_queue.clear();
     m_queuedPaths.clear();
-    if (m_current && m_current->isWaiting)
+    if (!m_current)
+        return;
+    if (m_current->isWaiting)
         m_current->stop.request_stop();
+    else
+        QTimer::singleShot(m_context.given().finishPatience, &m_context.face(),
+                           [this, serial = m_current->serial] {
+                               if (m_current && m_current->serial == serial)
+                                   m_current->stop.request_stop();
+                           });
 }
 
 void JobLoop::cancel() {
@@ -117,7 +126,7 @@ void JobLoop::reviewUnreadable() {
 
 void JobLoop::examine(const FileEligibility::Options& options, bool skippedToo,
                       void (JobLoop::*back)(const FileTasks::Examination&)) {
-    m_context.onNaming(
+    m_context.onNamingBriefly(
         [path = path(), options, skippedToo, &disk = m_context.given().disk] {
             return FileTasks::examine(path, options, skippedToo, disk);
         },

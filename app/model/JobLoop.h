@@ -58,7 +58,8 @@ public:
     /// Forgets those that are gone.
     void reviewUnreadable();
 
-    /// Takes no new job; the one at hand is finished unless its file is still being waited for.
+    /// Takes no new job; the one at hand is finished unless its file is still being waited for, or takes too
+    /// long to read.
     void finish();
     /// Ends the job at hand as soon as it can be.
     void cancel();

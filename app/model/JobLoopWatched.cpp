@@ -96,6 +96,10 @@ void JobLoop::watchedSettled(const FileTasks::Settled& settled) {
         fruitless(Fruitless::empty, settled.settling.lastLook);
         end();
         return;
+    case End::held:
+        fruitless(Fruitless::held, settled.settling.lastLook);
+        end();
+        return;
     case End::restless:
         fruitless(Fruitless::restless, settled.settling.lastLook);
         end();

@@ -1,6 +1,19 @@
 #include "app/model/ModelContext.h"
 
+#include "core/support/Text.h"
+
+#include <string_view>
+
 namespace vesto {
+namespace {
+
+/// For a worker at the end of the program: a slow disk may take its time to rename and to sync.
+constexpr std::chrono::seconds endPatience(10);
+
+constexpr std::string_view silence =
+    "Un dossier ne répond pas (partage réseau ou disque débranché ?) : les fichiers attendent.";
+
+} // namespace
 
 void ModelContext::setLastError(std::optional<std::string> message) {
     if (!message && !m_lastError)
@@ -20,9 +33,32 @@ NamingPipeline ModelContext::pipeline(const std::optional<NameTemplate>& nameTem
             m_given.clock};
 }
 
+void ModelContext::watchForSilence() {
+    m_silence.setSingleShot(true);
+    m_silence.setInterval(m_given.silenceLimit);
+    QObject::connect(&m_silence, &QTimer::timeout, &m_silence, [this] {
+        m_isSilenceTold = true;
+        fail(std::string(text(silence)));
+    });
+}
+
+void ModelContext::expectAnswer() {
+    if (!m_silence.isActive() && !m_isSilenceTold)
+        m_silence.start();
+}
+
+void ModelContext::noteAnswer() {
+    if (std::exchange(m_isSilenceTold, false) && m_lastError == text(silence))
+        setLastError(std::nullopt);
+    if (m_missed == 0)
+        m_silence.stop();
+    else
+        m_silence.start();
+}
+
 void ModelContext::endWorkers() {
-    m_naming.end();
-    m_files.end();
+    (void)m_naming.end(endPatience);
+    (void)m_files.end(endPatience);
     m_mailbox->deliver();
     m_mailbox->close();
 }

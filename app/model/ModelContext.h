@@ -5,6 +5,7 @@
 #include "app/model/Worker.h"
 #include "core/naming/NamingPipeline.h"
 
+#include <QTimer>
 #include <cstddef>
 #include <functional>
 #include <memory>
@@ -25,7 +26,9 @@ public:
         : m_face(face)
         , m_given(std::move(dependencies))
         , m_mailbox(std::make_shared<Mailbox>(face))
-        , m_ledger(m_given.store, [this](std::string message) { fail(std::move(message)); }) {}
+        , m_ledger(m_given.store, [this](std::string message) { fail(std::move(message)); }) {
+        watchForSilence();
+    }
 
     [[nodiscard]] AppModel& face() { return m_face; }
     [[nodiscard]] const AppModel::Dependencies& given() const { return m_given; }
@@ -41,7 +44,7 @@ public:
     /// called once the model is gone. `work` knows nothing of the model.
     template <typename Work, typename Back> void onFiles(Work work, Back back) {
         ++m_filesAtWork;
-        m_files.post(errand(std::move(work), [this, answer = std::move(back)](auto&& result) mutable {
+        m_files.post(brief(std::move(work), [this, answer = std::move(back)](auto&& result) mutable {
             --m_filesAtWork;
             answer(std::forward<decltype(result)>(result));
             if (isIdle() && m_whenIdle)
@@ -50,6 +53,10 @@ public:
     }
     template <typename Work, typename Back> void onNaming(Work work, Back back) {
         m_naming.post(errand(std::move(work), std::move(back)));
+    }
+    /// The same for what takes but a moment wherever a disk answers.
+    template <typename Work, typename Back> void onNamingBriefly(Work work, Back back) {
+        m_naming.post(brief(std::move(work), std::move(back)));
     }
     /// Runs `letter` on the main thread, once what runs there now is over.
     void later(Mailbox::Letter letter) { m_mailbox->post(std::move(letter)); }
@@ -65,7 +72,8 @@ public:
     [[nodiscard]] NamingPipeline pipeline(const std::optional<NameTemplate>& nameTemplate = {},
                                           const std::optional<Locale>& locale = {}) const;
 
-    /// Waits for the workers; what they had to say is delivered. `naming` must have been asked to stop.
+    /// Waits for the workers, but not for one that hangs; what they had to say is delivered. `naming` must
+    /// have been asked to stop.
     void endWorkers();
 
 private:
@@ -75,6 +83,20 @@ private:
         };
     }
 
+    /// An errand whose answer is missed where it does not come.
+    template <typename Work, typename Back> Worker::Task brief(Work work, Back back) {
+        ++m_missed;
+        expectAnswer();
+        return errand(std::move(work), [this, answer = std::move(back)](auto&& result) mutable {
+            --m_missed;
+            noteAnswer();
+            answer(std::forward<decltype(result)>(result));
+        });
+    }
+    void watchForSilence();
+    void expectAnswer();
+    void noteAnswer();
+
     AppModel& m_face;
     AppModel::Dependencies m_given;
     std::shared_ptr<Mailbox> m_mailbox;
@@ -82,6 +104,9 @@ private:
     std::optional<std::string> m_lastError;
     std::size_t m_filesAtWork = 0; // errands whose answers are not back
     std::function<void()> m_whenIdle;
+    std::size_t m_missed = 0; // brief errands whose answers are not back
+    QTimer m_silence;         // since the last answer, while one is missed
+    bool m_isSilenceTold = false;
     Worker m_files;
     Worker m_naming;
 };

@@ -17,8 +17,10 @@ void ProposalList::look(const std::vector<PendingProposal>& proposals,
         looks.push_back({pending.proposal.id, pending.proposal.url});
     m_context.onFiles(
         [looks = std::move(looks), &disk = m_context.given().disk]() mutable {
-            for (Look& look : looks)
+            for (Look& look : looks) {
                 look.current = FileIdentity::of(look.path, disk);
+                look.isMarked = look.current && ProcessedMarker::isMarked(look.path, disk);
+            }
             return std::move(looks);
         },
         std::move(back));
@@ -41,8 +43,10 @@ void ProposalList::finishRestore(std::vector<PendingProposal> stored, const std:
         PendingProposal& pending = stored[index];
         const auto& current = looks[index].current;
         auto& identity = pending.proposal.identity;
+        // One that is marked was answered just before the earlier run was killed.
         if (!current || !identity || !isSameStoredFile(*identity, *current) ||
-            !stoodStill(*identity, *current)) {
+            !stoodStill(*identity, *current) || looks[index].isMarked ||
+            m_context.ledger().remembered(*current)) {
             m_context.ledger().removePending(pending.proposal.id);
             continue;
         }

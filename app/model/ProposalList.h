@@ -47,6 +47,7 @@ private:
         std::string proposalID;
         std::filesystem::path path;
         std::optional<FileIdentity> current{};
+        bool isMarked = false; // so that something was done with it
     };
 
     void look(const std::vector<PendingProposal>& proposals, std::function<void(std::vector<Look>)> back);

@@ -97,11 +97,12 @@ public:
         const bool isSettled = isUndo ? settleUndo() : settleRename();
         if (!isSettled)
             return std::nullopt;
-        for (const Entry& temporary : m_names.temporaries)
-            if (!m_names.own.empty())
-                (void)removeTemporary(m_folder / temporary.name, m_folder / m_names.own.front().name,
-                                      temporary.identity, m_disk);
         m_record.undoing = false;
+        for (const Entry& temporary : m_names.temporaries)
+            if (!m_names.own.empty() &&
+                !removeTemporary(m_folder / temporary.name, m_folder / m_names.own.front().name,
+                                 temporary.identity, m_disk))
+                m_record.undoing = true; // the next start tries again
         (void)m_disk.syncFolder(m_folder);
         return std::move(m_record);
     }
@@ -149,13 +150,13 @@ private:
     bool settleUndo() {
         const Entry* old = m_names.find(m_record.originalName);
         const Entry* renamed = m_names.find(m_record.newName);
-        if (old == nullptr) {
+        if (old == nullptr) { // the undo did not take place, or somebody gave a name since
             const bool isHidden = m_names.own.empty() && !m_names.temporaries.empty();
-            if (isHidden && !restoreFromTemporary(m_record.newName))
+            const bool wasDone = m_record.status == Status::done;
+            if (isHidden && !restoreFromTemporary(wasDone ? m_record.newName : m_record.originalName))
                 return false;
-            if (isHidden) // perhaps under a number, the name being another file's by now
+            if (isHidden && wasDone) // perhaps under a number, the name being another file's by now
                 m_record.newName = m_names.own.front().name;
-            m_record.status = Status::done;
             return true;
         }
         const Entry restored = *old;

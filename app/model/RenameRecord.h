@@ -30,7 +30,9 @@ struct RenameRecord {
     bool automatic = false; // without the user
     std::optional<std::string> errorMessage;
     std::optional<std::string> batchID;
-    bool undoing = false; // an undo is under way: written down before it is tried
+    /// An undo is under way, written down before it is tried; or a hidden name of the file was left. Either
+    /// is for the next start.
+    bool undoing = false;
 
     bool operator==(const RenameRecord&) const = default;
 };

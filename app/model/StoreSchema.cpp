@@ -88,7 +88,7 @@ CREATE INDEX UnmarkedFileByInode ON UnmarkedFile (inode);
 CREATE INDEX UnmarkedFileByName ON UnmarkedFile (name) WHERE name IS NOT NULL;
 )sql";
 
-constexpr std::array<const char*, version> steps{first}; // from each version to the next
+constexpr std::array<const char*, version> allSteps{first};
 
 constexpr std::array probes{
     "SELECT count(number) FROM (SELECT min(number) AS number FROM RenameRecord UNION ALL "
@@ -110,8 +110,14 @@ constexpr std::array probes{
 
 } // namespace
 
-std::expected<void, sqlite::Error> bringUpToDate(sqlite::Connection& connection, std::int64_t from) {
-    if (from == version)
+Steps steps() {
+    return allSteps;
+}
+
+std::expected<void, sqlite::Error> bringUpToDate(sqlite::Connection& connection, std::int64_t from,
+                                                 Steps path) {
+    const auto last = static_cast<std::int64_t>(path.size());
+    if (from == last)
         return {};
     sqlite::Work work(connection, sqlite::Work::Kind::write);
     // Another program may have done it meanwhile.
@@ -120,12 +126,12 @@ std::expected<void, sqlite::Error> bringUpToDate(sqlite::Connection& connection,
         work.fail(std::move(present).error());
     else
         from = std::strtoll(present->value_or("0").c_str(), nullptr, 10);
-    for (auto step = static_cast<std::size_t>(from); step < steps.size() && !work.failed(); ++step)
-        if (auto done = connection.run(steps[step]); !done)
+    for (auto step = static_cast<std::size_t>(from); step < path.size() && !work.failed(); ++step)
+        if (auto done = connection.run(path[step]); !done)
             work.fail(std::move(done).error());
-    const std::string marks = "PRAGMA user_version=" + std::to_string(version) +
+    const std::string marks = "PRAGMA user_version=" + std::to_string(last) +
                               "; PRAGMA application_id=" + std::to_string(applicationId);
-    if (!work.failed())
+    if (!work.failed() && from < last)
         if (auto marked = connection.run(marks.c_str()); !marked)
             work.fail(std::move(marked).error());
     return work.finish();

@@ -1,9 +1,7 @@
 #pragma once
-#include <condition_variable>
-#include <deque>
+#include <chrono>
 #include <functional>
-#include <mutex>
-#include <thread>
+#include <memory>
 
 namespace vesto {
 
@@ -12,25 +10,21 @@ class Worker {
 public:
     using Task = std::move_only_function<void()>;
 
-    Worker() = default;
+    Worker();
     Worker(const Worker&) = delete;
-    /// As `end`.
-    ~Worker() { end(); }
+    /// As `end`, with all the time that it takes.
+    ~Worker();
 
     /// Thread-safe. Dropped once the end was asked for.
     void post(Task task);
 
-    /// Waits for the tasks that were posted, and ends the thread. Main thread.
-    void end();
+    /// Waits for the tasks that were posted, and ends the thread. One that hangs, on a share that does not
+    /// answer, is left to itself after `patience` with all that waits behind it: false. Main thread.
+    bool end(std::chrono::milliseconds patience);
 
 private:
-    void run();
-
-    std::mutex m_mutex; // for all below
-    std::condition_variable m_wake;
-    std::deque<Task> m_tasks;
-    bool m_isEnding = false;
-    std::thread m_thread;
+    class State;
+    std::shared_ptr<State> m_state; // which a thread that hangs keeps
 };
 
 } // namespace vesto

@@ -10,6 +10,7 @@
 #include <filesystem>
 #include <functional>
 #include <optional>
+#include <stop_token>
 #include <string>
 #include <vector>
 
@@ -32,6 +33,8 @@ struct ReadRequest {
     /// From here on what takes long gives what it has: a little before a reader's time is over and all is
     /// lost.
     std::chrono::steady_clock::time_point lastMoment = std::chrono::steady_clock::time_point::max();
+    /// Once it is asked for, nobody wants the answer any more.
+    std::stop_token stop{};
 };
 
 /// What a reader gives back for one file.

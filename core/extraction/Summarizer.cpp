@@ -86,7 +86,8 @@ std::expected<ContentSummary, SummarizerError> Summarizer::summarize(const std::
                         .path = path,
                         .type = *std::move(type),
                         .route = *route,
-                        .bestDate = FileDates::bestDate(path)};
+                        .bestDate = FileDates::bestDate(path),
+                        .stop = stop};
     if (m_events.onStage)
         request.onStage = [&](ReadingStage stage) { m_events.onStage(path, stage); };
     const auto start = systemClock().sinceBoot();

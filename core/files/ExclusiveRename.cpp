@@ -78,16 +78,15 @@ bool removeTemporary(const path& temporary, const path& witness, const FileIdent
 }
 
 // A name is first moved aside, where nobody can swap it, and looked at there.
-std::expected<void, RenameError> removeName(const path& name, const path& witness, const FileIdentity& file,
-                                            Disk& disk) {
+std::expected<Leftover, RenameError> removeName(const path& name, const path& witness,
+                                                const FileIdentity& file, Disk& disk) {
     const auto temporary = unusedTemporaryName(name, disk);
     if (!temporary)
         return std::unexpected(RenameError::system(temporary.error()));
     if (const auto moved = disk.moveToSecretName(name, *temporary); !moved)
         return std::unexpected(RenameError::system(moved.error()));
     if (names(*temporary, file, disk) && names(witness, file, disk)) {
-        (void)unlinkTemporary(*temporary, disk); // else the file has a hidden name too many
-        return {};
+        return unlinkTemporary(*temporary, disk) ? Leftover::none : Leftover::hiddenName;
     }
     RenameError error(RenameError::Case::identityMismatch);
     if (auto kept = putBack(*temporary, name, disk))
@@ -119,8 +118,8 @@ std::vector<std::string> withdraw(const path& to, const path& witness, const Fil
     return names(to, *given, disk) ? stays : std::vector<std::string>();
 }
 
-std::expected<void, RenameError> renameByLink(const path& from, const path& to, const FileIdentity& before,
-                                              int firstAnswer, Disk& disk) {
+std::expected<Leftover, RenameError> renameByLink(const path& from, const path& to,
+                                                  const FileIdentity& before, int firstAnswer, Disk& disk) {
     if (const auto answer = disk.link(from, to); !answer) {
         const int code = answer.error();
         const bool refusesLinks =
@@ -141,23 +140,24 @@ std::expected<void, RenameError> renameByLink(const path& from, const path& to, 
 
 } // namespace
 
-std::expected<void, RenameError> renameExclusively(const path& from, const path& to,
-                                                   const FileIdentity& before, Disk& disk) {
+std::expected<Leftover, RenameError> renameExclusively(const path& from, const path& to,
+                                                       const FileIdentity& before, Disk& disk) {
     const auto renamed = disk.renameExclusively(from, to);
     if (renamed)
-        return {};
+        return Leftover::none;
     if (renamed.error() == EINVAL || renamed.error() == ENOSYS)
         return renameByLink(from, to, before, renamed.error(), disk);
     return std::unexpected(RenameError::system(renamed.error()));
 }
 
-std::expected<FileIdentity, RenameError> renameVerified(const path& from, const path& to,
-                                                        const FileIdentity& before, Disk& disk) {
-    if (auto renamed = renameExclusively(from, to, before, disk); !renamed)
+std::expected<VerifiedRename, RenameError> renameVerified(const path& from, const path& to,
+                                                          const FileIdentity& before, Disk& disk) {
+    auto renamed = renameExclusively(from, to, before, disk);
+    if (!renamed)
         return std::unexpected(std::move(renamed).error());
     const auto after = FileIdentity::of(to, disk);
     if (after && isSameAcrossRename(before, *after))
-        return *after;
+        return VerifiedRename{*after, *renamed};
     RenameError mismatch(RenameError::Case::identityMismatch);
     // Where the look itself failed the file is still ours, as far as anybody knows.
     const auto back = renameExclusively(to, from, after.value_or(before), disk);

@@ -16,6 +16,12 @@ namespace vesto {
 /// renamed file, or its only one.
 inline constexpr std::string_view temporaryNamePrefix = ".vesto-rename-";
 
+/// What a rename that took place may leave behind.
+enum class Leftover {
+    none,
+    hiddenName, // the file's temporary name could not be removed
+};
+
 /// Renames `from`, which was the file `before`, to `to` in the same folder, and never replaces anything. To
 /// sync the folder after a success is left to the caller, who first marks the file: a process that is killed
 /// waiting for the disk must not leave a new name without the mark that tells the old one.
@@ -26,9 +32,9 @@ inline constexpr std::string_view temporaryNamePrefix = ".vesto-rename-";
 ///
 /// Fails with `system` (EEXIST where `to` is taken, ENOENT where `from` is gone) or `identityMismatch`; then
 /// everything stands where it was, but for the error's `keptNames`.
-[[nodiscard]] std::expected<void, RenameError> renameExclusively(const std::filesystem::path& from,
-                                                                 const std::filesystem::path& to,
-                                                                 const FileIdentity& before, Disk& disk);
+[[nodiscard]] std::expected<Leftover, RenameError> renameExclusively(const std::filesystem::path& from,
+                                                                     const std::filesystem::path& to,
+                                                                     const FileIdentity& before, Disk& disk);
 
 // What is left to do where that was interrupted. None of these takes the last name from a file; `file` is its
 // identity as it is now.
@@ -39,9 +45,9 @@ inline constexpr std::string_view temporaryNamePrefix = ".vesto-rename-";
 
 /// Takes the name `name` from `file`, which `witness` names as well. Fails with `system`, or with
 /// `identityMismatch` where one of the names is another file's; then that one keeps its name.
-[[nodiscard]] std::expected<void, RenameError> removeName(const std::filesystem::path& name,
-                                                          const std::filesystem::path& witness,
-                                                          const FileIdentity& file, Disk& disk);
+[[nodiscard]] std::expected<Leftover, RenameError> removeName(const std::filesystem::path& name,
+                                                              const std::filesystem::path& witness,
+                                                              const FileIdentity& file, Disk& disk);
 
 /// The same for a name that begins with `temporaryNamePrefix`. Whether it is gone.
 [[nodiscard]] bool removeTemporary(const std::filesystem::path& temporary,
@@ -54,10 +60,16 @@ inline constexpr std::string_view temporaryNamePrefix = ".vesto-rename-";
 [[nodiscard]] std::optional<std::string> putBack(const std::filesystem::path& temporary,
                                                  const std::filesystem::path& name, Disk& disk);
 
+struct VerifiedRename {
+    FileIdentity identity; // under the new name
+    Leftover leftover = Leftover::none;
+};
+
 /// A rename that ends with a look at the file under its new name: it must be `before` still, else it is
-/// renamed back and the error is `identityMismatch`. Gives the identity under the new name.
-[[nodiscard]] std::expected<FileIdentity, RenameError> renameVerified(const std::filesystem::path& from,
-                                                                      const std::filesystem::path& to,
-                                                                      const FileIdentity& before, Disk& disk);
+/// renamed back and the error is `identityMismatch`.
+[[nodiscard]] std::expected<VerifiedRename, RenameError> renameVerified(const std::filesystem::path& from,
+                                                                        const std::filesystem::path& to,
+                                                                        const FileIdentity& before,
+                                                                        Disk& disk);
 
 } // namespace vesto

@@ -1,9 +1,5 @@
 #include "core/files/FileStabilizer.h"
 
-#include "core/files/FileName.h"
-
-#include <string>
-
 namespace vesto {
 namespace {
 
@@ -16,7 +12,6 @@ public:
 
     Wait(const std::filesystem::path& path, Disk& disk)
         : m_path(path)
-        , m_officeLock(siblingOf(path, ".~lock." + std::string(lastComponentOf(path)) + "#"))
         , m_disk(disk) {}
 
     Seen look(nanoseconds now) {
@@ -24,7 +19,7 @@ public:
         if (!status)
             return Seen::nothing;
         const FileState state{status->size, status->modified};
-        if (state == lastLook && !m_disk.status(m_officeLock))
+        if (state == lastLook)
             return Seen::same;
         lastLook = state;
         stableSince = now;
@@ -36,9 +31,16 @@ public:
 
 private:
     const std::filesystem::path& m_path;
-    std::filesystem::path m_officeLock;
     Disk& m_disk;
 };
+
+/// Of the wait for a file that is quiet now.
+FileStabilizer::End endOf(const FileState& state, bool isHeld) {
+    using enum FileStabilizer::End;
+    if (state.size == 0)
+        return empty;
+    return isHeld ? held : stable;
+}
 
 } // namespace
 
@@ -60,7 +62,8 @@ FileStabilizer::Settling FileStabilizer::settle(const std::filesystem::path& pat
         if (stop.stop_requested())
             return {End::cancelled, wait.lastLook};
         if (seen == Wait::Seen::same && now - wait.stableSince >= quietPeriod)
-            return {wait.lastLook->size > 0 ? End::stable : End::empty, wait.lastLook};
+            return {endOf(*wait.lastLook, OfficeLock(path, officeProgramRuns).isHeld(disk, clock)),
+                    wait.lastLook};
         if (now >= deadline)
             return {End::restless, wait.lastLook};
         if (!clock.sleepUntil(now + pollInterval, stop))

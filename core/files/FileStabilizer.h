@@ -1,6 +1,7 @@
 #pragma once
 #include "core/files/Disk.h"
 #include "core/files/FileIdentity.h"
+#include "core/files/OfficeLock.h"
 #include "core/support/Clock.h"
 
 #include <chrono>
@@ -15,10 +16,12 @@ struct FileStabilizer {
     std::chrono::nanoseconds quietPeriod = std::chrono::seconds(2); // of unchanged size and modification time
     std::chrono::nanoseconds pollInterval = std::chrono::milliseconds(500);
     std::chrono::nanoseconds timeout = std::chrono::seconds(120); // from the start of the wait
+    bool (*officeProgramRuns)() = vesto::officeProgramRuns;
 
     enum class End {
         stable,
         empty,     // quiet, with nothing in it
+        held,      // quiet, but an office program holds it open
         restless,  // the time ran out
         gone,      // cannot be looked at any more
         cancelled, // the stop was asked for
@@ -37,8 +40,8 @@ struct FileStabilizer {
         std::chrono::nanoseconds sinceBoot; // by the same clock
     };
 
-    /// Blocks. A document that an office program holds open (its lock file stands beside it) counts as one
-    /// that changes.
+    /// Blocks. A document that an office program holds open is not waited for: nobody knows how long that
+    /// takes, and others wait behind it.
     [[nodiscard]] Settling settle(const std::filesystem::path& path, const std::stop_token& stop = {},
                                   std::optional<Look> earlier = std::nullopt, Disk& disk = systemDisk(),
                                   const Clock& clock = systemClock()) const;

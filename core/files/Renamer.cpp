@@ -59,7 +59,8 @@ std::expected<RenameResult, RenameError> Renamer::renameToFreeName(const std::fi
         const auto target = siblingOf(path, m_policy.fileName(base, extension, suffix));
         const auto after = renameVerified(path, target, current, m_disk);
         if (after)
-            return RenameResult{.from = path, .to = target, .identity = *after};
+            return RenameResult{
+                .from = path, .to = target, .identity = after->identity, .leftover = after->leftover};
         if (after.error() == RenameError::system(EEXIST))
             continue;
         if (after.error().code() == ENOENT)

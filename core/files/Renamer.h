@@ -1,5 +1,6 @@
 #pragma once
 #include "core/files/Disk.h"
+#include "core/files/ExclusiveRename.h"
 #include "core/files/FileIdentity.h"
 #include "core/files/RenameError.h"
 #include "core/naming/NamingPolicy.h"
@@ -19,6 +20,7 @@ struct RenameResult {
     std::filesystem::path to;
     FileIdentity identity; // as it is under the new name
     bool marked = false;   // whether the processed marker could be written
+    Leftover leftover = Leftover::none;
 
     bool operator==(const RenameResult&) const = default;
 };

@@ -6,6 +6,7 @@
 #include "core/support/Unicode.h"
 
 #include <cerrno>
+#include <utility>
 
 namespace vesto {
 namespace {
@@ -23,7 +24,7 @@ UndoService::UndoService(Disk& disk, const Clock& clock)
     : m_disk(disk)
     , m_clock(clock) {}
 
-std::expected<std::filesystem::path, RenameError>
+std::expected<UndoResult, RenameError>
 UndoService::undo(const std::filesystem::path& path, std::string_view originalName,
                   const std::optional<FileIdentity>& expectedIdentity) const {
     if (!isPossibleName(originalName) || !unicode::isValid(lastComponentOf(path)))
@@ -42,7 +43,7 @@ UndoService::undo(const std::filesystem::path& path, std::string_view originalNa
         return std::unexpected(after.error());
     (void)ProcessedMarker::write(target, ProcessedMarker::State::undone, originalName, m_clock.now(), m_disk);
     (void)m_disk.syncFolder(folderOf(target));
-    return target;
+    return UndoResult{std::move(target), after->leftover};
 }
 
 } // namespace vesto

@@ -68,6 +68,7 @@ public:
         restless,   // never quiet: reported again when it has been closed or has stood still
         empty,      // when it was closed, or has changed and then stood still
         unreadable, // likewise
+        held,       // an office program has it open: reported again when it has not, however often
     };
 
     /// `name`, reported before, gave nothing; `seen`: its size and time as they were seen then. It is

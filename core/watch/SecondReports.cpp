@@ -1,6 +1,7 @@
 #include "core/watch/SecondReports.h"
 
 #include "core/files/Disk.h"
+#include "core/support/Clock.h"
 
 #include <algorithm>
 #include <utility>
@@ -12,7 +13,8 @@ using Fruitless = FolderWatcher::Fruitless;
 bool SecondReports::fruitless(std::string_view name, Fruitless reason, std::optional<FileState> seen) {
     const std::lock_guard lock(m_mutex);
     Tally& tally = m_tallies.try_emplace(std::string(name)).first->second;
-    if (std::exchange(tally.isAgain, false))
+    const bool wasAgain = std::exchange(tally.isAgain, false);
+    if (wasAgain && reason != Fruitless::held)
         ++tally.inVain;
     if (tally.inVain >= vainLimit)
         return false;
@@ -57,6 +59,8 @@ bool SecondReports::movedOnto(std::string_view name) {
 void SecondReports::rescan() {
     m_closedEarlier = std::exchange(m_closedLately, {});
     for (auto& [name, waiting] : m_waiting) {
+        if (waiting.reason == Fruitless::held)
+            continue;
         const auto state = look(name);
         const bool isStill = state && state == waiting.lastLook;
         if (isStill && (waiting.reason == Fruitless::restless || waiting.differs(*state)))
@@ -93,6 +97,8 @@ std::optional<FileState> SecondReports::look(const std::string& name) const {
 }
 
 bool SecondReports::isDue(const std::string& name, Waiting& waiting) const {
+    if (waiting.reason == Fruitless::held)
+        return !OfficeLock(m_folder / name, m_officeProgramRuns).isHeld(systemDisk(), systemClock());
     const bool wasClosed = std::exchange(waiting.wasClosed, false);
     const bool wasClosedBefore = std::exchange(waiting.wasClosedBefore, false);
     if (!waiting.isDue && (wasClosed || wasClosedBefore)) {

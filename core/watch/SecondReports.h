@@ -1,4 +1,5 @@
 #pragma once
+#include "core/files/OfficeLock.h"
 #include "core/watch/FolderWatcher.h"
 
 #include <map>
@@ -16,8 +17,9 @@ class SecondReports {
 public:
     static constexpr int vainLimit = 5;
 
-    explicit SecondReports(const std::filesystem::path& folder)
-        : m_folder(folder) {}
+    explicit SecondReports(const std::filesystem::path& folder, bool (*programRuns)() = officeProgramRuns)
+        : m_folder(folder)
+        , m_officeProgramRuns(programRuns) {}
 
     /// As FolderWatcher::reportAgain. What it tells waits until `takeNews`.
     bool fruitless(std::string_view name, FolderWatcher::Fruitless reason, std::optional<FileState> seen);
@@ -67,6 +69,7 @@ private:
     [[nodiscard]] bool isDue(const std::string& name, Waiting& waiting) const;
 
     const std::filesystem::path& m_folder;
+    bool (*m_officeProgramRuns)();
 
     std::mutex m_mutex; // guards the two below
     std::vector<Told> m_told;

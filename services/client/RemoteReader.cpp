@@ -2,6 +2,8 @@
 
 #include "core/extraction/Summarizer.h"
 #include "core/files/FileName.h"
+#include "core/support/Alarm.h"
+#include "core/support/Clock.h"
 #include "services/ipc/Packet.h"
 
 #include <fcntl.h>
@@ -10,6 +12,7 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
+#include <stop_token>
 #include <utility>
 
 namespace vesto {
@@ -39,15 +42,40 @@ SummarizerError errorOf(const std::optional<ipc::Answer>& answer, const ReadRequ
                                                                   : SummarizerError::unreadable(request.path);
 }
 
+/// Waits for what comes out of a pipe as long as somebody wants it.
+class Patience {
+public:
+    Patience(const std::stop_token& stop, steady_clock::time_point end)
+        : m_stop(stop)
+        , m_end(end)
+        , m_stopped(stop, [this] { m_alarm.ring(); }) {}
+
+    bool untilReadable(int pipe) {
+        while (!m_stop.stop_requested()) {
+            const auto left = m_end - steady_clock::now();
+            // What has arrived is taken even by somebody who comes late: after a stop in the shell, say.
+            if (m_alarm.wait(systemClock().sinceBoot() + left, pipe).readable)
+                return true;
+            if (left <= steady_clock::duration::zero())
+                return false;
+        }
+        return false;
+    }
+
+private:
+    const std::stop_token& m_stop;
+    steady_clock::time_point m_end;
+    Alarm m_alarm;
+    std::stop_callback<std::function<void()>> m_stopped; // last: it rings the alarm
+};
+
 /// All that comes out of `pipe` until its other end is closed, as far as it is an answer.
-std::optional<ipc::Answer> answerFrom(int pipe, const std::function<void(ReadingStage)>& onStage,
-                                      steady_clock::time_point end) {
-    ipc::AnswerDecoder decoder(onStage);
+std::optional<ipc::Answer> answerFrom(int pipe, const ReadRequest& request, steady_clock::time_point end) {
+    ipc::AnswerDecoder decoder(request.onStage);
     std::vector<char> buffer(std::size_t{1} << 16);
+    Patience patience(request.stop, end);
     for (;;) {
-        const auto left = std::chrono::ceil<milliseconds>(end - steady_clock::now());
-        // What has arrived is taken even by somebody who comes late: after a stop in the shell, say.
-        if (!ipc::waitReadable(pipe, std::max(left, milliseconds(0))))
+        if (!patience.untilReadable(pipe))
             return std::nullopt;
         const ssize_t size = ::read(pipe, buffer.data(), buffer.size());
         if (size < 0 && errno == EINTR)
@@ -102,7 +130,7 @@ std::optional<ipc::Answer> RemoteReader::askOnce(const ReaderProcess& service, c
     if (!ipc::sendPacket(service.socket(), question, handed, sendTimeout))
         return std::nullopt;
     theirs.reset(); // else the end of the answer would never be seen
-    return answerFrom(ours.get(), request.onStage, end);
+    return answerFrom(ours.get(), request, end);
 }
 
 std::optional<ipc::Answer> RemoteReader::ask(const ReadRequest& request, const ipc::Question& question) {
@@ -119,7 +147,7 @@ std::optional<ipc::Answer> RemoteReader::ask(const ReadRequest& request, const i
         if (!service)
             return std::nullopt;
         auto answer = askOnce(**service, request, bytes);
-        if (answer || !(*service)->isGone(deathTakes))
+        if (answer || request.stop.stop_requested() || !(*service)->isGone(deathTakes))
             return answer;
         ++((*service)->leftIdle() ? departures : deaths);
     }

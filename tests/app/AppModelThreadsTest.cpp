@@ -2,6 +2,7 @@
 #include "core/files/ProcessedMarker.h"
 #include "tests/app/support/World.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <sqlite3.h>
 
@@ -248,6 +249,29 @@ TEST(AppModelThreads, KeepsWhatWaitsOverARestart) {
     EXPECT_EQ(world.store->pending()->size(), 1);
 }
 
+/// A kill between the mark that says so and the end of the proposal.
+TEST(AppModelThreads, ForgetsAProposalThatWasAnsweredJustBeforeAKill) {
+    for (const bool isMarkable : {true, false}) {
+        World world;
+        world.start();
+        world.watch();
+        const auto kept = world.proposal("scan0001.txt", bill);
+        const auto ignored = world.proposal("scan0002.txt", "Relevé de compte mai");
+        world.stop();
+        const auto& path = ignored.proposal.url;
+        if (isMarkable)
+            ASSERT_TRUE(ProcessedMarker::write(path, State::ignored, "scan0002.txt", world.clock.now()));
+        else
+            ASSERT_TRUE(world.store->remember(
+                *FileIdentity::of(path),
+                {.state = State::ignored, .originalName = "scan0002.txt", .date = world.clock.now()}));
+        world.start();
+        ASSERT_EQ(world.model->pending().size(), 1);
+        EXPECT_EQ(world.model->pending().front().proposal.id, kept.proposal.id);
+        EXPECT_EQ(world.store->pending()->size(), 1);
+    }
+}
+
 TEST(AppModelThreads, SettlesWhatAnEarlierRunLeft) {
     World world;
     world.start();
@@ -416,6 +440,49 @@ TEST(AppModelThreads, FinishesTheFileAtHandWhenAskedToLeave) {
     ASSERT_TRUE(world.eventually([&] { return isFinished; }));
     EXPECT_TRUE(namesIn(world.folder.path()).contains("Facture EDF octobre Montpellier.txt"));
     EXPECT_EQ(world.history().front().status, Status::done);
+}
+
+TEST(AppModelThreads, LeavesAFileThatTakesTooLongWhenAskedToLeave) {
+    World world;
+    world.finishPatience = std::chrono::milliseconds(50);
+    world.start();
+    world.watch(true);
+    world.reading->isHeld = true;
+    write(world.folder / "scan0001.txt", bill);
+    ASSERT_TRUE(world.eventually([&] { return world.reading->count == 1; }));
+    bool isFinished = false;
+    world.model->finish([&] { isFinished = true; });
+    EXPECT_TRUE(world.eventually([&] { return isFinished; }));
+    EXPECT_FALSE(ProcessedMarker::isMarked(world.folder / "scan0001.txt"));
+    world.reading->isHeld = false;
+    world.start();
+    EXPECT_TRUE(world.eventually([&] { return world.model->pending().size() == 1; }));
+}
+
+TEST(AppModelThreads, SaysThatADiskDoesNotAnswer) {
+    World world;
+    world.silenceLimit = std::chrono::milliseconds(100);
+    world.finishPatience = std::chrono::milliseconds(0);
+    world.start();
+    world.watch();
+    world.pass(std::chrono::milliseconds(300));
+    EXPECT_EQ(world.errors, std::vector<std::string>());
+    const auto pending = world.proposal("scan0001.txt", bill);
+    world.disk.hangs = true;
+    bool isFinished = false;
+    world.model->accept(pending.proposal.id);
+    ASSERT_TRUE(world.eventually([&] { return world.model->lastError().has_value(); }));
+    EXPECT_THAT(*world.model->lastError(), testing::HasSubstr("ne répond pas"));
+    world.disk.hangs = false;
+    EXPECT_TRUE(world.eventually([&] { return !world.history().empty() && !world.model->lastError(); }));
+
+    SCOPED_TRACE("and is not waited for in the end");
+    world.disk.hangs = true;
+    write(world.folder / "scan0002.txt", bill);
+    ASSERT_TRUE(world.eventually([&] { return world.model->lastError().has_value(); }));
+    world.model->finish([&] { isFinished = true; });
+    EXPECT_TRUE(world.eventually([&] { return isFinished; }));
+    world.disk.hangs = false;
 }
 
 TEST(AppModelThreads, NamesAFileThatTheUserAsksFor) {

@@ -1,5 +1,6 @@
 #include "core/files/ProcessedMarker.h"
 #include "tests/app/support/Life.h"
+#include "tests/core/watch/ShortQueue.h"
 
 #include <fmt/format.h>
 #include <gtest/gtest.h>
@@ -39,16 +40,16 @@ protected:
         ASSERT_TRUE(m_life->runUntil([&] { return m_life->model().isWatching("folder"); }));
     }
 
+    /// Three writers at once, while the first files are renamed already.
+    void flood(std::size_t count);
+
     TestFolder m_root;
     Home m_home{m_root / "files", m_root / "data"};
     HookedDisk m_disk;
     std::unique_ptr<Life> m_life;
 };
 
-TEST_F(FloodThreads, EachFileOfManyIsRenamedOnce) {
-    begin(true);
-    const std::size_t count = floodSize();
-    // Three writers at once, while the first files are renamed already.
+void FloodThreads::flood(std::size_t count) {
     std::vector<std::thread> writers;
     for (std::size_t writer = 0; writer < 3; ++writer)
         writers.emplace_back([&, writer] {
@@ -73,6 +74,19 @@ TEST_F(FloodThreads, EachFileOfManyIsRenamedOnce) {
                   wordFor(std::strtoul(row.originalName.c_str() + 5, nullptr, 10)) + "\n");
     }
     EXPECT_EQ(namesIn(m_home.files).size(), count);
+}
+
+TEST_F(FloodThreads, EachFileOfManyIsRenamedOnce) {
+    begin(true);
+    flood(floodSize());
+}
+
+TEST_F(FloodThreads, EachFileIsRenamedWhereTheSystemForgetsWhatItHasToTell) {
+    const ShortQueue queue;
+    if (!queue.isShort)
+        GTEST_SKIP() << "the length of the system's queue may not be changed here";
+    begin(true);
+    flood(floodSize());
 }
 
 TEST_F(FloodThreads, AWriterThatClosesAndReopensIsLeftInPeace) {

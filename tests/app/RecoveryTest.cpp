@@ -275,6 +275,25 @@ TEST(Recovery, LosesNothingWhenItFailsOrIsKilled) {
             }
 }
 
+/// What was done is written down, but a hidden name could not be removed.
+TEST(Recovery, TakesAwayWhatAFinishedRenameLeft) {
+    struct Row {
+        Status status;
+        std::string name; // that the file has
+    };
+    for (const Row& row : {Row{Status::done, "New.pdf"}, Row{Status::undone, "old.pdf"},
+                           Row{Status::undone, "mine.pdf"}, Row{Status::done, "mine.pdf"}}) {
+        SCOPED_TRACE(row.name);
+        Scene scene({"", {{temporary, 'o'}, {row.name, 'o'}}, true, fallback, row.status, "New.pdf", {}});
+        scene.row.status = row.status;
+        const auto settled = scene.settle().settled;
+        ASSERT_EQ(settled.size(), 1U);
+        EXPECT_EQ(settled.front().status, row.status);
+        EXPECT_FALSE(settled.front().undoing);
+        EXPECT_EQ(scene.names(), (Names{{row.name, 'o'}}));
+    }
+}
+
 TEST(Recovery, LeavesARowThatItCannotJudge) {
     Scene scene(situations().front());
     const auto settleWhere = [&](bool isThere) {

@@ -1,5 +1,6 @@
 #include "app/model/Store.h"
 
+#include "app/model/StoreSchema.h"
 #include "core/support/UnicodeSearch.h"
 #include "tests/app/StoreSamples.h"
 #include "tests/core/files/TestFolder.h"
@@ -10,6 +11,7 @@
 #include <sys/stat.h>
 
 #include <algorithm>
+#include <array>
 #include <limits>
 #include <tuple>
 
@@ -271,6 +273,27 @@ TEST(Store, NeverTakesADamagedFileForAnEmptyOne) {
                     (isGone ? "changes" : before));
         EXPECT_FALSE(std::filesystem::exists(file.native() + ".copie-2"));
     }
+}
+
+TEST(StoreSchema, GoesUpWholeOrNotAtAll) {
+    const TestFolder folder;
+    const auto file = folder / "history.sqlite";
+    ASSERT_TRUE(Store::open(file).value().save(record("A", 1)));
+    auto connection = sqlite::Connection::open(file).value();
+    const auto says = [&](const char* question) { return connection.answer(question).value().value_or(""); };
+    const char* const first = StoreSchema::steps().front();
+    const std::array good{first, "ALTER TABLE RenameRecord ADD COLUMN note TEXT",
+                          "UPDATE RenameRecord SET note = 'new'"};
+    const std::array bad{good[0], good[1], "UPDATE NoSuchTable SET note = 1"};
+    EXPECT_FALSE(StoreSchema::bringUpToDate(connection, 1, bad));
+    EXPECT_EQ(says("PRAGMA user_version"), "1");
+    EXPECT_EQ(says("SELECT count(*) FROM pragma_table_info('RenameRecord') WHERE name = 'note'"), "0");
+    EXPECT_TRUE(StoreSchema::bringUpToDate(connection, 1, good));
+    EXPECT_EQ(says("PRAGMA user_version"), "3");
+    EXPECT_EQ(says("SELECT newName || note FROM RenameRecord"), record("A", 1).newName + "new");
+    // An older program that had looked before is not to take it back.
+    EXPECT_TRUE(StoreSchema::bringUpToDate(connection, 0));
+    EXPECT_EQ(says("PRAGMA user_version"), "3");
 }
 
 TEST(Store, StopsAtDamageThatShowsLater) {

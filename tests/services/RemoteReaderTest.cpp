@@ -6,6 +6,7 @@
 #include <signal.h>
 
 #include <atomic>
+#include <stop_token>
 #include <thread>
 
 namespace vesto::tests {
@@ -51,6 +52,24 @@ TEST(RemoteReader, NothingThatAServiceSaysIsMoreThanUnreadable) {
     }
     EXPECT_EQ(openDescriptors(), before);
     EXPECT_EQ(childProcesses(), 0);
+}
+
+TEST(RemoteReader, GivesUpAtOnceWhereNobodyWantsTheAnswer) {
+    RemoteReader reader(serviceSettings(VESTO_HOSTILE_SERVICE));
+    EXPECT_EQ(firstLine(reader, "lu"), "lu");
+    const auto process = reader.process();
+    std::stop_source stop;
+    Asked asked("silent");
+    asked.request.stop = stop.get_token();
+    const std::jthread impatient([&] {
+        std::this_thread::sleep_for(50ms);
+        stop.request_stop();
+    });
+    const auto start = std::chrono::steady_clock::now();
+    EXPECT_FALSE(reader.read(asked.request, settings()));
+    EXPECT_LT(std::chrono::steady_clock::now() - start, 30s); // its own patience is twice that
+    EXPECT_EQ(firstLine(reader, "lu"), "lu");
+    EXPECT_EQ(reader.process(), process);
 }
 
 TEST(RemoteReader, AServiceThatDiesIsStartedAgain) {

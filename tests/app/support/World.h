@@ -29,7 +29,7 @@ public:
     std::expected<Reading, SummarizerError> read(const ReadRequest& request,
                                                  const SummarizerSettings&) override {
         ++count;
-        while (isHeld)
+        while (isHeld && !request.stop.stop_requested())
             std::this_thread::sleep_for(std::chrono::milliseconds(1));
         const std::string content = contentOf(request.path);
         if (content.starts_with("illisible"))
@@ -47,12 +47,15 @@ public:
     std::atomic<bool> isHeld = false;
 };
 
-/// The real disk, which may refuse attributes.
+/// The real disk, which may refuse attributes, or not answer for a while.
 class PickyDisk final : public Disk {
 public:
     std::atomic<bool> refusesAttributes = false;
+    std::atomic<bool> hangs = false;
 
     std::expected<FileStatus, int> status(const std::filesystem::path& path) override {
+        while (hangs)
+            std::this_thread::sleep_for(std::chrono::milliseconds(1));
         return m_disk.status(path);
     }
     bool inventsInodes(const std::filesystem::path& folder) override { return m_disk.inventsInodes(folder); }
@@ -118,6 +121,7 @@ public:
     World(const World&) = delete;
     ~World() {
         reading->isHeld = false;
+        disk.hangs = false;
         model.reset();
     }
 
@@ -139,6 +143,8 @@ public:
                                    .locale = Locale("fr_FR"),
                                    .stabilizer = stabilizer,
                                    .rescanInterval = std::chrono::milliseconds(100),
+                                   .silenceLimit = silenceLimit,
+                                   .finishPatience = finishPatience,
                                    .disk = disk,
                                    .clock = clock});
         QObject::connect(model.get(), &AppModel::lastErrorChanged, model.get(), [this] {
@@ -206,6 +212,8 @@ public:
     FileStabilizer stabilizer{.quietPeriod = std::chrono::milliseconds(30),
                               .pollInterval = std::chrono::milliseconds(10),
                               .timeout = std::chrono::milliseconds(500)};
+    std::chrono::milliseconds silenceLimit = std::chrono::seconds(20);
+    std::chrono::milliseconds finishPatience = std::chrono::seconds(5);
     std::unique_ptr<Store> store;
     std::unique_ptr<AppModel> model;
     std::vector<std::string> errors; // what the user was told, in order

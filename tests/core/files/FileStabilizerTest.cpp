@@ -14,7 +14,7 @@ using End = FileStabilizer::End;
 /// Time passes in sleep alone, and nothing sleeps too long.
 class SteppingClock final : public Clock {
 public:
-    [[nodiscard]] Instant now() const override { return referenceDate; }
+    [[nodiscard]] Instant now() const override { return wallTime; }
     [[nodiscard]] std::chrono::nanoseconds sinceBoot() const override { return time; }
     [[nodiscard]] bool sleepUntil(std::chrono::nanoseconds until,
                                   const std::stop_token& stop) const override {
@@ -23,6 +23,7 @@ public:
             passed();
         return !stop.stop_requested();
     }
+    Instant wallTime = referenceDate;
     mutable std::chrono::nanoseconds time = 1h;
     std::function<void()> passed;
 };
@@ -38,10 +39,18 @@ void PrintTo(const Settled& settled, std::ostream* stream) {
 }
 
 constexpr const char* path = "/d/a.odt";
+constexpr const char* lockPath = "/d/.~lock.a.odt#";
+
+/// As the application waits, beside an office program that runs.
+FileStabilizer besideOffice() {
+    FileStabilizer stabilizer;
+    stabilizer.officeProgramRuns = [] { return true; };
+    return stabilizer;
+}
 
 /// `script` plays the other program: it is called after each sleep with the time since the start.
 Settled settle(FakeDisk& disk, const std::function<void(milliseconds)>& script,
-               const FileStabilizer& stabilizer = {},
+               const FileStabilizer& stabilizer = besideOffice(),
                std::optional<FileStabilizer::Look> earlier = std::nullopt) {
     SteppingClock clock;
     const auto start = clock.time;
@@ -66,7 +75,7 @@ TEST(FileStabilizer, WaitsAsLongAsItMustAndNoLonger) {
         Script script;
         Settled expected;
         std::string content = "text";
-        FileStabilizer stabilizer = {};
+        FileStabilizer stabilizer = besideOffice();
     };
     for (const Row& row : std::vector<Row>{
              {"complete when it appeared", {}, {End::stable, 2000ms}},
@@ -105,14 +114,20 @@ TEST(FileStabilizer, WaitsAsLongAsItMustAndNoLonger) {
                       disk.add("/stop", "");
               },
               {End::cancelled, 500ms}},
-             {"open in an office program for a while",
+             {"open in an office program",
               [](milliseconds at, FakeDisk& disk) {
                   if (at == 1000ms)
-                      disk.add("/d/.~lock.a.odt#", "");
-                  if (at == 5000ms)
-                      disk.files.erase("/d/.~lock.a.odt#");
+                      disk.add(lockPath, "");
               },
-              {End::stable, 6500ms}},
+              {End::held, 2000ms}},
+             {"closed there in time",
+              [](milliseconds at, FakeDisk& disk) {
+                  if (at == 500ms)
+                      disk.add(lockPath, "");
+                  if (at == 1500ms)
+                      disk.files.erase(lockPath);
+              },
+              {End::stable, 2000ms}},
          }) {
         SCOPED_TRACE(row.what);
         FakeDisk disk;
@@ -141,13 +156,39 @@ TEST(FileStabilizer, NeedNotWaitForWhatStoodStillBefore) {
     const FileStatus& status = disk.files[path]->status;
     const FileState state{status.size, status.modified};
     const auto after = [&](milliseconds ago, FileState seen) {
-        return settle(disk, {}, {}, FileStabilizer::Look{seen, 1h - ago});
+        return settle(disk, {}, besideOffice(), FileStabilizer::Look{seen, 1h - ago});
     };
     EXPECT_EQ(after(2000ms, state), (Settled{End::stable, 0ms}));
     EXPECT_EQ(after(1200ms, state), (Settled{End::stable, 1000ms}));
     EXPECT_EQ(after(9000ms, {1, status.modified}), (Settled{End::stable, 2000ms}));
-    disk.add("/d/.~lock.a.odt#", "");
-    EXPECT_EQ(after(9000ms, state), (Settled{End::restless, 120000ms}));
+    disk.add(lockPath, "");
+    EXPECT_EQ(after(9000ms, state), (Settled{End::held, 0ms}));
+}
+
+TEST(OfficeLock, SaysNothingOnceItsProgramIsGone) {
+    struct Row {
+        const char* what;
+        bool programRuns;
+        std::chrono::seconds age;
+        std::chrono::seconds sinceBoot;
+        bool isHeld;
+    };
+    for (const Row& row : std::vector<Row>{{"held", true, 2h, 3h, true},
+                                           {"by a clock that goes ahead", true, -1min, 3h, true},
+                                           {"no such program runs", false, 2h, 3h, false},
+                                           {"the machine was started since", true, 3h, 2h, false},
+                                           {"for more than a day", true, 25h, 100h, false}}) {
+        SCOPED_TRACE(row.what);
+        FakeDisk disk;
+        disk.add(lockPath, "");
+        SteppingClock clock;
+        clock.time = row.sinceBoot;
+        clock.wallTime =
+            Instant(std::chrono::seconds(disk.files[lockPath]->status.modified.seconds)) + row.age;
+        const OfficeLock lock(path, row.programRuns ? +[] { return true; } : +[] { return false; });
+        EXPECT_EQ(lock.isHeld(disk, clock), row.isHeld);
+        EXPECT_FALSE(OfficeLock("/d/b.odt", [] { return true; }).isHeld(disk, clock));
+    }
 }
 
 } // namespace

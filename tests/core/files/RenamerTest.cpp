@@ -31,7 +31,7 @@ TEST(Renamer, RenamesMarksAndUndoes) {
     write(result->to, "cat, written to since");
     const auto undone = UndoService().undo(result->to, marker->originalName, result->identity);
     ASSERT_TRUE(undone) << undone.error().message();
-    EXPECT_EQ(*undone, path);
+    EXPECT_EQ(undone->to, path);
     EXPECT_EQ(ProcessedMarker::read(path)->state, State::undone);
     EXPECT_EQ(namesIn(folder.path()), (std::set<std::string>{"IMG_0042.HEIC"}));
 }
@@ -92,7 +92,7 @@ TEST(Renamer, UndoTakesTheNameAsItStands) {
         EXPECT_EQ(UndoService().undo(path, name, {}).error(), Case::invalidName) << name;
     EXPECT_EQ(UndoService().undo(folder / "none", "b", {}).error(), Case::sourceMissing);
     EXPECT_EQ(UndoService().undo(path, std::string(300, 'a'), {}).error(), RenameError::system(ENAMETOOLONG));
-    EXPECT_EQ(UndoService().undo(path, " :*?\n.", {}), folder / " :*?\n.");
+    EXPECT_EQ(UndoService().undo(path, " :*?\n.", {})->to, folder / " :*?\n.");
 }
 
 TEST(Renamer, PermissionsOfOrdinaryPeople) {
@@ -131,7 +131,7 @@ TEST(Renamer, WorksOnDisksOfOtherKinds) {
         ASSERT_TRUE(result) << result.error().message();
         EXPECT_EQ(result->marked, marks);
         EXPECT_EQ(namesIn(*mount.path), (std::set<std::string>{"Facture.pdf", "Facture 2.pdf"}));
-        EXPECT_EQ(UndoService().undo(result->to, "a.pdf", result->identity), path);
+        EXPECT_EQ(UndoService().undo(result->to, "a.pdf", result->identity)->to, path);
         EXPECT_EQ(contentOf(*mount.path / "Facture.pdf") + contentOf(path), "12");
         EXPECT_EQ(namesIn(*mount.path).size(), 2);
     }
@@ -181,6 +181,7 @@ TEST(RenamerFaults, EachCallFailsOnceAndNothingIsLost) {
                     EXPECT_FALSE(disk.files.contains("/d/a.pdf"));
                     ASSERT_TRUE(disk.files.contains(result->to));
                     EXPECT_EQ(disk.files[result->to]->content, "mine");
+                    EXPECT_EQ(result->leftover == Leftover::hiddenName, disk.files.size() == 3);
                     continue;
                 }
                 EXPECT_NE(result.error().value(), Case::unchanged);

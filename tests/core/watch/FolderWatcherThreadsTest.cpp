@@ -1,5 +1,6 @@
 #include "core/support/Clock.h"
 #include "core/support/UniqueFd.h"
+#include "tests/core/watch/ShortQueue.h"
 #include "tests/core/watch/WatchedFolder.h"
 
 #include <fcntl.h>
@@ -258,25 +259,6 @@ TEST(FolderWatcherThreads, RescansWhatMakesNoEvents) {
     EXPECT_THAT(watched.now(), ElementsAre("new.pdf"));
     EXPECT_EQ(watched.reports.ends(), 0);
 }
-
-/// The longest queue that the system keeps for those who listen from now on, put back at the end.
-class ShortQueue {
-public:
-    ShortQueue() {
-        std::ifstream(place) >> m_before;
-        isShort = !m_before.empty() && set("16");
-    }
-    ShortQueue(const ShortQueue&) = delete;
-    ~ShortQueue() { set(m_before); }
-    bool isShort = false;
-
-private:
-    static constexpr const char* place = "/proc/sys/fs/inotify/max_queued_events";
-    static bool set(const std::string& value) {
-        return static_cast<bool>(std::ofstream(place) << value << std::flush);
-    }
-    std::string m_before;
-};
 
 TEST(FolderWatcherThreads, LosesNothingInAFlood) {
     constexpr int count = 10'000;

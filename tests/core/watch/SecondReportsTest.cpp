@@ -95,6 +95,25 @@ TEST(SecondReports, KnowWhatWasClosedBeforeTheNews) {
     }
 }
 
+TEST(SecondReports, WaitForAnOfficeProgramAsLongAsItTakes) {
+    const TestFolder folder;
+    write(folder / "a.odt", "x");
+    SecondReports reports(folder.path(), [] { return true; });
+    for (int round = 0; round < 2 * SecondReports::vainLimit; ++round) {
+        SCOPED_TRACE(round);
+        const auto lock = write(folder / ".~lock.a.odt#", "");
+        ASSERT_TRUE(reports.fruitless("a.odt", Fruitless::held, stateOf(folder / "a.odt")));
+        EXPECT_FALSE(reports.takeNews());
+        reports.closed("a.odt");
+        reports.rescan();
+        reports.rescan();
+        EXPECT_FALSE(reports.take("a.odt"));
+        std::filesystem::remove(lock);
+        EXPECT_TRUE(reports.take("a.odt"));
+        EXPECT_FALSE(reports.take("a.odt"));
+    }
+}
+
 TEST(SecondReports, GiveUpAfterFiveInVain) {
     const TestFolder folder;
     write(folder / "a.pdf", "x");

@@ -1,0 +1,26 @@
+#pragma once
+#include <fstream>
+#include <string>
+
+namespace vesto {
+
+/// The longest queue that the system keeps for those who listen from now on, put back at the end.
+class ShortQueue {
+public:
+    ShortQueue() {
+        std::ifstream(place) >> m_before;
+        isShort = !m_before.empty() && set("16");
+    }
+    ShortQueue(const ShortQueue&) = delete;
+    ~ShortQueue() { set(m_before); }
+    bool isShort = false;
+
+private:
+    static constexpr const char* place = "/proc/sys/fs/inotify/max_queued_events";
+    static bool set(const std::string& value) {
+        return static_cast<bool>(std::ofstream(place) << value << std::flush);
+    }
+    std::string m_before;
+};
+
+} // namespace vesto
