@@ -2,6 +2,7 @@
 
 #include "app/model/Applier.h"
 #include "app/model/BatchDesk.h"
+#include "app/model/FileTasks.h"
 #include "app/model/FolderSet.h"
 #include "app/model/JobLoop.h"
 #include "app/model/ModelContext.h"
@@ -276,6 +277,40 @@ void AppModel::undoBatch(std::string_view batchID, const Done& done) {
 
 void AppModel::closeBatch() {
     m_parts->batches.close();
+}
+
+// ---- What a window wants to know of a folder ----
+
+std::optional<std::string> AppModel::baseNameFor(std::string_view title, const Proposal& proposal) const {
+    return m_parts->context.pipeline().baseNameForUserTitle(title, proposal);
+}
+
+void AppModel::lookUpNames(std::vector<WantedName> wanted,
+                           std::function<void(const std::vector<std::string>&)> done) {
+    auto& context = m_parts->context;
+    context.onFiles(
+        [wanted = std::move(wanted), &disk = context.given().disk] {
+            std::vector<std::string> names;
+            names.reserve(wanted.size());
+            for (const WantedName& each : wanted)
+                names.push_back(FileTasks::freeName(each.file, each.baseName, each.policy, disk));
+            return names;
+        },
+        std::move(done));
+}
+
+void AppModel::lookUpFiles(std::vector<std::filesystem::path> files,
+                           std::function<void(const std::vector<bool>&)> done) {
+    auto& context = m_parts->context;
+    context.onFiles(
+        [files = std::move(files), &disk = context.given().disk] {
+            std::vector<bool> there;
+            there.reserve(files.size());
+            for (const std::filesystem::path& file : files)
+                there.push_back(disk.status(file).has_value());
+            return there;
+        },
+        std::move(done));
 }
 
 // ---- The rest ----

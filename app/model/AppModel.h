@@ -172,6 +172,24 @@ public:
     void undoBatch(std::string_view batchID, const Done& done = {});
     void closeBatch();
 
+    // ---- What a window wants to know of a folder, looked up without making it wait ----
+
+    /// A file that is to be named.
+    struct WantedName {
+        std::filesystem::path file;
+        std::string baseName;
+        NamingPolicy policy{};
+    };
+    /// The base name for a title that the user wrote; nothing where it cleans to nothing.
+    [[nodiscard]] std::optional<std::string> baseNameFor(std::string_view title,
+                                                         const Proposal& proposal) const;
+    /// The names that those files would get now, with the numbers of names that are taken.
+    void lookUpNames(std::vector<WantedName> wanted,
+                     std::function<void(const std::vector<std::string>&)> done);
+    /// Which of those files are there.
+    void lookUpFiles(std::vector<std::filesystem::path> files,
+                     std::function<void(const std::vector<bool>&)> done);
+
     // ---- The rest ----
 
     void refreshModelStatus();

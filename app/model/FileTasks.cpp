@@ -87,6 +87,24 @@ void lookAt(std::vector<EarlyLook>& files, Disk& disk, const Clock& clock) {
             file.look = FileStabilizer::Look{*identity->state, clock.sinceBoot()};
 }
 
+std::string freeName(const std::filesystem::path& path, std::string_view baseName, const NamingPolicy& policy,
+                     Disk& disk) {
+    constexpr std::int64_t mostTries = 99; // as many as the rename makes
+    const std::string_view current = lastComponentOf(path);
+    const std::string base = NamingPolicy::sanitizeFileName(baseName);
+    std::string name = policy.fileName(base, extensionOf(current));
+    const std::string plain = name;
+    for (std::int64_t number = 2; number <= mostTries + 1; ++number) {
+        if (isSameName(name, current))
+            return name;
+        const auto found = disk.status(siblingOf(path, name));
+        if (!found)
+            return name; // free, or nobody can tell
+        name = policy.fileName(base, extensionOf(current), number);
+    }
+    return plain;
+}
+
 Marked mark(const std::filesystem::path& path, const FileIdentity& expected, State state, Disk& disk,
             const Clock& clock) {
     auto current = FileIdentity::of(path, disk);

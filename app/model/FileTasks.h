@@ -6,6 +6,7 @@
 #include "core/files/FileStabilizer.h"
 #include "core/files/ProcessedMarker.h"
 #include "core/files/RenameError.h"
+#include "core/naming/NamingPolicy.h"
 #include "core/support/Clock.h"
 
 #include <cstddef>
@@ -52,6 +53,11 @@ struct Marked {
 /// Marks the file unless another one has taken its place.
 [[nodiscard]] Marked mark(const std::filesystem::path& path, const FileIdentity& expected,
                           ProcessedMarker::State state, Disk& disk, const Clock& clock);
+
+/// The name that a rename would give the file now, with a number where the plain one is taken. Nothing is
+/// held: it may be taken by the time of the rename.
+[[nodiscard]] std::string freeName(const std::filesystem::path& path, std::string_view baseName,
+                                   const NamingPolicy& policy, Disk& disk);
 
 struct Restored {
     std::filesystem::path path;

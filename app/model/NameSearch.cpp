@@ -240,4 +240,36 @@ std::vector<RenameRecord> find(Work& work, std::string_view word, std::string_vi
     return Search(work, word, languageCode, limit, after).run();
 }
 
+Count count(Work& work, std::string_view word, std::string_view languageCode, std::int64_t after) {
+    constexpr std::size_t mostCandidates = 1'000;
+    const unicode::CaselessSearch search(word, languageCode);
+    const std::string key = unicode::CaselessSearch::keyOf(word);
+    Count counted{.matches = 0, .upTo = after};
+    std::size_t looked = 0;
+    const auto look = [&](Query rows) {
+        while (rows.next()) {
+            ++looked;
+            if (search.matches(rows.bytes(0)) || search.matches(rows.bytes(1)))
+                ++counted.matches;
+        }
+    };
+    Query blocks(work, "SELECT last, keys FROM NameBlock WHERE last > ? ORDER BY last", after);
+    while (looked < mostCandidates) {
+        if (!blocks.next()) {
+            look(
+                Query(work, "SELECT originalName, newName FROM RenameRecord WHERE number > ?", counted.upTo));
+            counted.isComplete = true;
+            break;
+        }
+        const std::int64_t last = blocks.integer(0);
+        const std::string_view keys = blocks.bytes(1);
+        if (keys.find(key) != std::string_view::npos)
+            look(Query(work,
+                       "SELECT originalName, newName FROM RenameRecord WHERE number > ? AND number <= ?",
+                       counted.upTo, last));
+        counted.upTo = last;
+    }
+    return counted;
+}
+
 } // namespace vesto::NameSearch

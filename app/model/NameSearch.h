@@ -25,4 +25,14 @@ void rowChanged(sqlite::Work& work, std::int64_t number);
                                              std::string_view languageCode, std::size_t limit,
                                              const std::optional<Store::Place>& after);
 
+/// How many rows match, counted a part at a time: rows numbered behind `after`, and how far that came.
+struct Count {
+    std::size_t matches = 0;
+    std::int64_t upTo = 0; // the number of a row
+    bool isComplete = false;
+};
+/// Looks through a thousand rows or two, or through many more where hardly any matches.
+[[nodiscard]] Count count(sqlite::Work& work, std::string_view word, std::string_view languageCode,
+                          std::int64_t after);
+
 } // namespace vesto::NameSearch

@@ -319,6 +319,18 @@ Store::Result<std::vector<RenameRecord>> Store::history(std::string_view search,
     });
 }
 
+Store::Result<Store::Tally> Store::historyCount(std::string_view search, const Tally& soFar) const {
+    return m_impl->read([&](Work& work) {
+        if (search.empty()) {
+            Query query(work, "SELECT count(*) FROM RenameRecord");
+            return Tally{query.next() ? static_cast<std::size_t>(query.integer(0)) : 0, 0, true};
+        }
+        const NameSearch::Count counted =
+            NameSearch::count(work, search, Locale::user().languageCode(), soFar.upTo);
+        return Tally{soFar.rows + counted.matches, counted.upTo, counted.isComplete};
+    });
+}
+
 Store::Result<std::vector<RenameRecord>> Store::unsettled() const {
     static const std::string select =
         selectRecords("WHERE statusRaw = 'pending' OR undoing = 1 ORDER BY number");

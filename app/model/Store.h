@@ -6,6 +6,7 @@
 #include "core/support/UserFolders.h"
 
 #include <cstddef>
+#include <cstdint>
 #include <expected>
 #include <filesystem>
 #include <memory>
@@ -59,6 +60,15 @@ public:
     /// user's language, letter case aside.
     [[nodiscard]] Result<std::vector<RenameRecord>> history(std::string_view search, std::size_t limit,
                                                             const std::optional<Place>& after = {}) const;
+    /// How many rows `history` would give in all.
+    struct Tally {
+        std::size_t rows = 0;
+        std::int64_t upTo = 0; // how far it came: the store's own
+        bool isComplete = false;
+    };
+    /// Counts on from an earlier answer, `{}` at first, for some milliseconds. What changes meanwhile
+    /// may be missed: then begin again.
+    [[nodiscard]] Result<Tally> historyCount(std::string_view search, const Tally& soFar) const;
     [[nodiscard]] Result<std::vector<RenameRecord>> unsettled() const; // pending, or with an undo under way
     [[nodiscard]] Result<std::vector<RenameRecord>> batch(std::string_view batchID) const; // newest first
     /// The newest row that is done, which `undo --last` means.

@@ -40,10 +40,11 @@ QString longDateTime(Instant date) {
            QStringLiteral(" à ") + timeOf(date);
 }
 
-QString spokenDateTime(Instant date) {
+QString spokenDateTime(Instant date, QDate today) {
     const QDateTime local = localTime(date);
-    return frenchLocale().toString(local.date(), QStringLiteral("d MMMM yyyy")) +
-           local.time().toString(QStringLiteral(" H 'h' mm"));
+    const auto day =
+        local.date().year() == today.year() ? QStringLiteral("d MMMM") : QStringLiteral("d MMMM yyyy");
+    return frenchLocale().toString(local.date(), day) + local.time().toString(QStringLiteral(" H 'h' mm"));
 }
 
 QString shortDateTime(Instant date, QDate today) {

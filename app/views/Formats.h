@@ -11,13 +11,15 @@ namespace vesto {
 
 [[nodiscard]] const QLocale& frenchLocale();
 
-[[nodiscard]] QString number(std::size_t value);    // "1 234", with narrow spaces
-[[nodiscard]] QString percentage(double share);     // "87 %"
-[[nodiscard]] QString timeOf(Instant date);         // "10:42"
-[[nodiscard]] QString longDateTime(Instant date);   // "19 novembre 2026 à 21:12"
-[[nodiscard]] QString spokenDateTime(Instant date); // "19 novembre 2026 21 h 12", for screen readers
+[[nodiscard]] QString number(std::size_t value);  // "1 234", with narrow spaces
+[[nodiscard]] QString percentage(double share);   // "87 %"
+[[nodiscard]] QString timeOf(Instant date);       // "10:42"
+[[nodiscard]] QString longDateTime(Instant date); // "19 novembre 2026 à 21:12"
 
 /// As short as it can be told: "10:42", "Hier 18:20", "19 nov.", "3 nov. 2025".
 [[nodiscard]] QString shortDateTime(Instant date, QDate today = QDate::currentDate());
+
+/// For screen readers: "19 novembre 21 h 12", with the year where it is another.
+[[nodiscard]] QString spokenDateTime(Instant date, QDate today = QDate::currentDate());
 
 } // namespace vesto

@@ -12,7 +12,7 @@
 
 // The drawings stand in a static library; the linker would leave them out. The macro declares a function of
 // the global namespace.
-static void keepDrawings() {
+static void keepDrawings() { // NOLINT(misc-use-anonymous-namespace)
     Q_INIT_RESOURCE(vesto_drawings);
 }
 

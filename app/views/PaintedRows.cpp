@@ -24,10 +24,11 @@ constexpr int symbolSide = 16;
 
 PaintedRows::PaintedRows(QAbstractItemView& view)
     : QStyledItemDelegate(&view)
-    , m_view(view) {
+    , m_view(view)
+    , m_viewport(view.viewport()) {
     view.setMouseTracking(true);
-    view.viewport()->setMouseTracking(true);
-    view.viewport()->installEventFilter(this);
+    m_viewport->setMouseTracking(true);
+    m_viewport->installEventFilter(this);
     view.installEventFilter(this);
     m_since.start();
 }
@@ -72,14 +73,14 @@ void PaintedRows::hover(std::optional<QPoint> point) {
     const QModelIndex row = point ? m_view.indexAt(*point) : QModelIndex();
     const std::optional<Found> found = point ? find(*point) : std::nullopt;
     const int part = found ? found->part.id : -1;
-    const bool isOther = m_hovered != row;
-    if (!isOther && part == m_hoveredPart)
+    if (m_hovered == row && part == m_hoveredPart)
         return;
-    if (isOther)
+    // In a table the pointer may go from cell to cell.
+    if (m_hovered.sibling(m_hovered.row(), 0) != row.siblingAtColumn(0))
         m_since.start();
     m_hovered = row;
     m_hoveredPart = part;
-    m_view.viewport()->update();
+    m_viewport->update();
 }
 
 std::optional<PaintedRows::Found> PaintedRows::find(QPoint point) const {
@@ -104,7 +105,7 @@ bool PaintedRows::press(QPoint point) {
     if (found->part.isEnabled && mayClick()) {
         m_pressed = found->index;
         m_pressedPart = found->part.id;
-        m_view.viewport()->update();
+        m_viewport->update();
     }
     m_view.setFocus(Qt::MouseFocusReason);
     return true; // also where it does not count: such a click selects nothing either
@@ -115,7 +116,7 @@ bool PaintedRows::release(QPoint point) {
     const int part = m_pressedPart;
     m_pressed = QModelIndex();
     m_pressedPart = -1;
-    m_view.viewport()->update();
+    m_viewport->update();
     if (part < 0)
         return false;
     const std::optional<Found> found = find(point);
@@ -131,8 +132,8 @@ bool PaintedRows::showTip(QPoint point, QPoint global) {
     const QModelIndex index = m_view.indexAt(point);
     const QString tip = found ? found->part.text : index.data(Qt::ToolTipRole).toString();
     // A tip that looks like markup would be read as such.
-    QToolTip::showText(global, tip.isEmpty() ? tip : QLatin1String("<qt>") + tip.toHtmlEscaped(),
-                       m_view.viewport(), found ? found->part.place : m_view.visualRect(index));
+    QToolTip::showText(global, tip.isEmpty() ? tip : QLatin1String("<qt>") + tip.toHtmlEscaped(), m_viewport,
+                       found ? found->part.place : m_view.visualRect(index));
     return true;
 }
 
@@ -161,42 +162,48 @@ void PaintedRows::showMenu(const QModelIndex& index, QPoint global) {
 }
 
 bool PaintedRows::eventFilter(QObject* watched, QEvent* event) {
-    if (watched != &m_view && watched != m_view.viewport())
-        return QStyledItemDelegate::eventFilter(watched, event);
-    if (event->type() == QEvent::ContextMenu) {
-        const auto* menu = static_cast<QContextMenuEvent*>(event);
-        const bool byKey = menu->reason() == QContextMenuEvent::Keyboard;
-        const QModelIndex index = byKey ? m_view.currentIndex() : m_view.indexAt(menu->pos());
-        const QPoint corner = m_view.viewport()->mapToGlobal(m_view.visualRect(index).center());
-        showMenu(index, byKey ? corner : menu->globalPos());
-        return true;
-    }
-    if (watched != m_view.viewport())
-        return false;
-    watchModel();
+    // Anything else may come while the view is being destroyed.
     switch (event->type()) {
+    case QEvent::ContextMenu:
+        return (watched == m_viewport || watched == &m_view) &&
+               openMenu(*static_cast<QContextMenuEvent*>(event));
     case QEvent::MouseMove:
-        hover(static_cast<QMouseEvent*>(event)->position().toPoint());
-        return m_pressedPart >= 0;
-    case QEvent::Leave:
-        hover(std::nullopt);
-        return false;
     case QEvent::MouseButtonPress:
-    case QEvent::MouseButtonDblClick: {
-        const auto* mouse = static_cast<QMouseEvent*>(event);
-        return mouse->button() == Qt::LeftButton && press(mouse->position().toPoint());
-    }
-    case QEvent::MouseButtonRelease: {
-        const auto* mouse = static_cast<QMouseEvent*>(event);
-        return mouse->button() == Qt::LeftButton && release(mouse->position().toPoint());
-    }
+    case QEvent::MouseButtonDblClick:
+    case QEvent::MouseButtonRelease:
+        return watched == m_viewport && takeMouse(*static_cast<QMouseEvent*>(event));
+    case QEvent::Leave:
+        if (watched == m_viewport)
+            hover(std::nullopt);
+        return false;
     case QEvent::ToolTip: {
         const auto* help = static_cast<QHelpEvent*>(event);
-        return showTip(help->pos(), help->globalPos());
+        return watched == m_viewport && showTip(help->pos(), help->globalPos());
     }
     default: // the many events that are the view's own
-        return false;
+        return watched != m_viewport && watched != &m_view &&
+               QStyledItemDelegate::eventFilter(watched, event);
     }
+}
+
+bool PaintedRows::openMenu(const QContextMenuEvent& event) {
+    const bool byKey = event.reason() == QContextMenuEvent::Keyboard;
+    const QModelIndex index = byKey ? m_view.currentIndex() : m_view.indexAt(event.pos());
+    const QPoint middle = m_viewport->mapToGlobal(m_view.visualRect(index).center());
+    showMenu(index, byKey ? middle : event.globalPos());
+    return true;
+}
+
+bool PaintedRows::takeMouse(const QMouseEvent& event) {
+    watchModel();
+    const QPoint point = event.position().toPoint();
+    if (event.type() == QEvent::MouseMove) {
+        hover(point);
+        return m_pressedPart >= 0;
+    }
+    if (event.button() != Qt::LeftButton)
+        return false;
+    return event.type() == QEvent::MouseButtonRelease ? release(point) : press(point);
 }
 
 void PaintedRows::paintGround(QPainter& painter, const QStyleOptionViewItem& option, const QModelIndex& index,
@@ -286,12 +293,13 @@ void PaintedRows::paintLine(QPainter& painter, const QRect& place, const QString
         text);
 }
 
-QSize PaintedRows::buttonSize(const QStyleOptionViewItem& option, const QString& text) const {
+QSize PaintedRows::buttonSize(const QString& text) const {
+    const QFontMetrics metrics(m_view.font());
     QStyleOptionButton button;
     button.initFrom(&m_view);
     button.text = text;
-    button.fontMetrics = option.fontMetrics;
-    const QSize content(option.fontMetrics.horizontalAdvance(text), option.fontMetrics.height());
+    button.fontMetrics = metrics;
+    const QSize content(metrics.horizontalAdvance(text), metrics.height());
     return m_view.style()->sizeFromContents(QStyle::CT_PushButton, &button, content, &m_view);
 }
 

@@ -13,7 +13,8 @@
 #include <vector>
 
 class QAbstractItemView;
-class QMenu;
+class QContextMenuEvent;
+class QMouseEvent;
 
 namespace vesto {
 
@@ -81,7 +82,7 @@ protected:
     static void paintLine(QPainter& painter, const QRect& place, const QString& text, const QFont& font,
                           const QColor& colour, Qt::Alignment alignment = Qt::AlignLeft);
 
-    [[nodiscard]] QSize buttonSize(const QStyleOptionViewItem& option, const QString& text) const;
+    [[nodiscard]] QSize buttonSize(const QString& text) const;
 
 private:
     struct Found {
@@ -98,9 +99,12 @@ private:
     bool release(QPoint point);
     bool showTip(QPoint point, QPoint global);
     void showMenu(const QModelIndex& index, QPoint global);
+    bool openMenu(const QContextMenuEvent& event);
+    bool takeMouse(const QMouseEvent& event);
     [[nodiscard]] bool mayClick() const;
 
     QAbstractItemView& m_view;
+    QWidget* m_viewport; // the view's
     QPointer<QAbstractItemModel> m_model;
     std::optional<QPoint> m_pointer; // in the viewport
     QPersistentModelIndex m_hovered;

@@ -216,10 +216,15 @@ TEST(Store, SearchesAsThePlainComparisonDoes) {
             }
             ASSERT_EQ(found.size(), expected.size());
             EXPECT_TRUE(found == expected);
+            Store::Tally tally = store.historyCount(word, {}).value();
+            while (!tally.isComplete)
+                tally = store.historyCount(word, tally).value();
+            EXPECT_EQ(tally.rows, expected.size());
         }
     }
     ::unsetenv("LC_ALL");
     EXPECT_EQ(newNames(store.history("zanzibar", 100'000)).size() > 10, true);
+    EXPECT_EQ(store.historyCount("", {}).value().rows, rows.size());
 }
 
 TEST(Store, NeverTakesADamagedFileForAnEmptyOne) {

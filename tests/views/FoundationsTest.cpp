@@ -108,7 +108,8 @@ TEST(Words, NumbersAndDatesAreFrench) {
     EXPECT_EQ(utf8(shortDateTime(at(today.addDays(-1), evening), today)), "Hier 18:20");
     EXPECT_EQ(utf8(shortDateTime(at(QDate(2026, 11, 19), evening), today)), "19 nov.");
     EXPECT_EQ(utf8(shortDateTime(at(QDate(2025, 11, 3), evening), today)), "3 nov. 2025");
-    EXPECT_EQ(utf8(spokenDateTime(at(today, QTime(9, 5)))), "21 novembre 2026 9 h 05");
+    EXPECT_EQ(utf8(spokenDateTime(at(today, QTime(9, 5)), today)), "21 novembre 9 h 05");
+    EXPECT_EQ(utf8(spokenDateTime(at(today, evening), QDate(2027, 1, 1))), "21 novembre 2026 18 h 20");
     EXPECT_EQ(utf8(longDateTime(at(today, QTime(9, 5)))), "21 novembre 2026 à 09:05");
 }
 

@@ -1,0 +1,130 @@
+#pragma once
+#include "app/model/Settings.h"
+#include "app/views/NameRows.h"
+#include "app/views/PendingModel.h"
+#include "app/views/RecordModel.h"
+
+#include <QFrame>
+#include <QRect>
+#include <QString>
+#include <functional>
+#include <set>
+#include <string>
+#include <string_view>
+
+class QListView;
+class QScrollArea;
+
+namespace vesto {
+
+class Announcer;
+class AppModel;
+class BatchButton;
+class ErrorStrip;
+class PanelEmptyState;
+class PanelFooter;
+class SectionHeader;
+class Shell;
+class SimpleModeLine;
+class StatusLine;
+class TitleEditor;
+
+/// What waits for the user and what was renamed last: the daily surface. The same whether it stands in a
+/// popup or in a window (`PanelWindow`). Model, settings and shell outlive it.
+class MenuPanel final : public QFrame {
+    Q_OBJECT
+public:
+    static constexpr std::size_t mostRecent = 5;
+
+    MenuPanel(AppModel& model, const Settings& settings, Shell& shell, QWidget* parent = nullptr);
+
+    /// With its title in its editor; nothing where it no longer waits.
+    void edit(std::string_view proposalID);
+
+    /// When it is shown: reads anew what changes with time, and gives the focus to what is there to do.
+    void refresh();
+    void focusFirst();
+
+    /// The size at which nothing needs to be scrolled.
+    [[nodiscard]] QSize sizeHint() const override;
+    [[nodiscard]] QSize minimumSizeHint() const override;
+
+    /// Leaves what Escape leaves: an editor or a question. False where there is neither.
+    bool leave();
+
+    // For who drives it.
+    [[nodiscard]] QListView& pendingList() const { return *m_pendingList; }
+    [[nodiscard]] QListView& recentList() const { return *m_recentList; }
+    [[nodiscard]] TitleEditor* editor() const { return m_editor; }
+    [[nodiscard]] SectionHeader& pendingHeader() const { return *m_pendingHeader; }
+    [[nodiscard]] PanelFooter& footer() const { return *m_footer; }
+
+Q_SIGNALS:
+    /// Its contents take another height.
+    void contentsResized();
+    /// Why a proposal has its confidence; `mark` is where that stands, in the list.
+    void evidenceAsked(const vesto::PendingProposal& pending, const QRect& mark);
+
+protected:
+    void changeEvent(QEvent* event) override;
+    bool eventFilter(QObject* watched, QEvent* event) override;
+
+private:
+    void build();
+    void buildLists();
+    void bindKeys();
+    void bindLists();
+    void orderFocus();
+
+    void showState();
+    void fitLists();
+    /// What is hovered or edited stays where it is while rows arrive above it.
+    void keepPlace(int heightAbove);
+
+    void trigger(const QModelIndex& index, int part);
+    void accept(const QModelIndex& index);
+    void ignore(const QModelIndex& index);
+    void undo();
+    void undo(const std::string& recordID);
+    void reveal(const QModelIndex& index);
+    void revealCurrent();
+    void showEvidence(const QModelIndex& index);
+    void renameEdited();
+    void dropEditor();
+    void closeEditor();
+    [[nodiscard]] QRect markOf(const QModelIndex& index) const;
+
+    bool pressKey(QListView& list, const QKeyEvent& key);
+    bool crossTo(QListView& list, int row);
+    void takeFocus(QListView& list, Qt::FocusReason reason);
+
+    AppModel& m_model;
+    const Settings& m_settings;
+    Shell& m_shell;
+    PendingModel m_pending;
+    RecordModel m_recent;
+
+    ErrorStrip* m_errors = nullptr;
+    StatusLine* m_status = nullptr;
+    QScrollArea* m_scroll = nullptr;
+    QWidget* m_body = nullptr;
+    SectionHeader* m_pendingHeader = nullptr;
+    QListView* m_pendingList = nullptr;
+    PendingRows* m_pendingRows = nullptr;
+    BatchButton* m_batch = nullptr;
+    SectionHeader* m_recentHeader = nullptr;
+    QListView* m_recentList = nullptr;
+    RecentRows* m_recentRows = nullptr;
+    PanelEmptyState* m_empty = nullptr;
+    SimpleModeLine* m_simple = nullptr;
+    PanelFooter* m_footer = nullptr;
+    Announcer* m_announcer = nullptr;
+
+    TitleEditor* m_editor = nullptr; // owned by the list
+    QString m_edited;                // the proposal's id
+    QString m_draftID;               // of a title that was begun and left
+    QString m_draft;
+    std::set<std::string, std::less<>> m_undoing; // ids of rows whose files are on their way back
+};
+
+} // namespace vesto

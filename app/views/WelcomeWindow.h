@@ -1,0 +1,55 @@
+#pragma once
+#include <QWidget>
+#include <filesystem>
+#include <string>
+
+class QLabel;
+class QPushButton;
+
+namespace vesto {
+
+class AppModel;
+class Settings;
+class Shell;
+
+/// Explains Vesto once and lets the user choose a first folder; shown until it was finished.
+class WelcomeWindow final : public QWidget {
+    Q_OBJECT
+public:
+    WelcomeWindow(AppModel& model, const Settings& settings, Shell& shell);
+
+    [[nodiscard]] QPushButton* desktopButton() const { return m_desktop; }
+    [[nodiscard]] QPushButton* downloadsButton() const { return m_downloads; }
+    [[nodiscard]] QPushButton* finishButton() const { return m_finish; }
+
+Q_SIGNALS:
+    /// The user has finished it: it will not be shown again.
+    void finished();
+
+protected:
+    void changeEvent(QEvent* event) override;
+    void keyPressEvent(QKeyEvent* event) override;
+
+private:
+    QWidget* buildHeading();
+    QWidget* buildLines();
+    QWidget* buildExamples();
+    QWidget* buildChoice();
+    QWidget* buildFooter();
+    void choose(const QString& start);
+    void showAdded(const std::string& folderID);
+    void finish();
+    void dress();
+
+    AppModel& m_model;
+    const Settings& m_settings;
+    Shell& m_shell;
+    QLabel* m_heading = nullptr;
+    QPushButton* m_desktop = nullptr;
+    QPushButton* m_downloads = nullptr;
+    QLabel* m_addedIcon = nullptr;
+    QLabel* m_added = nullptr;
+    QPushButton* m_finish = nullptr;
+};
+
+} // namespace vesto
