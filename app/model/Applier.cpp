@@ -17,8 +17,12 @@ constexpr std::int64_t maxAttempts = 99; // names that are tried
 
 /// The volume's name where it outlives a restart, as that of a device without a UUID does not.
 std::optional<std::string> lastingVolumeOf(const FileIdentity& file, Disk& disk) {
-    auto volume = file.volume ? file.volume : disk.volumeName(file.device);
-    return volume && volume->find(":/dev/") == std::string::npos ? std::move(volume) : file.volume;
+    if (file.volume)
+        return file.volume;
+    auto volume = disk.volumeName(file.device);
+    if (volume && volume->find(":/dev/") != std::string::npos)
+        volume.reset();
+    return volume;
 }
 
 /// By its volume the next start knows whether the disk is there, should it have to settle the row.

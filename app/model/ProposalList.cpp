@@ -57,7 +57,7 @@ void ProposalList::finishRestore(std::vector<PendingProposal> stored, const std:
     Q_EMIT m_context.face().pendingChanged();
 }
 
-void ProposalList::add(PendingProposal pending) {
+void ProposalList::add(const PendingProposal& pending) {
     m_context.ledger().save(pending);
     m_pending.insert(m_pending.begin(), pending);
     m_context.given().notifier.notifyProposal(pending);
