@@ -3,34 +3,11 @@
 #include "cli/Messages.h"
 #include "core/support/Clock.h"
 #include "core/support/Text.h"
-#include "services/client/RemoteLanguageModel.h"
 
 #include <ostream>
 #include <utility>
 
 namespace vesto::cli {
-
-std::string_view wordsOf(ModelObstacle obstacle) {
-    switch (obstacle) {
-    case ModelObstacle::none:
-        break;
-    case ModelObstacle::noFile:
-        return text("le fichier ne peut pas être lu. Vérifiez ses droits d'accès.");
-    case ModelObstacle::refused:
-        return text("le moteur ne prend pas ce fichier : il est tronqué, ou d'un genre inconnu. "
-                    "Téléchargez-le de nouveau, ou prenez un autre modèle.");
-    case ModelObstacle::memory:
-        return text("il n'y a pas assez de mémoire libre pour ce modèle. Fermez des programmes, ou prenez un "
-                    "modèle plus petit.");
-    case ModelObstacle::noEngine:
-        return text("cette version de Vesto n'a pas de moteur pour les modèles.");
-    case ModelObstacle::noJail:
-        return text("ce système ne permet pas d'isoler le moteur du modèle.");
-    case ModelObstacle::dies:
-        return text("le moteur s'arrête sans cesse avec ce modèle. Prenez un autre modèle.");
-    }
-    return {};
-}
 
 namespace {
 
@@ -42,27 +19,6 @@ bool mayServe(LanguageModel& model) {
 }
 
 } // namespace
-
-LocalModel openModel(const std::filesystem::path& file, bool isEnabled) {
-    const auto model = std::make_shared<RemoteLanguageModel>(
-        RemoteLanguageModel::Settings{.model = file, .enabled = isEnabled});
-    return {.model = model,
-            .settle = [model](std::chrono::milliseconds longest) { model->settle(longest); },
-            .facts =
-                [model] {
-                    const RemoteLanguageModel::Facts facts = model->facts();
-                    return LocalModel::Facts{.name = facts.name,
-                                             .architecture = facts.architecture,
-                                             .parameters = facts.parameters,
-                                             .lastTokens = facts.lastTokens,
-                                             .obstacle = wordsOf(facts.obstacle)};
-                }};
-}
-
-LocalModel openUsedModel(const ModelFolder& models) {
-    const auto used = models.used();
-    return used ? openModel(models.pathOf(*used), models.isEnabled()) : LocalModel{};
-}
 
 ModelSession::ModelSession(const Options& options, LocalModel local, std::ostream& err, Wait wait,
                            std::chrono::nanoseconds timeout)

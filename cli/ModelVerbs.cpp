@@ -6,6 +6,7 @@
 #include "cli/Verbs.h"
 #include "core/naming/NamingPipeline.h"
 #include "core/support/Text.h"
+#include "services/client/ModelNotes.h"
 
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>
@@ -87,8 +88,17 @@ ContentSummary trialSummary() {
             .period = DocumentPeriodExtractor::Period{.month = 10, .year = 2026}};
 }
 
-void show(const ModelFolder::Model& model, bool isSpeech, bool isUsed, const Options& options,
-          std::ostream& out) {
+/// How long a title takes here, as it was measured; 0 where it was not.
+Seconds secondsPerTitle(const ModelFolder& models, const ModelFolder::Model& model) {
+    const auto file = openModelFile(models.pathOf(model));
+    const auto note =
+        file ? ModelNotes(models.notesPath()).of(model.name, file->identity) : std::optional<ModelNote>();
+    return note ? note->perTitle : Seconds(0);
+}
+
+void show(const ModelFolder& models, const ModelFolder::Model& model, bool isSpeech, bool isUsed,
+          const Options& options, std::ostream& out) {
+    const Seconds perTitle = isSpeech ? Seconds(0) : secondsPerTitle(models, model);
     if (options.json) {
         Json record;
         record["name"] = model.name;
@@ -96,12 +106,16 @@ void show(const ModelFolder::Model& model, bool isSpeech, bool isUsed, const Opt
         record["link"] = model.isLink;
         record["used"] = isUsed;
         record["kind"] = isSpeech ? "speech" : "language";
+        if (perTitle.count() > 0)
+            record["secondsPerTitle"] = perTitle.count();
         out << writeJson(record) << '\n';
         return;
     }
     out << printable(model.name) << ", " << sizeWords(model.bytes);
     if (model.isLink)
         out << text(model.bytes == 0 ? ", lien rompu" : ", lien");
+    if (perTitle.count() > 0)
+        out << ", " << secondsWords(perTitle) << ' ' << text("par titre");
     if (isUsed)
         out << (isSpeech ? text(" : transcrit la parole") : text(" : c'est lui qui sert"));
     out << '\n';
@@ -112,9 +126,9 @@ ExitStatus list(const ModelFolder& models, const Options& options, std::ostream&
     const auto used = models.used();
     const auto speech = models.speech();
     for (const ModelFolder::Model& model : all)
-        show(model, false, models.isEnabled() && used == model, options, out);
+        show(models, model, false, models.isEnabled() && used == model, options, out);
     if (speech)
-        show(*speech, true, speech->bytes > 0, options, out);
+        show(models, *speech, true, speech->bytes > 0, options, out);
     if (options.json)
         return ExitStatus::done;
     if (all.empty() && !speech)
@@ -126,14 +140,14 @@ ExitStatus list(const ModelFolder& models, const Options& options, std::ostream&
     return ExitStatus::done;
 }
 
-/// Whether the model in this file gives a title here; says how long that takes.
-bool tryModel(const std::filesystem::path& file, const std::string& name, const Options& options,
-              std::ostream& out, std::ostream& err) {
+/// What is to be noted of the model in this file, if it gives a title here; says how long that takes.
+std::optional<ModelNote> tryModel(const std::filesystem::path& file, const std::string& name,
+                                  const Options& options, std::ostream& out, std::ostream& err) {
     ModelSession session(options, openModel(file), err, ModelSession::Wait{}, trialTimeout);
     const auto generator = session.generator();
     if (!generator) {
         refuse(err, name, session.unavailableBecause());
-        return false;
+        return std::nullopt;
     }
     Witness witness(generator);
     const auto title = witness.title(trialSummary(), {});
@@ -141,17 +155,23 @@ bool tryModel(const std::filesystem::path& file, const std::string& name, const 
         refuse(err, name, reasonOf(title.error()));
         if (options.verbose && title.error().code != Code::modelUnavailable && !title.error().message.empty())
             err << text("Le moteur dit : ") << printable(title.error().message) << '\n';
-        return false;
+        return std::nullopt;
     }
-    out << printable(name) << " : " << factsWords(session.facts()) << '\n'
-        << text("Essai : ") << printable(*title) << " (" << tokensWords(session.facts().lastTokens) << ", "
+    const LocalModel::Facts facts = session.facts();
+    out << printable(name) << " : " << factsWords(facts) << '\n'
+        << text("Essai : ") << printable(*title) << " (" << tokensWords(facts.lastTokens) << ", "
         << secondsWords(witness.time) << ")\n";
     if (witness.time > FoundationNameGenerator::defaultTimeout)
         out << text("C'est trop lent pour cet ordinateur : au-delà de 8 secondes, le titre vient des "
                     "premières "
                     "lignes. Un modèle plus petit conviendra mieux.")
             << '\n';
-    return true;
+    ModelNote note{.name = facts.name,
+                   .architecture = facts.architecture,
+                   .parameters = facts.parameters,
+                   .languages = facts.languages};
+    note.measured(witness.time);
+    return note;
 }
 
 ExitStatus add(const ModelFolder& models, const Options& options, std::ostream& out, std::ostream& err) {
@@ -160,7 +180,8 @@ ExitStatus add(const ModelFolder& models, const Options& options, std::ostream& 
     if (!name)
         return refuse(err, shownName(file), name.error().message());
     const bool isSpeech = *name == ModelFolder::speechName;
-    if (isSpeech ? !trySpeech(file, out, err) : !tryModel(file, *name, options, out, err))
+    auto note = isSpeech ? std::nullopt : tryModel(file, *name, options, out, err);
+    if (isSpeech ? !trySpeech(file, out, err) : !note)
         return ExitStatus::notAllDone;
     const bool isFirst = !models.used();
     const auto added = models.add(file, options.link ? ModelFolder::Way::link : ModelFolder::Way::copy);
@@ -170,6 +191,10 @@ ExitStatus add(const ModelFolder& models, const Options& options, std::ostream& 
     if (isSpeech) {
         out << text("La parole des enregistrements et des films est transcrite.") << '\n';
         return ExitStatus::done;
+    }
+    if (const auto copy = openModelFile(models.path() / *added)) {
+        note->identity = copy->identity;
+        ModelNotes(models.notesPath()).keep(*added, *note);
     }
     // Chosen by name, so that a later one does not take its place by the alphabet.
     if (isFirst && models.use(*added))

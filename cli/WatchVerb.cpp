@@ -1,6 +1,6 @@
+#include "app/model/CurrentModel.h"
 #include "app/model/FolderCheck.h"
 #include "app/model/Store.h"
-#include "cli/CurrentModel.h"
 #include "cli/EngineVerbs.h"
 #include "cli/FolderWords.h"
 #include "cli/Messages.h"
@@ -127,11 +127,13 @@ ExitStatus watch(const Options& options, bool offline, Streams streams) {
     if (!reading.begin(offline))
         return ExitStatus::notAllDone;
     const auto model = std::make_shared<CurrentModel>(options.locale);
-    auto engine =
-        Engine::open(*std::move(lock), {.summarizer = reading.summarizer(),
-                                        .generator = model,
-                                        .modelAvailability = [model] { return model->availability(); },
-                                        .locale = options.locale});
+    auto engine = Engine::open(*std::move(lock),
+                               {.summarizer = reading.summarizer(),
+                                .generator = model,
+                                .modelAvailability = [model] { return model->availability(); },
+                                .prepareModel = [model] { model->prepare(); },
+                                .lendModel = [model](const auto& wanted) { return model->lend(wanted); },
+                                .locale = options.locale});
     if (!engine)
         return refuse(engine.error());
     WatchLog log(options, streams.out);

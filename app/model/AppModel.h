@@ -82,6 +82,9 @@ public:
         std::shared_ptr<TitleGenerating> generator{}; // null: titles come from the first usable lines
         /// Why `generator` cannot be used now; asked on the main thread before each file. Empty: it can.
         std::function<FoundationNameGenerator::Availability()> modelAvailability{};
+        /// Lets `generator` get ready; called on the main thread when a file that may be named begins to
+        /// settle or is about to be read.
+        std::function<void()> prepareModel{};
         Locale locale = Locale::user();
         FileStabilizer stabilizer{};
         std::chrono::milliseconds rescanInterval = std::chrono::seconds(30); // and of looks for lost folders

@@ -77,6 +77,10 @@ void Commands::dispatch(const std::string& verb, const Json& order, const Reques
         undoBatch(order, request);
     else if (verb == "batch")
         batch(order, request);
+    else if (verb == lent::stateVerb)
+        m_desk.state(order, request);
+    else if (verb == lent::titleVerb)
+        m_desk.title(order, request);
     else if (const auto paused = boolMember(order, "paused"); verb == "setPaused" && paused) {
         m_model.setPaused(*paused);
         request->end(true);

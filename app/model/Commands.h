@@ -1,6 +1,7 @@
 #pragma once
 #include "app/model/AppModel.h"
 #include "app/model/CommandRequest.h"
+#include "app/model/ModelDesk.h"
 #include "core/support/Json.h"
 
 #include <functional>
@@ -21,6 +22,8 @@ namespace vesto {
 ///     undo url|id|last · undoBatch id
 ///     batch url [also…] [apply] [minConfidence]
 ///     setPaused paused · leave
+///     model url [instructions] · title url instructions prompt maxTokens      (see
+///     services/client/LentModel.h)
 ///
 /// An id may be the beginning of one, four characters at least, where no other begins so. Main thread; must
 /// not outlive the model.
@@ -30,6 +33,9 @@ public:
     Commands(AppModel& model, std::function<void()> leave)
         : m_model(model)
         , m_leave(std::move(leave)) {}
+
+    /// Lets other programs have titles from our language model.
+    void lendModel(ModelDesk::Lend lend) { m_desk.lend(std::move(lend)); }
 
     using Request = std::shared_ptr<CommandRequest>;
 
@@ -53,6 +59,7 @@ private:
 
     AppModel& m_model;
     std::function<void()> m_leave;
+    ModelDesk m_desk;
 };
 
 } // namespace vesto

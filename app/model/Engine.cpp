@@ -38,7 +38,8 @@ QCoreApplication& application() {
 class Engine::Impl {
 public:
     Impl(EngineLock taken, Store opened, Parts parts)
-        : lock(std::move(taken))
+        : lendModel(std::move(parts.lendModel))
+        , lock(std::move(taken))
         , store(std::move(opened))
         , model({.store = store,
                  .settings = settings,
@@ -46,6 +47,7 @@ public:
                  .summarizer = std::move(parts.summarizer),
                  .generator = std::move(parts.generator),
                  .modelAvailability = std::move(parts.modelAvailability),
+                 .prepareModel = std::move(parts.prepareModel),
                  .locale = std::move(parts.locale)}) {}
 
     void start(AppModel::Watching watching) {
@@ -69,6 +71,7 @@ public:
         loop.exec();
     }
 
+    ModelDesk::Lend lendModel;
     EngineLock lock;
     Store store;
     Settings settings;
@@ -123,6 +126,7 @@ Engine::WatchEnd Engine::watch(const std::vector<std::filesystem::path>& folders
         return WatchEnd::noControl;
     EngineWatch watch(m_impl->model, onEvent);
     Commands commands(m_impl->model, [&watch] { watch.stop(); });
+    commands.lendModel(m_impl->lendModel);
     const ControlServer server(
         *std::move(listener),
         Json{{"protocol", ipc::controlProtocol}, {"lock", lockToken(m_impl->lock.folder())}},

@@ -1,4 +1,5 @@
 #pragma once
+#include "app/model/ModelDesk.h"
 #include "core/extraction/Summarizer.h"
 #include "core/naming/FoundationNameGenerator.h"
 #include "core/naming/TitleGenerating.h"
@@ -24,6 +25,8 @@ public:
         Summarizer summarizer;
         std::shared_ptr<TitleGenerating> generator{};
         std::function<FoundationNameGenerator::Availability()> modelAvailability{};
+        std::function<void()> prepareModel{}; // see AppModel
+        ModelDesk::Lend lendModel{};          // to other programs, while it watches
         Locale locale = Locale::user();
     };
 

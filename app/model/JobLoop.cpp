@@ -204,6 +204,7 @@ void JobLoop::existingExamined(const FileTasks::Examination& examination) {
     }
     m_current->settled = examination.identity;
     log::write(log::Level::info, "analyse : %{private}s", {name()});
+    m_context.prepareModel();
     runPipeline(m_context.pipeline(), &JobLoop::existingNamed);
 }
 
@@ -243,6 +244,7 @@ void JobLoop::askedExamined(const FileTasks::Examination& examination) {
         return;
     }
     setProcessingName(std::string(name()));
+    m_context.prepareModel();
     runPipeline(m_context.pipeline(job.order.nameTemplate, job.order.locale), &JobLoop::askedNamed);
 }
 

@@ -42,6 +42,7 @@ void JobLoop::watchedExamined(const FileTasks::Examination& examination) {
 
 void JobLoop::await(const FileEligibility::Options& options) {
     m_current->isWaiting = true;
+    m_context.prepareModel();
     // Whoever waits behind this file gets a look now, and need not wait again for what stands still since.
     std::vector<FileTasks::EarlyLook> others;
     for (const Entry& entry : m_queue)

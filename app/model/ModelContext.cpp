@@ -22,6 +22,11 @@ void ModelContext::setLastError(std::optional<std::string> message) {
     Q_EMIT m_face.lastErrorChanged();
 }
 
+void ModelContext::prepareModel() const {
+    if (m_given.prepareModel)
+        m_given.prepareModel();
+}
+
 NamingPipeline ModelContext::pipeline(const std::optional<NameTemplate>& nameTemplate,
                                       const std::optional<Locale>& locale) const {
     const bool modelIsUsable = !m_given.modelAvailability || m_given.modelAvailability().isAvailable();

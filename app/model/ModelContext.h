@@ -68,6 +68,9 @@ public:
     [[nodiscard]] bool isIdle() const { return m_filesAtWork == 0; }
     void setWhenIdle(std::function<void()> whenIdle) { m_whenIdle = std::move(whenIdle); }
 
+    /// A file that may be named is about to be read: what a model has to get ready, it can meanwhile.
+    void prepareModel() const;
+
     /// A pipeline by the settings as they are now.
     [[nodiscard]] NamingPipeline pipeline(const std::optional<NameTemplate>& nameTemplate = {},
                                           const std::optional<Locale>& locale = {}) const;

@@ -52,6 +52,8 @@ public:
 
     [[nodiscard]] std::filesystem::path pathOf(const Model& model) const { return m_folder / model.name; }
     [[nodiscard]] const std::filesystem::path& path() const { return m_folder; }
+    /// Where programs write down what they find out about these models.
+    [[nodiscard]] std::filesystem::path notesPath() const { return m_folder / "notes.json"; }
 
     [[nodiscard]] bool isEnabled() const { return m_settings.flag(enabledKey, true); }
     [[nodiscard]] std::expected<void, ModelFileError> setEnabled(bool enabled) const;

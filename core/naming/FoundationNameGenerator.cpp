@@ -28,8 +28,17 @@ std::string_view reasonOf(LanguageModel::Availability availability) {
 }
 
 NameGenerationError errorOf(LanguageModel::Failure failure) {
-    const bool wasCancelled = failure.code == LanguageModel::Failure::Code::cancelled;
-    return {wasCancelled ? Code::cancelled : Code::platform, std::move(failure.message)};
+    switch (failure.code) {
+    case LanguageModel::Failure::Code::cancelled:
+        return {Code::cancelled, std::move(failure.message)};
+    case LanguageModel::Failure::Code::busy:
+        return {Code::busy, std::move(failure.message)};
+    case LanguageModel::Failure::Code::unusable:
+    case LanguageModel::Failure::Code::tooLong:
+    case LanguageModel::Failure::Code::engine:
+        break;
+    }
+    return {Code::platform, std::move(failure.message)};
 }
 
 } // namespace

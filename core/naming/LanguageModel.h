@@ -44,6 +44,7 @@ public:
             cancelled,
             unusable, // what was written is no title: cut at the last token, empty, not the object asked for
             tooLong,  // instructions and prompt do not fit the model's context
+            busy,     // others wait for it already
             engine,   // the engine or its process failed
         };
         Code code = Code::engine;

@@ -6,6 +6,7 @@
 
 #include <nlohmann/json.hpp>
 #include <poll.h>
+#include <sys/socket.h>
 
 #include <algorithm>
 #include <cerrno>
@@ -33,7 +34,8 @@ ControlClient::connect(const std::filesystem::path& dataFolder, std::chrono::mil
 }
 
 std::expected<Json, ControlClient::Failure>
-ControlClient::ask(const Json& request, const std::function<bool(const Json&)>& onEvent) {
+ControlClient::ask(const Json& request, const std::function<bool(const Json&)>& onEvent,
+                   std::chrono::milliseconds patience) {
     if (!m_peer.send(request))
         return std::unexpected(Failure::lost);
     while (m_peer.hasUnsent()) {
@@ -42,7 +44,7 @@ ControlClient::ask(const Json& request, const std::function<bool(const Json&)>& 
             return std::unexpected(Failure::lost);
     }
     for (;;) {
-        auto event = next(std::chrono::milliseconds(-1));
+        auto event = next(patience);
         if (!event || member(*event, "end") != nullptr)
             return event;
         if (!onEvent(*event)) {
@@ -50,6 +52,10 @@ ControlClient::ask(const Json& request, const std::function<bool(const Json&)>& 
             return std::unexpected(Failure::lost);
         }
     }
+}
+
+void ControlClient::hangUp() const {
+    ::shutdown(m_peer.socket(), SHUT_RDWR);
 }
 
 std::expected<Json, ControlClient::Failure> ControlClient::next(std::chrono::milliseconds patience) {

@@ -24,9 +24,14 @@ public:
             std::chrono::milliseconds patience = std::chrono::seconds(5));
 
     /// Asks one thing and hears all that comes of it; `onEvent` gives false where nobody listens any more:
-    /// the connection is closed, which ends the request. Gives the last event.
-    [[nodiscard]] std::expected<Json, Failure> ask(const Json& request,
-                                                   const std::function<bool(const Json&)>& onEvent);
+    /// the connection is closed, which ends the request. Gives the last event. `patience`: for each event,
+    /// endless where it is negative.
+    [[nodiscard]] std::expected<Json, Failure>
+    ask(const Json& request, const std::function<bool(const Json&)>& onEvent,
+        std::chrono::milliseconds patience = std::chrono::milliseconds(-1));
+
+    /// Ends the talk, and an `ask` that waits, as `lost`. Of any thread.
+    void hangUp() const;
 
 private:
     explicit ControlClient(ControlPeer peer)

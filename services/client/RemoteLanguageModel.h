@@ -2,6 +2,7 @@
 #include "core/naming/LanguageModel.h"
 #include "core/support/UniqueFd.h"
 #include "services/client/ModelFile.h"
+#include "services/client/ModelNotes.h"
 #include "services/client/ModelObstacle.h"
 #include "services/client/ModelProcess.h"
 
@@ -34,6 +35,7 @@ public:
         std::function<std::uint64_t()> freeMemory = availableMemory; // in bytes
         std::chrono::milliseconds windDown =
             std::chrono::seconds(2); // before a host that does not stop is ended
+        ModelNotes notes{};          // what earlier runs found out
     };
 
     using Obstacle = ModelObstacle; // more closely than `availability` says it
@@ -48,28 +50,43 @@ public:
         std::uint64_t parameters = 0;
         std::uint32_t context = 0;                 // in tokens
         std::vector<std::string> languages;        // as the file lists them; empty: it does not say
-        std::uint32_t titles = 0;                  // written since the start
-        std::chrono::duration<double> perTitle{0}; // their mean; 0 without any
+        std::uint32_t titles = 0;                  // measured, by earlier runs too
+        std::chrono::duration<double> perTitle{0}; // mean of the last ones; 0 without any
         std::uint32_t lastTokens = 0;              // written for the last one,
         std::uint32_t lastRefusals = 0;            // and how often the likeliest was not allowed
         std::chrono::duration<double> lastFirstToken{0};
         bool lastStartKept = false; // the running host took the state behind the instructions from here
     };
 
+    /// What one title took to write.
+    struct Written {
+        std::uint32_t tokens = 0;
+        std::uint32_t refusals = 0; // how often the likeliest was not allowed
+    };
+
     explicit RemoteLanguageModel(Settings settings);
     ~RemoteLanguageModel() override;
 
+    /// Starts no host for a file that earlier runs noted as good: that one sleeps.
     [[nodiscard]] Availability availability() override;
     [[nodiscard]] bool supportsLanguage(std::string_view language) override;
     void prewarm(const std::string& instructions) override;
     [[nodiscard]] std::expected<ProposedName, Failure> respond(const ModelRequest& request,
                                                                std::stop_token stop) override;
+    [[nodiscard]] std::expected<ProposedName, Failure> respond(const ModelRequest& request,
+                                                               std::stop_token stop, Written& written);
 
     /// Waits until nothing is being loaded or got ready, at most for `timeout`; then what `availability`
     /// says.
     Availability settle(std::chrono::milliseconds timeout);
 
+    /// Whether it is being loaded or its instructions are being evaluated, or soon will be.
+    [[nodiscard]] bool isGettingReady() const;
+
     [[nodiscard]] Facts facts();
+
+    /// Whether a model of which this is known can write titles in `language`.
+    [[nodiscard]] static bool supports(const Facts& facts, std::string_view language);
 
     /// The process that hosts the model now; nothing while there is none.
     [[nodiscard]] std::optional<pid_t> process() const;
@@ -83,6 +100,7 @@ private:
         bool isAsked = false; // the host has it
         bool isAbandoned = false;
         bool isCancelled = false;
+        Written written;
         std::optional<std::expected<ProposedName, Failure>> result;
     };
     /// The state behind the instructions, in memory that nobody can write to any more.
@@ -96,6 +114,7 @@ private:
 
     // Of any thread.
     [[nodiscard]] Availability availabilityNow(const std::optional<ModelIdentity>& identity);
+    void turnTo(const std::optional<ModelIdentity>& identity);
     void post(std::shared_ptr<Job> job);
     void ring() const;
 
@@ -104,7 +123,10 @@ private:
     void waitForBell();
     void perform(Job& job);
     [[nodiscard]] std::expected<ProposedName, Failure> ask(Job& job);
-    [[nodiscard]] std::expected<ProposedName, Failure> titleOf(const ipc::ModelAnswered& report);
+    [[nodiscard]] static std::expected<ProposedName, Failure> titleOf(const ipc::ModelAnswered& report);
+    void measure(Job& job, const ipc::ModelAnswered& report, std::chrono::duration<double> took);
+    void keepNote(std::uint32_t leastNews);
+    [[nodiscard]] std::string fileName() const { return m_settings.model.filename().native(); }
     [[nodiscard]] bool ensureLoaded();
     [[nodiscard]] bool startAndLoad(const ModelFile& file);
     [[nodiscard]] bool ensureWarm(const std::string& instructions);
@@ -121,11 +143,13 @@ private:
     mutable std::mutex m_mutex; // for what follows
     std::condition_variable_any m_changed;
     std::deque<std::shared_ptr<Job>> m_jobs;
-    bool m_busy = false;
+    std::shared_ptr<Job> m_current;
     bool m_loadIsPosted = false;
-    std::optional<ModelIdentity> m_identity; // of the file that the next two tell of
+    std::optional<ModelIdentity> m_identity; // of the file that the next four tell of
     Known m_known = Known::nothing;
     Facts m_facts;
+    std::optional<ModelNote> m_note; // where the engine has taken the file, once
+    std::uint32_t m_news = 0;        // in it, that are not written down
     std::optional<pid_t> m_pid;
 
     std::atomic<bool> m_closing = false;

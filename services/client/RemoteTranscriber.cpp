@@ -20,7 +20,8 @@ using std::chrono::milliseconds;
 using std::chrono::steady_clock;
 
 constexpr std::chrono::minutes loadingTakes{5};
-constexpr std::chrono::minutes idle{6};  // after which a host has long left by itself
+constexpr std::chrono::seconds measuringTakes{30}; // far more than it may
+constexpr std::chrono::minutes idle{6};            // after which a host has long left by itself
 constexpr milliseconds answerTakes{500}; // from the end of its time until the host has said what it has
 constexpr int mostDeaths = 3;            // of hosts without a recording heard to its end in between
 constexpr int loudestSilence = 32;       // of 32,768; a thousandth
@@ -87,7 +88,7 @@ std::optional<std::vector<std::string>> RemoteTranscriber::transcribe(std::span<
     auto job = std::make_shared<Job>();
     job->order = {.samples = static_cast<std::uint32_t>(samples.size()),
                   .languages = languagesOf(locales),
-                  .threads = m_settings.threads};
+                  .threads = 0};
     job->end = end;
     const bool isToBeHeard = !isSilent(samples);
     if (isToBeHeard)
@@ -212,12 +213,18 @@ std::optional<ipc::SoundTranscribed> RemoteTranscriber::hear(Job& job) {
     for (int attempt = 0; attempt < 2; ++attempt) {
         if (!ensureLoaded())
             return std::nullopt;
+        if (!ensureMeasured(job)) {
+            if (!hasLeft())
+                return std::nullopt;
+            continue;
+        }
         {
             const std::scoped_lock lock(m_mutex);
             if (job.isAbandoned)
                 return std::nullopt;
             job.isAsked = true;
         }
+        job.order.threads = m_threads;
         job.order.longest = until(job.end);
         auto report = m_host->give<ipc::SoundTranscribed>(
             job.order, job.sound.get(), patience(job.order.longest + m_settings.windDown, [&] {
@@ -226,15 +233,32 @@ std::optional<ipc::SoundTranscribed> RemoteTranscriber::hear(Job& job) {
             }));
         if (report)
             return report;
-        const bool left = m_host->process().isGone(milliseconds(0)) && m_host->process().leftIdle();
-        dropHost();
-        if (!left) {
-            if (!m_closing && ++m_deaths >= mostDeaths)
-                static_cast<void>(conclude(ModelObstacle::dies));
+        if (!hasLeft())
             return std::nullopt;
-        }
     }
     return std::nullopt;
+}
+
+/// After a report that did not come: whether the host had left of itself. If not, that counts.
+bool RemoteTranscriber::hasLeft() {
+    const bool left = m_host->process().isGone(milliseconds(0)) && m_host->process().leftIdle();
+    dropHost();
+    if (!left && !m_closing && ++m_deaths >= mostDeaths)
+        static_cast<void>(conclude(ModelObstacle::dies));
+    return left;
+}
+
+/// How many threads are fastest; once a file. False where no report came.
+bool RemoteTranscriber::ensureMeasured(Job& job) {
+    if (m_threads > 0)
+        return true;
+    const auto report = m_host->give<ipc::ModelWarmed>(ipc::WarmModel{}, -1, patience(measuringTakes, [&] {
+                                                           const std::scoped_lock lock(m_mutex);
+                                                           return m_closing || job.isAbandoned;
+                                                       }));
+    if (report && report->outcome == ModelOutcome::done)
+        m_threads = report->threads.reading;
+    return report.has_value();
 }
 
 bool RemoteTranscriber::ensureLoaded() {
@@ -244,6 +268,7 @@ bool RemoteTranscriber::ensureLoaded() {
         dropHost();
         m_loaded = identity;
         m_isUnusable = false;
+        m_threads = m_settings.threads;
         m_deaths = 0;
         const std::scoped_lock lock(m_mutex);
         m_facts = Facts{};

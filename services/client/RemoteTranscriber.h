@@ -33,7 +33,7 @@ public:
         std::function<std::uint64_t()> freeMemory = availableMemory; // in bytes
         std::chrono::milliseconds windDown =
             std::chrono::seconds(2); // before a host that does not stop is ended
-        std::uint32_t threads = 0;   // 0: as many as there are processors
+        std::uint32_t threads = 0;   // 0: one or all, whichever is faster
     };
 
     /// What came of the last recording.
@@ -90,6 +90,8 @@ private:
     [[nodiscard]] std::optional<ipc::SoundTranscribed> hear(Job& job);
     [[nodiscard]] bool ensureLoaded();
     [[nodiscard]] bool startAndLoad(const ModelFile& file);
+    [[nodiscard]] bool ensureMeasured(Job& job);
+    [[nodiscard]] bool hasLeft();
     void dropHost();
     bool conclude(ModelObstacle obstacle);
     [[nodiscard]] ModelProcess::Patience patience(std::chrono::milliseconds longest,
@@ -107,8 +109,9 @@ private:
     std::atomic<bool> m_closing = false;
 
     // Of the own thread alone.
-    std::optional<ModelIdentity> m_loaded; // the file that the next two belong to
+    std::optional<ModelIdentity> m_loaded; // the file that the next three belong to
     std::optional<ModelProcess> m_host;
+    std::uint32_t m_threads = 0; // 0: not known
     bool m_isUnusable = false;
     int m_deaths = 0; // of hosts, since the last recording that was heard to its end
 

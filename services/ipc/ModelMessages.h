@@ -51,7 +51,8 @@ struct LoadModel {
 };
 
 /// Evaluate the instructions, which stand before everything of a document. With it goes memory for that
-/// state, as a descriptor: to be filled, or as an earlier host has filled it.
+/// state, as a descriptor: to be filled, or as an earlier host has filled it. A model of speech has none of
+/// that: it measures its threads.
 struct WarmModel {
     std::string instructions;
     std::uint64_t stateBytes = 0; // in the memory; 0: it is to be filled
@@ -74,7 +75,7 @@ struct TranscribeSound {
     std::uint32_t samples = 0;            // as many as the memory holds
     std::vector<std::string> languages{}; // as "fr", in the order in which they are tried
     std::chrono::milliseconds longest{0};
-    std::uint32_t threads = 0; // 0: as many as there are processors
+    std::uint32_t threads = 0; // 0: as many as there are processors, up to eight
 
     bool operator==(const TranscribeSound&) const = default;
 };

@@ -154,7 +154,10 @@ private:
         } else if (!m_isShutIn) {
             return false;
         } else if (const auto* warm = std::get_if<ipc::WarmModel>(&order.order)) {
-            report = m_engine.warm(*warm, std::move(descriptor));
+            if (m_transcriber.isLoaded())
+                report = m_transcriber.measure();
+            else
+                report = m_engine.warm(*warm, std::move(descriptor));
         } else if (const auto* ask = std::get_if<ipc::AskModel>(&order.order)) {
             report = m_engine.answer(*ask);
         } else if (const auto* sound = std::get_if<ipc::TranscribeSound>(&order.order)) {

@@ -34,14 +34,16 @@ constexpr float surelyNoSpeech = 0.6F;        // from here on, as the model's ma
 constexpr float surelySpoken = 0.5F;
 constexpr float bolder = 0.4F; // by how much, after an attempt that failed
 constexpr unsigned mostThreads = 8;
+constexpr int measuredContext = 64;               // of the 1,500 that stand for half a minute
+constexpr std::chrono::seconds measuringTakes{4}; // at most
 
 /// Who is asked whether the sums are to stop; there is one transcriber in a process.
 ggml_abort_callback askWhether = nullptr;
 void* asked = nullptr;
 
-int threadsFor(const ipc::TranscribeSound& order) {
-    const unsigned wanted = order.threads > 0 ? order.threads : std::thread::hardware_concurrency();
-    return static_cast<int>(std::clamp(wanted, 1U, mostThreads));
+int threadsFor(unsigned wanted) {
+    const unsigned most = wanted > 0 ? wanted : std::thread::hardware_concurrency();
+    return static_cast<int>(std::clamp(most, 1U, mostThreads));
 }
 
 /// Nothing where the memory does not hold just these samples.
@@ -123,6 +125,18 @@ bool Transcriber::mustStop() {
     return m_stopped || m_late;
 }
 
+ModelOutcome Transcriber::stopped() const {
+    return m_stopped ? ModelOutcome::cancelled : m_late ? ModelOutcome::late : ModelOutcome::engine;
+}
+
+void Transcriber::begin(std::chrono::milliseconds longest) {
+    m_stopped = false;
+    m_late = false;
+    m_end = Clock::now() + longest;
+    askWhether = [](void* self) { return static_cast<Transcriber*>(self)->mustStop(); };
+    asked = this;
+}
+
 ipc::ModelLoaded Transcriber::load(int file) {
     ipc::ModelLoaded report{.outcome = ModelOutcome::refused};
     try {
@@ -154,14 +168,65 @@ ipc::ModelLoaded Transcriber::load(int file) {
     return report;
 }
 
+/// The beginning of a silence, and one token. False where it was stopped.
+bool Transcriber::work(whisper_state& state, int threads) {
+    whisper_full_params parameters = whisper_full_default_params(WHISPER_SAMPLING_GREEDY);
+    parameters.n_threads = threads;
+    parameters.audio_ctx = std::min(measuredContext, whisper_model_n_audio_ctx(m_context.get()));
+    parameters.language = "en";
+    parameters.print_progress = false;
+    parameters.print_timestamps = false;
+    parameters.no_timestamps = true;
+    parameters.single_segment = true;
+    parameters.max_tokens = 1;
+    parameters.temperature_inc = 0;
+    parameters.greedy.best_of = 1;
+    parameters.abort_callback = askWhether;
+    parameters.abort_callback_user_data = asked;
+    return whisper_full_with_state(m_context.get(), &state, parameters, nullptr, 0) == 0;
+}
+
+ipc::ModelWarmed Transcriber::measure() {
+    ipc::ModelWarmed report;
+    begin(measuringTakes);
+    const int all = threadsFor(0);
+    int fastest = all;
+    try {
+        const std::unique_ptr<whisper_state, Free> state(
+            m_context && all > 1 ? whisper_init_state(m_context.get()) : nullptr);
+        const Sound silence(shortestSound);
+        bool goesOn = state && whisper_pcm_to_mel_with_state(m_context.get(), state.get(), silence.data(),
+                                                             static_cast<int>(silence.size()), all) == 0;
+        Clock::duration best = Clock::duration::max();
+        // The first time waits for memory.
+        for (const auto& [threads, counts] :
+             {std::pair(all, false), std::pair(all, true), std::pair(1, true)}) {
+            const auto start = Clock::now();
+            goesOn = goesOn && work(*state, threads);
+            const auto took = Clock::now() - start;
+            if (!goesOn || !counts || took >= best)
+                continue;
+            best = took;
+            fastest = threads;
+        }
+        // Too slow even for so little: others want these processors, and threads would wait for each other.
+        if (m_late && best == Clock::duration::max())
+            fastest = 1;
+        report.outcome = m_stopped ? ModelOutcome::cancelled : ModelOutcome::done;
+    } catch (const std::bad_alloc&) {
+        report.outcome = ModelOutcome::noMemory;
+    } catch (...) {
+        report.outcome = ModelOutcome::engine;
+    }
+    report.threads = {.reading = static_cast<std::uint32_t>(fastest),
+                      .writing = static_cast<std::uint32_t>(fastest)};
+    return report;
+}
+
 ipc::SoundTranscribed Transcriber::transcribe(const ipc::TranscribeSound& order, const UniqueFd& memory) {
     ipc::SoundTranscribed report;
-    m_stopped = false;
-    m_late = false;
-    m_end = Clock::now() + order.longest;
-    m_threads = threadsFor(order);
-    askWhether = [](void* self) { return static_cast<Transcriber*>(self)->mustStop(); };
-    asked = this;
+    begin(order.longest);
+    m_threads = threadsFor(order.threads);
     try {
         const auto samples = m_context ? samplesIn(memory, order.samples) : std::nullopt;
         if (!samples)
@@ -194,9 +259,14 @@ ModelOutcome Transcriber::hear(const ipc::TranscribeSound& order, const Sound& s
     const std::unique_ptr<whisper_state, Free> state(whisper_init_state(m_context.get()));
     if (!state)
         return ModelOutcome::noMemory;
+    // The engine makes the spectrum in one go, which nothing interrupts: a fraction of a second.
+    if (mustStop())
+        return stopped();
     if (whisper_pcm_to_mel_with_state(m_context.get(), state.get(), sound.data(),
                                       static_cast<int>(sound.size()), m_threads) != 0)
         return ModelOutcome::engine;
+    if (mustStop())
+        return stopped();
     const bool knowsMany = whisper_is_multilingual(m_context.get()) != 0;
     std::deque<std::string> languages(order.languages.begin(), order.languages.end());
     std::erase_if(languages, [&](const std::string& language) {
@@ -264,9 +334,7 @@ ModelOutcome Transcriber::hearIn(Attempt& attempt) {
     if (parameters.no_timestamps)
         attempt.question.push_back(whisper_token_not(&attempt.context));
     const int result = whisper_full_with_state(&attempt.context, &attempt.state, parameters, nullptr, 0);
-    if (result == 0)
-        return ModelOutcome::done;
-    return m_stopped ? ModelOutcome::cancelled : m_late ? ModelOutcome::late : ModelOutcome::engine;
+    return result == 0 ? ModelOutcome::done : stopped();
 }
 
 /// Before the first word of each half minute: behind nothing but the token that begins a transcription, the

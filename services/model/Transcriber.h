@@ -26,6 +26,11 @@ public:
     /// Takes the model from a descriptor that stays the caller's.
     [[nodiscard]] ipc::ModelLoaded load(int file);
 
+    [[nodiscard]] bool isLoaded() const { return m_context != nullptr; }
+
+    /// Whether one thread or all are faster here, told by a little work.
+    [[nodiscard]] ipc::ModelWarmed measure();
+
     /// What is said in the sound in `memory`. Of an earlier recording nothing is left.
     [[nodiscard]] ipc::SoundTranscribed transcribe(const ipc::TranscribeSound& order, const UniqueFd& memory);
 
@@ -42,7 +47,10 @@ private:
                                          ipc::SoundTranscribed& report);
     [[nodiscard]] ipc::ModelOutcome hearIn(Attempt& attempt);
     void listenToTheBeginning(Attempt& attempt, float* judgement);
+    [[nodiscard]] bool work(whisper_state& state, int threads);
+    void begin(std::chrono::milliseconds longest);
     [[nodiscard]] bool mustStop();
+    [[nodiscard]] ipc::ModelOutcome stopped() const;
 
     Stop m_stop;
     bool m_stopped = false; // by the application

@@ -30,12 +30,30 @@ class Titles(unittest.TestCase):
     def vesto(self, *words):
         return subprocess.run([VESTO, *words], env=self.environment, capture_output=True, text=True, check=False)
 
+    def start(self, *words):
+        program = subprocess.Popen([VESTO, *words], env=self.environment, text=True, stdout=subprocess.PIPE,
+                                   stderr=subprocess.DEVNULL)
+        self.addCleanup(program.stdout.close)
+        self.addCleanup(program.wait)
+        self.addCleanup(program.kill)
+        return program
+
+    def records(self, lines):
+        return [json.loads(line) for line in lines.splitlines()]
+
     def files(self, count):
         folder = self.home / "files"
         folder.mkdir()
         for number in range(count):
             (folder / f"scan{number:04}.txt").write_text(INVOICE, encoding="utf-8")
         return folder
+
+    def event(self, watch, kind):
+        for line in watch.stdout:
+            record = json.loads(line)
+            if record["event"] == kind:
+                return record
+        self.fail(f"the watch ended before {kind}")
 
     def test_adds_what_answers_and_names_with_it(self):
         for name, words, why in (("cut.gguf", ("--says", 'Titre|"', "--cut", "1000"), "tronqué"),
@@ -49,7 +67,10 @@ class Titles(unittest.TestCase):
         good = self.make("good.gguf", "--says", 'Facture| Edf|"', "--languages", "fr")
         done = self.vesto("model", "add", good)
         self.assertEqual(done.returncode, 0, done.stderr)
-        self.assertEqual([path.name for path in self.models.iterdir()], ["good.gguf"])
+        self.assertEqual(sorted(path.name for path in self.models.iterdir()), ["good.gguf", "notes.json"])
+        (listed,) = self.records(self.vesto("model", "list", "--json").stdout)
+        self.assertGreater(listed["secondsPerTitle"], 0)
+        self.assertIn("par titre", self.vesto("model", "list").stdout)
         self.assertEqual(self.vesto("model", "add", good).returncode, 1)
 
         files = self.files(1)
@@ -71,29 +92,83 @@ class Titles(unittest.TestCase):
 
     def test_a_killed_host_costs_one_title(self):
         self.vesto("model", "add", self.make("good.gguf", "--says", 'Facture| Edf|"'))
-        files = self.files(12)
+        run = self.start("name", "--json", self.files(100))
         sources = []
-        with subprocess.Popen([VESTO, "name", "--json", files], env=self.environment, text=True,
-                              stdout=subprocess.PIPE, stderr=subprocess.DEVNULL) as run:
-            for line in run.stdout:
-                sources.append(json.loads(line)["proposal"]["source"])
-                if len(sources) == 3:
-                    os.kill(self.host_of(run.pid), signal.SIGKILL)
-        self.assertEqual(run.returncode, 0)
-        self.assertEqual(len(sources), 12)
+        for line in run.stdout:
+            sources.append(json.loads(line)["proposal"]["source"])
+            if len(sources) == 50:
+                (host,) = self.hosts_of(run.pid)
+                os.kill(host, signal.SIGKILL)
+        self.assertEqual(run.wait(), 0)
+        self.assertEqual(len(sources), 100)
         self.assertLessEqual(sources.count("fallback"), 1)
 
-    def host_of(self, parent):
+    def test_a_watch_wakes_the_host_for_what_it_may_name(self):
+        self.vesto("model", "add", self.make("good.gguf", "--says", 'Facture| Edf|"'))
+        folder = self.home / "watched"
+        folder.mkdir()
+        watch = self.start("watch", "--json", folder)
+        self.event(watch, "watching")
+        (folder / "film.part").write_text("x", encoding="utf-8")
+        (folder / "liste.xyz").write_text("x", encoding="utf-8")
+        time.sleep(3)
+        self.assertEqual(self.hosts_of(watch.pid), [])
+        (folder / "scan0001.txt").write_text(INVOICE, encoding="utf-8")
+        self.wait_for_host(watch.pid)
+        # On a very busy machine the first ones may come too late for the model.
+        sources = [self.event(watch, "proposed")["source"]]
+        while sources[-1] != "model" and len(sources) < 8:
+            (folder / f"scan{len(sources):04}b.txt").write_text(INVOICE, encoding="utf-8")
+            sources.append(self.event(watch, "proposed")["source"])
+        self.assertEqual(sources[-1], "model")
+
+    def test_two_programs_have_one_host(self):
+        self.vesto("model", "add", self.make("good.gguf", "--says", 'Facture| Edf|"'))
+        folder = self.home / "watched"
+        folder.mkdir()
+        watch = self.start("watch", "--json", folder)
+        self.event(watch, "watching")
+        files = self.files(30)
+        hosts, sources = set(), []
+        run = self.start("name", "--json", files)
+        for line in run.stdout:
+            sources.append(json.loads(line)["proposal"]["source"])
+            hosts.update((host, "watch") for host in self.hosts_of(watch.pid))
+            hosts.update((host, "name") for host in self.hosts_of(run.pid))
+        self.assertEqual(run.wait(), 0)
+        self.assertEqual(sources, ["model"] * 30)
+        self.assertEqual([owner for _, owner in hosts], ["watch"])
+        # In another language it would have to begin anew for each of the two.
+        (record,) = self.records(self.vesto("name", "--json", "--locale", "en_US", files / "scan0000.txt").stdout)
+        self.assertEqual(record["proposal"]["source"], "model")
+
+        # The other one leaves in the middle.
+        sources = []
+        run = self.start("name", "--json", files)
+        for line in run.stdout:
+            sources.append(json.loads(line)["proposal"]["source"])
+            if len(sources) == 10:
+                watch.kill()
+        self.assertEqual(run.wait(), 0)
+        self.assertEqual(len(sources), 30)
+        self.assertLessEqual(sources.count("fallback"), 1)
+
+    def hosts_of(self, parent):
+        found = []
+        for status in pathlib.Path("/proc").glob("[0-9]*/status"):
+            try:
+                text = status.read_text()
+            except OSError:
+                continue
+            if text.startswith("Name:\tvesto-model\n") and f"\nPPid:\t{parent}\n" in text:
+                found.append(int(status.parent.name))
+        return found
+
+    def wait_for_host(self, parent):
         end = time.monotonic() + 20
-        while time.monotonic() < end:
-            for status in pathlib.Path("/proc").glob("[0-9]*/status"):
-                try:
-                    text = status.read_text()
-                except OSError:
-                    continue
-                if text.startswith("Name:\tvesto-model\n") and f"\nPPid:\t{parent}\n" in text:
-                    return int(status.parent.name)
-        self.fail("no host of this run was found")
+        while not self.hosts_of(parent):
+            self.assertLess(time.monotonic(), end, "no host of this run was found")
+            time.sleep(0.02)
 
 
 unittest.main()

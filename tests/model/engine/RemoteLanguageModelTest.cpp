@@ -44,6 +44,8 @@ std::string titleFrom(LanguageModel& model, std::string prompt = "Relevé de com
         return "(unusable)";
     case Code::tooLong:
         return "(tooLong)";
+    case Code::busy:
+        return "(busy)";
     case Code::engine:
         return "(engine)";
     }

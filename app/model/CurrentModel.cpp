@@ -1,0 +1,62 @@
+#include "app/model/CurrentModel.h"
+
+#include "core/naming/ModelInstructions.h"
+
+#include <utility>
+
+namespace vesto {
+
+CurrentModel::Serving CurrentModel::serving() {
+    std::filesystem::path file;
+    if (const auto used = m_models.isEnabled() ? m_models.used() : std::nullopt)
+        file = m_models.pathOf(*used);
+    Serving old; // let go of outside the lock: that ends its process
+    const std::scoped_lock lock(m_mutex);
+    if (file != m_serving.file) {
+        old = std::exchange(m_serving, Serving{.file = file, .model = nullptr, .generator = nullptr});
+        if (!file.empty()) {
+            m_serving.model = std::make_shared<RemoteLanguageModel>(
+                RemoteLanguageModel::Settings{.model = file, .notes = ModelNotes(m_models.notesPath())});
+            m_serving.generator = std::make_shared<FoundationNameGenerator>(m_serving.model, m_language);
+        }
+    }
+    return m_serving;
+}
+
+FoundationNameGenerator::Availability CurrentModel::availability() {
+    return FoundationNameGenerator::availability(serving().model.get(), m_language);
+}
+
+void CurrentModel::prepare() {
+    if (const Serving now = serving(); now.generator)
+        now.generator->prewarm();
+}
+
+std::expected<std::string, NameGenerationError> CurrentModel::title(const ContentSummary& summary,
+                                                                    std::stop_token stop) {
+    std::shared_ptr<FoundationNameGenerator> generator;
+    {
+        const std::scoped_lock lock(m_mutex);
+        generator = m_serving.generator;
+    }
+    if (!generator)
+        return std::unexpected(NameGenerationError{NameGenerationError::Code::modelUnavailable, {}});
+    return generator->title(summary, std::move(stop));
+}
+
+std::shared_ptr<RemoteLanguageModel> CurrentModel::lend(const lent::Wanted& wanted) {
+    const Serving now = serving();
+    const bool isMeant = wanted.file == now.file &&
+                         (!wanted.instructions || *wanted.instructions == modelInstructions(m_language));
+    return isMeant ? now.model : nullptr;
+}
+
+LocalModel::Facts CurrentModel::facts() {
+    const Serving now = serving();
+    LocalModel::Facts facts = now.model ? factsOf(now.model->facts()) : LocalModel::Facts{};
+    if (facts.name.empty())
+        facts.name = now.file.filename().native();
+    return facts;
+}
+
+} // namespace vesto

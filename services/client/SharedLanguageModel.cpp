@@ -1,0 +1,133 @@
+#include "services/client/SharedLanguageModel.h"
+
+#include "core/support/Clock.h"
+
+#include <nlohmann/json.hpp>
+
+#include <algorithm>
+#include <thread>
+
+namespace vesto {
+namespace {
+
+using std::chrono::milliseconds;
+
+constexpr milliseconds stateTakes{2000}; // of an engine that is alive
+constexpr milliseconds step{50};         // between two looks at a model that gets ready
+
+/// The only result of an order; nothing where it was refused or nobody answered.
+std::optional<Json> lineFor(ControlClient& engine, const Json& order, milliseconds patience) {
+    std::optional<Json> line;
+    const auto end = engine.ask(
+        order,
+        [&](const Json& event) {
+            if (const Json* record = member(event, "line"))
+                line = *record;
+            return true;
+        },
+        patience);
+    return end ? line : std::nullopt;
+}
+
+} // namespace
+
+LanguageModel::Availability SharedLanguageModel::availability() {
+    if (const auto model = own())
+        return model->availability();
+    if (const auto told = state(std::nullopt))
+        return told->availability;
+    return turnToOwn()->availability();
+}
+
+bool SharedLanguageModel::supportsLanguage(std::string_view language) {
+    if (const auto model = own())
+        return model->supportsLanguage(language);
+    const std::scoped_lock lock(m_mutex);
+    return RemoteLanguageModel::supports(m_state.facts, language);
+}
+
+void SharedLanguageModel::prewarm(const std::string& instructions) {
+    auto model = own();
+    if (!model && !state(instructions))
+        model = turnToOwn();
+    if (model)
+        model->prewarm(instructions);
+}
+
+std::expected<ProposedName, LanguageModel::Failure> SharedLanguageModel::respond(const ModelRequest& request,
+                                                                                 std::stop_token stop) {
+    if (const auto model = own())
+        return model->respond(request, std::move(stop));
+    auto answer = ask(request, stop);
+    if (stop.stop_requested())
+        return std::unexpected(Failure{Failure::Code::cancelled, "cancelled"});
+    if (!answer)
+        return turnToOwn()->respond(request, std::move(stop));
+    const std::scoped_lock lock(m_mutex);
+    m_written = answer->written;
+    return std::move(answer->title);
+}
+
+void SharedLanguageModel::settle(milliseconds timeout) {
+    const Clock& clock = systemClock();
+    const auto end = clock.sinceBoot() + timeout;
+    const auto left = [&] { return std::chrono::ceil<milliseconds>(end - clock.sinceBoot()); };
+    while (!own()) {
+        const auto told = state(std::nullopt);
+        if (!told)
+            static_cast<void>(turnToOwn());
+        else if (!told->isGettingReady || left() <= milliseconds(0))
+            return;
+        else
+            std::this_thread::sleep_for(std::min(step, left()));
+    }
+    static_cast<void>(own()->settle(std::max(left(), milliseconds(0))));
+}
+
+RemoteLanguageModel::Facts SharedLanguageModel::facts() {
+    if (const auto model = own())
+        return model->facts();
+    const std::scoped_lock lock(m_mutex);
+    auto facts = m_state.facts;
+    facts.lastTokens = m_written.tokens;
+    facts.lastRefusals = m_written.refusals;
+    return facts;
+}
+
+std::shared_ptr<RemoteLanguageModel> SharedLanguageModel::own() const {
+    const std::scoped_lock lock(m_mutex);
+    return m_own;
+}
+
+std::shared_ptr<RemoteLanguageModel> SharedLanguageModel::turnToOwn() {
+    const std::scoped_lock lock(m_mutex);
+    if (!m_own)
+        m_own = m_makeOwn();
+    return m_own;
+}
+
+std::optional<lent::State> SharedLanguageModel::state(std::optional<std::string> instructions) {
+    auto engine = ControlClient::connect(m_dataFolder, stateTakes);
+    const auto line = engine
+                          ? lineFor(*engine, lent::stateOrder({m_file, std::move(instructions)}), stateTakes)
+                          : std::nullopt;
+    auto told = line ? lent::stateIn(*line) : std::nullopt;
+    if (told) {
+        const std::scoped_lock lock(m_mutex);
+        m_state = *told;
+    }
+    return told;
+}
+
+std::optional<lent::Answer> SharedLanguageModel::ask(const ModelRequest& request,
+                                                     const std::stop_token& stop) {
+    auto engine = ControlClient::connect(m_dataFolder, stateTakes);
+    if (!engine)
+        return std::nullopt;
+    // Which ends the request there, and the wait here.
+    const std::stop_callback hangUp(stop, [&engine] { engine->hangUp(); });
+    const auto line = lineFor(*engine, lent::titleOrder(m_file, request), milliseconds(-1));
+    return line ? lent::answerIn(*line) : std::nullopt;
+}
+
+} // namespace vesto
