@@ -189,8 +189,8 @@ private:
         }
         record["outcome"] = "undone";
         record["from"] = path.native();
-        record["to"] = restored->native();
-        m_report.done(path, lastComponentOf(*restored), {}, record);
+        record["to"] = restored->to.native();
+        m_report.done(path, lastComponentOf(restored->to), {}, record);
         return true;
     }
 
