@@ -3,7 +3,6 @@
 #include "core/extraction/SummarizerMessage.h"
 #include "core/files/FileName.h"
 #include "core/support/Text.h"
-#include "core/support/Unicode.h"
 
 #include <fmt/format.h>
 
@@ -11,17 +10,6 @@
 #include <cmath>
 
 namespace vesto::cli {
-
-std::string printable(std::string_view text) {
-    std::string result;
-    for (std::size_t offset = 0; offset < text.size();) {
-        const unicode::Scalar scalar = unicode::scalarAt(text, offset);
-        const bool shown = !unicode::isControl(scalar.value) && !unicode::isNewline(scalar.value);
-        unicode::append(result, shown ? scalar.value : unicode::replacementCharacter);
-        offset += scalar.size;
-    }
-    return result;
-}
 
 std::string shownName(const std::filesystem::path& path) {
     return printable(lastComponentOf(path));

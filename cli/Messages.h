@@ -1,6 +1,7 @@
 #pragma once
 #include "core/extraction/SummarizerError.h"
 #include "core/naming/ConfidenceScorer.h"
+#include "core/support/Printable.h" // for all who print
 #include "core/support/Time.h"
 
 #include <cstdint>
@@ -10,10 +11,6 @@
 
 /// What the command line says to people, in French.
 namespace vesto::cli {
-
-/// A text of a stranger made fit for a terminal: control and format characters and bad bytes become U+FFFD,
-/// so that a file's name can neither move the cursor nor turn the line around.
-[[nodiscard]] std::string printable(std::string_view text);
 
 /// The name of a file, printable.
 [[nodiscard]] std::string shownName(const std::filesystem::path& path);

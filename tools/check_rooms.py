@@ -24,7 +24,7 @@ ROOMS = {
     "app/platform": ("app/model", "core"),
     "app/views": ("app/model", "core"),
     # The sandbox for its refusal of the network.
-    "app": ("app/model", "app/platform", "app/views", "services/client", "services/sandbox", "core"),
+    "app": ("app/model", "app/platform", "app/views", "services/client", "services/ipc", "services/sandbox", "core"),
     # The sandbox for its refusal of the network.
     "cli": ("app/model", "services/client", "services/ipc", "services/sandbox", "core"),
     "tests": ("*",),
@@ -47,6 +47,7 @@ FOREIGN = [
     (r"dlfcn\.h$", ("services/reader/modules/", "services/model/"),
      "modules are loaded in services/reader/modules; the language model's engine names its folder"),
     (r"(llama|ggml|gguf|whisper)", ("services/model/", "tests/model/"), "the models' engines stay in services/model"),
+    (r"xcb/", ("app/platform/",), "X11 stays in app/platform"),
     (r"CLI/", ("cli/",), "CLI11 stays in cli"),
     (r"(gtest|gmock)/", ("tests/",), "GoogleTest stays in tests"),
     (r"benchmark/", ("bench/",), "Google Benchmark stays in bench"),

@@ -322,6 +322,10 @@ void AppModel::refreshModelStatus() {
     Q_EMIT modelStatusChanged();
 }
 
+void AppModel::showError(std::string message) {
+    m_parts->context.fail(std::move(message));
+}
+
 void AppModel::clearLastError() {
     m_parts->context.setLastError(std::nullopt);
 }

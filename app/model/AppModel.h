@@ -196,6 +196,8 @@ public:
     // ---- The rest ----
 
     void refreshModelStatus();
+    /// Says in French what went wrong beside the model, where its own errors are shown.
+    void showError(std::string message);
     void clearLastError();
 
 Q_SIGNALS:

@@ -88,6 +88,9 @@ void Commands::dispatch(const std::string& verb, const Json& order, const Reques
         request->end(true);
         if (m_leave)
             m_leave();
+    } else if (verb == "show" && m_show) {
+        request->end(true);
+        m_show();
     } else
         request->end(false, text("Ordre incompréhensible."));
 }

@@ -21,7 +21,7 @@ namespace vesto {
 ///     rename url [template] [locale] [genericOnly] [again] [minConfidence]
 ///     undo url|id|last · undoBatch id
 ///     batch url [also…] [apply] [minConfidence]
-///     setPaused paused · leave
+///     setPaused paused · leave · show
 ///     model url [instructions] · title url instructions prompt maxTokens      (see
 ///     services/client/LentModel.h)
 ///
@@ -29,10 +29,12 @@ namespace vesto {
 /// not outlive the model.
 class Commands {
 public:
-    /// `leave`: somebody asked this engine to finish and go.
-    Commands(AppModel& model, std::function<void()> leave)
+    /// `leave`: somebody asked this engine to finish and go. `show`: to bring up its window; empty where it
+    /// has none.
+    Commands(AppModel& model, std::function<void()> leave, std::function<void()> show = {})
         : m_model(model)
-        , m_leave(std::move(leave)) {}
+        , m_leave(std::move(leave))
+        , m_show(std::move(show)) {}
 
     /// Lets other programs have titles from our language model.
     void lendModel(ModelDesk::Lend lend) { m_desk.lend(std::move(lend)); }
@@ -59,6 +61,7 @@ private:
 
     AppModel& m_model;
     std::function<void()> m_leave;
+    std::function<void()> m_show;
     ModelDesk m_desk;
 };
 

@@ -3,11 +3,11 @@
 #include "app/model/AppModel.h"
 #include "app/model/Commands.h"
 #include "app/model/ControlServer.h"
+#include "app/model/EndSignals.h"
 #include "app/model/EngineWatch.h"
-#include "core/support/Log.h"
+#include "app/model/QtLog.h"
 
 #include <nlohmann/json.hpp>
-#include <signal.h>
 
 #include <QCoreApplication>
 #include <QEventLoop>
@@ -17,18 +17,12 @@
 namespace vesto {
 namespace {
 
-/// What Qt has to say (of the locale, for one) is for the journal and nobody's output.
-void noteForLog(QtMsgType type, const QMessageLogContext&, const QString& message) {
-    log::write(type == QtDebugMsg || type == QtInfoMsg ? log::Level::debug : log::Level::info,
-               "Qt : %{public}s", {std::string_view(message.toUtf8().constData())});
-}
-
 /// The one of the process.
 QCoreApplication& application() {
     static int count = 1;
     static std::array<char, 6> name{"vesto"};
     static std::array<char*, 2> words{name.data(), nullptr};
-    qInstallMessageHandler(noteForLog);
+    sendQtMessagesToLog();
     static QCoreApplication instance(count, words.data());
     return instance;
 }
@@ -137,11 +131,7 @@ Engine::WatchEnd Engine::watch(const std::vector<std::filesystem::path>& folders
 }
 
 void Engine::prepareToStop() {
-    const sigset_t signals = EngineWatch::signals();
-    ::pthread_sigmask(SIG_BLOCK, &signals, nullptr);
-    struct sigaction ignore{};
-    ignore.sa_handler = SIG_IGN;
-    ::sigaction(SIGPIPE, &ignore, nullptr);
+    EndSignals::keep();
 }
 
 } // namespace vesto

@@ -3,7 +3,6 @@
 #include "app/model/ModelRecords.h"
 
 #include <nlohmann/json.hpp>
-#include <sys/signalfd.h>
 
 #include <algorithm>
 #include <utility>
@@ -12,22 +11,9 @@ namespace vesto {
 
 EngineWatch::EngineWatch(AppModel& model, std::function<bool(const Json&)> onEvent)
     : m_model(model)
-    , m_onEvent(std::move(onEvent)) {
-    const sigset_t ends = signals();
-    m_signals.reset(::signalfd(-1, &ends, SFD_CLOEXEC | SFD_NONBLOCK));
-    if (m_signals) {
-        m_signalNotifier.emplace(m_signals.get(), QSocketNotifier::Read);
-        connect(&*m_signalNotifier, &QSocketNotifier::activated, this, [this] { takeSignal(); });
-    }
+    , m_onEvent(std::move(onEvent))
+    , m_signals([this] { stop(); }) {
     follow();
-}
-
-sigset_t EngineWatch::signals() {
-    sigset_t result;
-    ::sigemptyset(&result);
-    for (const int signal : {SIGINT, SIGTERM, SIGHUP})
-        ::sigaddset(&result, signal);
-    return result;
 }
 
 void EngineWatch::follow() {
@@ -108,12 +94,6 @@ void EngineWatch::tellFolders() {
         tell(isWatched ? "watching" : "unwatched", record);
     }
     m_watching = std::move(watching);
-}
-
-void EngineWatch::takeSignal() {
-    signalfd_siginfo signal{};
-    while (::read(m_signals.get(), &signal, sizeof signal) == static_cast<ssize_t>(sizeof signal))
-        stop();
 }
 
 } // namespace vesto

@@ -1,16 +1,12 @@
 #pragma once
 #include "app/model/AppModel.h"
+#include "app/model/EndSignals.h"
 #include "core/support/Json.h"
-#include "core/support/UniqueFd.h"
-
-#include <signal.h>
 
 #include <QEventLoop>
 #include <QObject>
-#include <QSocketNotifier>
 #include <filesystem>
 #include <functional>
-#include <optional>
 #include <set>
 #include <string>
 #include <string_view>
@@ -23,9 +19,6 @@ class EngineWatch : public QObject {
 public:
     EngineWatch(AppModel& model, std::function<bool(const Json&)> onEvent);
 
-    /// The signals that end it, blocked by who started the program.
-    [[nodiscard]] static sigset_t signals();
-
     /// True where all that was begun is finished; false where the events are not heard any more.
     [[nodiscard]] bool run(const std::vector<std::filesystem::path>& folders);
 
@@ -36,12 +29,10 @@ private:
     void follow();
     void tell(std::string_view event, const Json& record);
     void tellFolders();
-    void takeSignal();
 
     AppModel& m_model;
     std::function<bool(const Json&)> m_onEvent;
-    UniqueFd m_signals;
-    std::optional<QSocketNotifier> m_signalNotifier;
+    EndSignals m_signals;
     QEventLoop m_loop;
     std::set<std::string, std::less<>> m_watching; // ids of folders, as last told
     bool m_isStopping = false;

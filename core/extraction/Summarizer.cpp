@@ -53,6 +53,27 @@ std::optional<ContentType> typeOfFirstBytes(const std::filesystem::path& path) {
     return TypeRegistry::typeOfSignature({bytes.data(), static_cast<std::size_t>(count)});
 }
 
+/// A file that can be read, and what its reader is told of it.
+struct Opened {
+    UniqueFd file;
+    ReadRequest request;
+};
+
+std::expected<Opened, SummarizerError> open(const std::filesystem::path& path) {
+    auto type = Summarizer::contentType(path);
+    if (!type)
+        return std::unexpected(SummarizerError::unsupportedType(std::string(extensionOf(fileNameOf(path)))));
+    const auto route = routeOf(*type);
+    if (!route)
+        return std::unexpected(SummarizerError::unsupportedType(type->identifier));
+    Opened opened{.file = openRegular(path),
+                  .request = {.path = path, .type = *std::move(type), .route = *route, .bestDate = {}}};
+    if (!opened.file)
+        return std::unexpected(SummarizerError::unreadable(path));
+    opened.request.fd = opened.file.get();
+    return opened;
+}
+
 } // namespace
 
 SummarizerSettings::SummarizerSettings(std::vector<std::string> recognitionLanguages) {
@@ -73,21 +94,12 @@ Summarizer::Summarizer(std::vector<std::string> recognitionLanguages, std::share
 
 std::expected<ContentSummary, SummarizerError> Summarizer::summarize(const std::filesystem::path& path,
                                                                      const std::stop_token& stop) const {
-    auto type = contentType(path);
-    if (!type)
-        return std::unexpected(SummarizerError::unsupportedType(std::string(extensionOf(fileNameOf(path)))));
-    const auto route = routeOf(*type);
-    if (!route)
-        return std::unexpected(SummarizerError::unsupportedType(type->identifier));
-    const UniqueFd fd = openRegular(path);
-    if (!fd)
-        return std::unexpected(SummarizerError::unreadable(path));
-    ReadRequest request{.fd = fd.get(),
-                        .path = path,
-                        .type = *std::move(type),
-                        .route = *route,
-                        .bestDate = FileDates::bestDate(path),
-                        .stop = stop};
+    auto opened = open(path);
+    if (!opened)
+        return std::unexpected(std::move(opened).error());
+    ReadRequest& request = opened->request;
+    request.bestDate = FileDates::bestDate(path);
+    request.stop = stop;
     if (m_events.onStage)
         request.onStage = [&](ReadingStage stage) { m_events.onStage(path, stage); };
     const auto start = systemClock().sinceBoot();
@@ -97,8 +109,18 @@ std::expected<ContentSummary, SummarizerError> Summarizer::summarize(const std::
     if (!reading->missingLanguages.empty() && m_events.onMissingLanguages)
         m_events.onMissingLanguages(reading->missingLanguages);
     if (m_transcriber)
-        addTranscript(*reading, *route, m_settings, *m_transcriber, systemClock().sinceBoot() - start, stop);
+        addTranscript(*reading, request.route, m_settings, *m_transcriber, systemClock().sinceBoot() - start,
+                      stop);
     return std::move(reading)->summary;
+}
+
+std::expected<Preview, SummarizerError> Summarizer::preview(const std::filesystem::path& path,
+                                                            const std::stop_token& stop) const {
+    auto opened = open(path);
+    if (!opened)
+        return std::unexpected(std::move(opened).error());
+    opened->request.stop = stop;
+    return m_reading->preview(opened->request);
 }
 
 std::optional<ContentType> Summarizer::contentType(const std::filesystem::path& path) {

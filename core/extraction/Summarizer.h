@@ -83,6 +83,10 @@ public:
     [[nodiscard]] std::expected<ContentSummary, SummarizerError>
     summarize(const std::filesystem::path& path, const std::stop_token& stop = {}) const;
 
+    /// The first page or the picture of a file; `unreadable` also where its format shows none.
+    [[nodiscard]] std::expected<Preview, SummarizerError> preview(const std::filesystem::path& path,
+                                                                  const std::stop_token& stop = {}) const;
+
     /// By the extension; a name without one is told by its first 16 bytes. Links are not followed.
     [[nodiscard]] static std::optional<ContentType> contentType(const std::filesystem::path& path);
 

@@ -11,7 +11,7 @@ import sys
 
 # What a program may need of its own. A parser that is not named here is refused like any other library.
 ALLOWED = re.compile(
-    r"lib(c|m|stdc\+\+|gcc_s|pthread|dl|rt|icu(uc|i18n|data)|fmt|seccomp|asan|ubsan|tsan|Qt[0-9A-Za-z]+|sqlite3)\.so[.0-9]*$"
+    r"lib(c|m|stdc\+\+|gcc_s|pthread|dl|rt|icu(uc|i18n|data)|fmt|seccomp|asan|ubsan|tsan|Qt[0-9A-Za-z]+|sqlite3|xcb)\.so[.0-9]*$"
     r"|ld-linux[-a-z0-9_.]*$")
 
 

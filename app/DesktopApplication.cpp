@@ -1,0 +1,313 @@
+#include "app/DesktopApplication.h"
+
+#include "app/views/Formats.h"
+#include "app/views/Words.h"
+#include "core/support/Text.h"
+#include "services/client/RemoteTranscriber.h"
+#include "services/ipc/ControlFrames.h"
+
+#include <fmt/format.h>
+#include <nlohmann/json.hpp>
+
+#include <QApplication>
+#include <QPalette>
+#include <QSessionManager>
+#include <algorithm>
+#include <cstring>
+#include <utility>
+
+namespace vesto {
+namespace {
+
+Summarizer jailedSummarizer() {
+    std::shared_ptr<SpeechTranscribing> transcriber;
+    const ModelFolder models;
+    if (const auto speech = models.path().is_absolute() ? models.speech() : std::nullopt)
+        transcriber =
+            std::make_shared<RemoteTranscriber>(RemoteTranscriber::Settings{.model = models.pathOf(*speech)});
+    return {{"fr-FR", "en-US"}, std::make_shared<RemoteReader>(), std::move(transcriber)};
+}
+
+/// Lets the window that comes to the front next do so.
+void useToken(const QString& token) {
+    if (!token.isEmpty())
+        qputenv("XDG_ACTIVATION_TOKEN", token.toUtf8());
+}
+
+} // namespace
+
+DesktopApplication::DesktopApplication(Startup::Taken taken, const std::optional<QDBusConnection>& bus)
+    : m_taken(std::move(taken))
+    , m_languageModel(std::make_shared<CurrentModel>(Locale::user()))
+    , m_notifications(bus ? std::make_unique<NotificationCentre>(
+                                *bus, NotificationCentre::Windows{
+                                          .show = [this](const QString& token) { activate(token); },
+                                          .edit =
+                                              [this](std::string_view proposalID, const QString& token) {
+                                                  useToken(token);
+                                                  showPanelEditing(proposalID);
+                                              }})
+                          : nullptr)
+    , m_model(dependencies())
+    , m_commands(
+          m_model, [this] { quit(); }, [this] { activate({}); })
+    , m_tray(bus)
+    , m_files(bus)
+    , m_chooser(bus)
+    , m_autostart(Autostart::ofUser()) {
+    m_commands.lendModel([model = m_languageModel](const auto& wanted) { return model->lend(wanted); });
+    qApp->installEventFilter(this); // for a new palette
+    connect(qApp, &QGuiApplication::commitDataRequest, this,
+            // The entry of the autostart folder is what starts it again.
+            [](QSessionManager& session) { session.setRestartHint(QSessionManager::RestartNever); });
+    connect(&m_model, &AppModel::undone, this, [this](const RenameRecord& record) {
+        if (m_notifications)
+            m_notifications->removeRenamed(record.id);
+    });
+    for (const auto changed :
+         {&AppModel::pendingChanged, &AppModel::processingNameChanged, &AppModel::batchChanged,
+          &AppModel::lastErrorChanged, &AppModel::pausedChanged})
+        connect(&m_model, changed, this, [this] { updateTray(); });
+    connect(&m_tray, &Tray::clicked, this, [this] { openFromTray(); });
+    fillMenu();
+    updateTray();
+}
+
+DesktopApplication::~DesktopApplication() {
+    qApp->removeEventFilter(this);
+}
+
+AppModel::Dependencies DesktopApplication::dependencies() {
+    Notifier& notifier =
+        m_notifications ? static_cast<Notifier&>(*m_notifications) : static_cast<Notifier&>(m_silence);
+    return {.store = m_taken.store,
+            .settings = m_settings,
+            .notifier = notifier,
+            .summarizer = jailedSummarizer(),
+            .generator = m_languageModel,
+            .modelAvailability = [model = m_languageModel] { return model->availability(); },
+            .prepareModel = [model = m_languageModel] { model->prepare(); }};
+}
+
+void DesktopApplication::start() {
+    m_model.start();
+    serveControl();
+    m_previews.tryJail([this](const Previews::Jail& jail) { m_jail = jail; });
+}
+
+void DesktopApplication::serveControl() {
+    auto listener = ControlListener::open(m_taken.lock);
+    if (!listener) {
+        m_model.showError(std::string(text("Vesto n'a pas pu ouvrir sa prise de commande.")));
+        return;
+    }
+    const Json greeting{{"protocol", ipc::controlProtocol}, {"lock", lockToken(m_taken.lock.folder())}};
+    m_control = std::make_unique<ControlServer>(*std::move(listener), greeting,
+                                                [this](const Json& order, CommandRequest::Emit emit) {
+                                                    return m_commands.begin(order, std::move(emit));
+                                                });
+}
+
+void DesktopApplication::activate(const QString& token) {
+    if (m_isQuitting)
+        return;
+    useToken(token);
+    if (m_settings.onboarded())
+        showPanel();
+    else
+        showWelcome();
+}
+
+// ---- Windows ----
+
+PanelWindow& DesktopApplication::panel() {
+    if (!m_panel)
+        m_panel = std::make_unique<PanelWindow>(m_model, m_settings, *this);
+    return *m_panel;
+}
+
+void DesktopApplication::bringForward(QWidget& window) {
+    if (window.isMinimized())
+        window.showNormal();
+    window.show();
+    window.raise();
+    window.activateWindow();
+}
+
+void DesktopApplication::openFromTray() {
+    const QRect icon = m_tray.geometry();
+    if (!m_settings.onboarded())
+        showWelcome();
+    else if (!icon.isEmpty() && PanelWindow::canPlaceWindows())
+        panel().openBeside(icon);
+    else
+        showPanel();
+}
+
+void DesktopApplication::showWelcome() {
+    if (!m_welcome) {
+        m_welcome = std::make_unique<WelcomeWindow>(m_model, m_settings, *this);
+        // Where there is a tray it stays in sight; elsewhere nothing else would show that Vesto runs.
+        connect(m_welcome.get(), &WelcomeWindow::finished, this, [this] {
+            if (!m_tray.isThere())
+                showPanel();
+        });
+    }
+    bringForward(*m_welcome);
+}
+
+void DesktopApplication::showPanel() {
+    panel().openAsWindow();
+}
+
+void DesktopApplication::showPanelEditing(std::string_view proposalID) {
+    panel().openEditing(proposalID);
+}
+
+void DesktopApplication::showHistory() {}
+
+void DesktopApplication::showSettings(SettingsPage) {}
+
+void DesktopApplication::showBatch() {}
+
+// ---- The tray ----
+
+void DesktopApplication::fillMenu() {
+    QMenu& menu = m_tray.menu();
+    menu.addAction(french("Ouvrir Vesto"), this, [this] { showPanel(); });
+    menu.addSeparator();
+    m_pause = menu.addAction(french("Pause"));
+    m_pause->setCheckable(true);
+    connect(m_pause, &QAction::triggered, this, [this](bool isPaused) { m_model.setPaused(isPaused); });
+    menu.addAction(french("Ajouter un dossier…"), this, [this] { chooseFolder(nullptr, {}, {}); });
+    menu.addSeparator();
+    menu.addAction(french("Historique"), this, [this] { showHistory(); });
+    menu.addAction(french("Réglages…"), this, [this] { showSettings(SettingsPage::folders); });
+    menu.addSeparator();
+    menu.addAction(french("Quitter Vesto"), this, [this] { quit(); });
+}
+
+void DesktopApplication::updateTray() {
+    m_pause->setChecked(m_model.paused());
+    const std::size_t waiting = m_model.pending().size();
+    const bool isWorking =
+        m_model.processingName() || (m_model.batch() != nullptr && m_model.batch()->isAnalysing());
+    Symbol symbol = Symbol::trayIdle;
+    QString words = "Vesto";
+    if (m_model.lastError() || waiting > 0) {
+        symbol = Symbol::trayAttention;
+        if (waiting > 0)
+            words = french("Vesto : %1",
+                           plural(waiting, "%n proposition en attente", "%n propositions en attente"));
+    } else if (isWorking) {
+        symbol = Symbol::trayWorking;
+        words = french("Vesto : en cours");
+    } else if (m_model.paused()) {
+        symbol = Symbol::trayPaused;
+        words = french("Vesto : en pause");
+    }
+    m_tray.show(Icons::fileName(symbol),
+                Icons::own(symbol, QApplication::palette().color(QPalette::WindowText)), words);
+}
+
+bool DesktopApplication::eventFilter(QObject* watched, QEvent* event) {
+    if (watched == qApp && event->type() == QEvent::ApplicationPaletteChange)
+        updateTray();
+    return QObject::eventFilter(watched, event);
+}
+
+// ---- The desktop around ----
+
+void DesktopApplication::chooseFolder(QWidget* over, const std::filesystem::path& start,
+                                      std::function<void(const std::string& folderID)> added) {
+    const FolderChooser::Words words{
+        .title = french("Choisissez un dossier dont Vesto renommera les nouveaux fichiers."),
+        .accept = french("Surveiller")};
+    m_chooser.choose(over, words, start,
+                     [this, added = std::move(added)](const std::filesystem::path& folder) {
+                         m_model.addFolder(folder, [this, added](const std::optional<WatchedFolder>& watched,
+                                                                 const std::vector<FolderNote>& notes) {
+                             if (!watched)
+                                 return; // why is the model's last error
+                             const auto warning = std::ranges::find_if(notes, [](const FolderNote& note) {
+                                 return note.kind == FolderNote::Kind::readOnly ||
+                                        note.kind == FolderNote::Kind::noSafeRename;
+                             });
+                             if (warning != notes.end())
+                                 m_model.showError(warning->message);
+                             if (added)
+                                 added(watched->id);
+                         });
+                     });
+}
+
+void DesktopApplication::reveal(const std::filesystem::path& file) {
+    m_files.reveal(file, [this, file] {
+        m_model.showError(
+            fmt::format("{} {}", text("Aucun gestionnaire de fichiers n'a répondu. Le fichier est ici :"),
+                        file.native()));
+    });
+}
+
+std::optional<bool> DesktopApplication::launchesAtLogin() const {
+    return m_autostart ? std::optional(m_autostart->isOn()) : std::nullopt;
+}
+
+bool DesktopApplication::setLaunchesAtLogin(bool value) {
+    if (!m_autostart)
+        return false;
+    const auto kept = m_autostart->set(value);
+    if (!kept)
+        m_model.showError(fmt::format("{} {}", text("L'ouverture à la connexion n'a pas pu être réglée :"),
+                                      std::strerror(kept.error())));
+    return kept.has_value();
+}
+
+void DesktopApplication::quit() {
+    if (std::exchange(m_isQuitting, true)) {
+        QCoreApplication::exit(0);
+        return;
+    }
+    QApplication::closeAllWindows();
+    if (m_notifications)
+        m_notifications->closeAll();
+    m_model.finish([] { QCoreApplication::exit(0); });
+}
+
+// ---- The services ----
+
+std::string DesktopApplication::modelSummary() const {
+    const LocalModel::Facts facts = m_languageModel->facts();
+    std::string summary = facts.name;
+    const QLocale& locale = frenchLocale();
+    constexpr double gigabyte = 1e9;
+    if (facts.bytes > 0)
+        summary +=
+            " · " + utf8(locale.toString(static_cast<double>(facts.bytes) / gigabyte, 'f', 1)) + "\u00A0Go";
+    if (facts.perTitle.count() > 0)
+        summary += " · " + utf8(locale.toString(facts.perTitle.count(), 'f', 1)) + ' ' +
+                   std::string(text("s par titre"));
+    return summary;
+}
+
+std::string DesktopApplication::sandboxFault() const {
+    if (auto fault = Startup::networkFault(); !fault.empty())
+        return fault;
+    if (!m_jail)
+        return std::string(text("L'isolation du lecteur est en cours de vérification."));
+    if (!*m_jail)
+        return fmt::format("{} {}", text("Le lecteur isolé n'a pas pu démarrer :"),
+                           messageOf(m_jail->error()));
+    if (**m_jail != ipc::Jail::full)
+        return std::string(
+            text("Isolation réduite : ce noyau n'a pas Landlock. Les appels système du lecteur "
+                 "sont filtrés, mais pas les chemins."));
+    return {};
+}
+
+void DesktopApplication::preview(const std::filesystem::path& file,
+                                 std::function<void(const std::optional<Preview>&)> done) {
+    m_previews.ask(file, std::move(done));
+}
+
+} // namespace vesto

@@ -1,0 +1,92 @@
+#pragma once
+#include "app/Previews.h"
+#include "app/Startup.h"
+#include "app/model/AppModel.h"
+#include "app/model/Commands.h"
+#include "app/model/ControlServer.h"
+#include "app/model/CurrentModel.h"
+#include "app/model/Settings.h"
+#include "app/platform/Autostart.h"
+#include "app/platform/FileManager.h"
+#include "app/platform/FolderChooser.h"
+#include "app/platform/NotificationCentre.h"
+#include "app/platform/Tray.h"
+#include "app/views/Icons.h"
+#include "app/views/PanelWindow.h"
+#include "app/views/Shell.h"
+#include "app/views/WelcomeWindow.h"
+
+#include <QAction>
+#include <QDBusConnection>
+#include <QObject>
+#include <QPointer>
+#include <QString>
+#include <memory>
+#include <optional>
+#include <string>
+
+namespace vesto {
+
+/// The application: its model, what the desktop lends it, and its windows, each made when it is first asked
+/// for. Main thread. Destroying it finishes what was begun with files.
+class DesktopApplication : public QObject, public Shell {
+public:
+    DesktopApplication(Startup::Taken taken, const std::optional<QDBusConnection>& bus);
+    ~DesktopApplication() override;
+
+    void start();
+
+    /// Somebody asked for the application: its panel, or the welcome that was not finished. `token` lets the
+    /// window come to the front; it may be empty.
+    void activate(const QString& token);
+
+    void showPanel() override;
+    void showPanelEditing(std::string_view proposalID) override;
+    void showHistory() override;
+    void showSettings(SettingsPage page) override;
+    void showBatch() override;
+    void chooseFolder(QWidget* over, const std::filesystem::path& start,
+                      std::function<void(const std::string& folderID)> added) override;
+    void reveal(const std::filesystem::path& file) override;
+    /// Finishes the file at hand first; a second time without waiting for it.
+    void quit() override;
+    [[nodiscard]] std::optional<bool> launchesAtLogin() const override;
+    bool setLaunchesAtLogin(bool value) override;
+    [[nodiscard]] std::string modelSummary() const override;
+    [[nodiscard]] std::string sandboxFault() const override;
+    void preview(const std::filesystem::path& file,
+                 std::function<void(const std::optional<Preview>&)> done) override;
+
+    bool eventFilter(QObject* watched, QEvent* event) override;
+
+private:
+    [[nodiscard]] AppModel::Dependencies dependencies();
+    [[nodiscard]] PanelWindow& panel();
+    void openFromTray();
+    void showWelcome();
+    static void bringForward(QWidget& window);
+    void serveControl();
+    void fillMenu();
+    void updateTray();
+
+    Startup::Taken m_taken;
+    Settings m_settings;
+    std::shared_ptr<CurrentModel> m_languageModel;
+    std::unique_ptr<NotificationCentre> m_notifications; // null where nobody shows any
+    NullNotifier m_silence;
+    AppModel m_model;
+    Commands m_commands;
+    std::unique_ptr<ControlServer> m_control;
+    Tray m_tray;
+    QAction* m_pause = nullptr; // the menu's
+    FileManager m_files;
+    FolderChooser m_chooser;
+    std::optional<Autostart> m_autostart;
+    Previews m_previews;
+    std::optional<Previews::Jail> m_jail; // nothing before it was tried
+    bool m_isQuitting = false;
+    std::unique_ptr<PanelWindow> m_panel; // the windows: null before they were asked for
+    std::unique_ptr<WelcomeWindow> m_welcome;
+};
+
+} // namespace vesto

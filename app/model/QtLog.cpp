@@ -1,0 +1,22 @@
+#include "app/model/QtLog.h"
+
+#include "core/support/Log.h"
+
+#include <QString>
+#include <QtGlobal>
+
+namespace vesto {
+namespace {
+
+void noteForLog(QtMsgType type, const QMessageLogContext&, const QString& message) {
+    log::write(type == QtDebugMsg || type == QtInfoMsg ? log::Level::debug : log::Level::info,
+               "Qt : %{public}s", {std::string_view(message.toUtf8().constData())});
+}
+
+} // namespace
+
+void sendQtMessagesToLog() {
+    qInstallMessageHandler(noteForLog);
+}
+
+} // namespace vesto
