@@ -92,6 +92,24 @@ void newest(benchmark::State& state) {
         VESTO_ASSERT(store.history("", 50)->size() == 50);
 }
 
+/// One page after the other as a window scrolls, from the newest row to the last and again; `word` empty: all
+/// rows. The longest of them counts, since it is what somebody who scrolls would feel.
+void pages(benchmark::State& state, const char* word) {
+    constexpr std::size_t page = 200;
+    const Store store = Store::open(LongHistory::file()).value();
+    std::optional<Store::Place> after;
+    double longest = 0;
+    for (auto _ : state) {
+        const auto start = std::chrono::steady_clock::now();
+        const auto rows = store.history(word, page, after).value();
+        const std::chrono::duration<double, std::milli> time = std::chrono::steady_clock::now() - start;
+        longest = std::max(longest, time.count());
+        after =
+            rows.size() < page ? std::nullopt : std::optional(Store::Place{rows.back().date, rows.back().id});
+    }
+    state.counters["longest_ms"] = longest;
+}
+
 /// `rows` on the first page.
 void search(benchmark::State& state, const char* word, std::size_t rows) {
     const Store store = Store::open(LongHistory::file()).value();
@@ -122,6 +140,8 @@ void save(benchmark::State& state) {
 
 BENCHMARK(open)->Name("store/open")->Unit(benchmark::kMillisecond);
 BENCHMARK(newest)->Name("store/newest50")->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(pages, all, "")->Name("store/pages200/all")->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(pages, found, "facture")->Name("store/pages200/found")->Unit(benchmark::kMillisecond);
 BENCHMARK_CAPTURE(search, common, "facture", 50)->Name("store/search/common")->Unit(benchmark::kMillisecond);
 BENCHMARK_CAPTURE(search, letter, "é", 50)->Name("store/search/letter")->Unit(benchmark::kMillisecond);
 BENCHMARK_CAPTURE(search, everything, "pdf", 50)

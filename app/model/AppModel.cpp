@@ -48,6 +48,8 @@ public:
         for (const auto changed : {&AppModel::pendingChanged, &AppModel::unreadableChanged})
             QObject::connect(&face, changed, &face, [this] { scheduleReview(); });
         QObject::connect(&face, &AppModel::idle, &face, [this] { answerFinish(); });
+        QObject::connect(&face, &AppModel::undone, &face,
+                         [this](const RenameRecord& record) { batches.noteUndone(record); });
         context.setWhenIdle([this] { answerFinish(); });
     }
 
@@ -170,6 +172,10 @@ std::optional<FolderWatcher::Mode> AppModel::watchMode(std::string_view folderID
     return m_parts->folders.mode(folderID);
 }
 
+std::optional<FolderTrouble> AppModel::folderTrouble(std::string_view folderID) const {
+    return m_parts->folders.trouble(folderID);
+}
+
 const std::vector<UnreadableFile>& AppModel::unreadable() const {
     return m_parts->jobs.unreadable();
 }
@@ -200,8 +206,7 @@ void AppModel::setAutomatic(std::string_view folderID, bool automatic) {
 }
 
 void AppModel::setPaused(bool paused) {
-    if (const auto saved = m_parts->context.given().settings.setPaused(paused); !saved)
-        m_parts->context.fail(std::string(text("Réglage non enregistré : ")) + std::strerror(saved.error()));
+    tellSettings(m_parts->context.given().settings.setPaused(paused));
     if (std::exchange(m_parts->isPaused, paused) == paused)
         return;
     if (paused)
@@ -263,8 +268,8 @@ void AppModel::setItemTitle(std::string_view proposalID, std::string_view title)
     m_parts->batches.setTitle(proposalID, title);
 }
 
-void AppModel::setItemSelected(std::string_view proposalID, bool selected) {
-    m_parts->batches.setSelected(proposalID, selected);
+void AppModel::setItemsSelected(const std::vector<std::string>& proposalIDs, bool selected) {
+    m_parts->batches.setSelected(proposalIDs, selected);
 }
 
 void AppModel::renameSelected(const Done& done) {
@@ -324,6 +329,13 @@ void AppModel::refreshModelStatus() {
 
 void AppModel::showError(std::string message) {
     m_parts->context.fail(std::move(message));
+}
+
+void AppModel::tellSettings(const std::expected<void, int>& saved) {
+    if (saved)
+        Q_EMIT settingsChanged();
+    else
+        showError(std::string(text("Réglage non enregistré : ")) + std::strerror(saved.error()));
 }
 
 void AppModel::clearLastError() {

@@ -135,6 +135,8 @@ public:
     [[nodiscard]] bool isWatching(std::string_view folderID) const;
     /// How changes in a folder are learnt; nothing where it is not watched.
     [[nodiscard]] std::optional<FolderWatcher::Mode> watchMode(std::string_view folderID) const;
+    /// Why a folder that should be watched is not; nothing where it is, or where nothing is wrong.
+    [[nodiscard]] std::optional<FolderTrouble> folderTrouble(std::string_view folderID) const;
     [[nodiscard]] const std::vector<UnreadableFile>& unreadable() const;
     /// To read the history from.
     [[nodiscard]] const Store& store() const;
@@ -167,7 +169,7 @@ public:
     std::string startBatch(const std::filesystem::path& folder);
     void analyseAlso(AlsoAnalyse which);
     void setItemTitle(std::string_view proposalID, std::string_view title);
-    void setItemSelected(std::string_view proposalID, bool selected);
+    void setItemsSelected(const std::vector<std::string>& proposalIDs, bool selected);
     /// One item after the other, in their order; `done` after the last, also where the batch was closed
     /// meanwhile.
     void renameSelected(const Done& done = {});
@@ -199,6 +201,9 @@ public:
     /// Says in French what went wrong beside the model, where its own errors are shown.
     void showError(std::string message);
     void clearLastError();
+    /// To be called by who changed a setting, with what came of it: for all who show what follows from it, or
+    /// as an error.
+    void tellSettings(const std::expected<void, int>& saved);
 
 Q_SIGNALS:
     void pendingChanged();
@@ -206,6 +211,7 @@ Q_SIGNALS:
     void batchChanged();
     void modelStatusChanged();
     void lastErrorChanged();
+    void settingsChanged(); // by a window; another program's changes count as well, but nobody tells
     void pausedChanged();
     void foldersChanged(); // also what is watched and how
     void unreadableChanged();

@@ -89,12 +89,13 @@ void BatchCommand::analysed(const Batch& batch) {
 void BatchCommand::select() {
     if (!m_order.minConfidence)
         return;
-    std::vector<std::pair<std::string, bool>> choices;
+    std::vector<std::string> chosen;
+    std::vector<std::string> others;
     for (const Batch::Item& item : m_model.batch()->items)
-        choices.emplace_back(item.proposal.id, item.proposal.confidence >= *m_order.minConfidence);
+        (item.proposal.confidence >= *m_order.minConfidence ? chosen : others).push_back(item.proposal.id);
     m_isChoosing = true;
-    for (const auto& [id, isChosen] : choices)
-        m_model.setItemSelected(id, isChosen);
+    m_model.setItemsSelected(chosen, true);
+    m_model.setItemsSelected(others, false);
     m_isChoosing = false;
 }
 

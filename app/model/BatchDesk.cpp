@@ -1,10 +1,13 @@
 #include "app/model/BatchDesk.h"
 
+#include "core/files/FileName.h"
+#include "core/naming/TitleEvidence.h"
 #include "core/support/Text.h"
 
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <unordered_set>
 #include <utility>
 
 namespace vesto {
@@ -71,12 +74,18 @@ void BatchDesk::setTitle(std::string_view proposalID, std::string_view title) {
     changed();
 }
 
-void BatchDesk::setSelected(std::string_view proposalID, bool selected) {
-    Batch::Item* item = m_batch ? m_batch->item(proposalID) : nullptr;
-    if (item == nullptr || !item->isProposed())
+void BatchDesk::setSelected(const std::vector<std::string>& proposalIDs, bool selected) {
+    if (!m_batch)
         return;
-    item->selected = selected;
-    changed();
+    const std::unordered_set<std::string_view> ids(proposalIDs.begin(), proposalIDs.end());
+    bool isChanged = false;
+    for (Batch::Item& item : m_batch->items)
+        if (item.isProposed() && item.selected != selected && ids.contains(item.proposal.id)) {
+            item.selected = selected;
+            isChanged = true;
+        }
+    if (isChanged)
+        changed();
 }
 
 void BatchDesk::renameSelected(const AppModel::Done& done) {
@@ -149,6 +158,21 @@ void BatchDesk::undoNext(std::vector<std::string> recordIDs, const AppModel::Don
     });
 }
 
+void BatchDesk::noteUndone(const RenameRecord& record) {
+    if (!m_batch || record.batchID != m_batch->id)
+        return;
+    const auto item = std::ranges::find_if(m_batch->items, [&](const Batch::Item& each) {
+        return std::holds_alternative<Batch::Renamed>(each.state) &&
+               lastComponentOf(each.proposal.url) == record.originalName &&
+               folderOf(each.proposal.url) == record.folderPath;
+    });
+    if (item == m_batch->items.end())
+        return;
+    item->state = Batch::Proposed{};
+    item->selected = false;
+    changed();
+}
+
 void BatchDesk::close() {
     if (!m_batch)
         return;
@@ -158,7 +182,9 @@ void BatchDesk::close() {
 }
 
 void BatchDesk::add(const Proposal& proposal) {
-    m_batch->items.push_back({.proposal = proposal,
+    Proposal kept = proposal;
+    keepOnlyText(kept.summary);
+    m_batch->items.push_back({.proposal = std::move(kept),
                               .title = proposal.title,
                               .selected = m_context.given().settings.autoThreshold() <= proposal.confidence,
                               .state = Batch::Proposed{}});

@@ -32,10 +32,12 @@ public:
     std::string start(const std::filesystem::path& folder);
     void analyseAlso(AlsoAnalyse which);
     void setTitle(std::string_view proposalID, std::string_view title);
-    void setSelected(std::string_view proposalID, bool selected);
+    void setSelected(const std::vector<std::string>& proposalIDs, bool selected);
     void renameSelected(const AppModel::Done& done);
     void undo(std::string_view batchID, const AppModel::Done& done);
     void close();
+    /// A rename was undone: where it was one of the current batch's, its item is proposed again, unselected.
+    void noteUndone(const RenameRecord& record);
 
     // What became of a file of the current batch.
     void add(const Proposal& proposal);

@@ -12,6 +12,7 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <array>
 #include <cerrno>
 #include <cstring>
 #include <expected>
@@ -110,6 +111,40 @@ std::optional<FileIdentity> folderIdentity(const std::filesystem::path& path, Di
     if (identity)
         identity->state.reset(); // of a folder it says nothing
     return identity;
+}
+
+namespace {
+
+/// Whether a missing folder would stand on a disk that people plug in, whose own folder is missing as well.
+bool isOnAbsentVolume(const std::filesystem::path& folder) {
+    static const std::array<std::filesystem::path, 3> roots{"/media", "/run/media", "/mnt"};
+    std::error_code error;
+    std::filesystem::path there = folder;
+    while (there.has_relative_path() && !std::filesystem::exists(there, error))
+        there = there.parent_path();
+    // Below the first two a folder of the user's name comes first.
+    return std::ranges::any_of(roots, [&](const std::filesystem::path& root) {
+        return there == root || (root != "/mnt" && there.parent_path() == root);
+    });
+}
+
+} // namespace
+
+FolderLook lookAtFolder(const WatchedFolder& folder, Disk& disk) {
+    std::error_code error;
+    const bool isFolder = std::filesystem::is_directory(folder.path, error);
+    if (error == std::errc::permission_denied)
+        return {.identity = std::nullopt, .trouble = FolderTrouble::denied};
+    auto identity = isFolder ? folderIdentity(folder.path, disk) : std::nullopt;
+    if (!identity)
+        return {.identity = std::nullopt,
+                .trouble =
+                    isOnAbsentVolume(folder.path) ? FolderTrouble::volumeAbsent : FolderTrouble::missing};
+    if (folder.bookmark && !isSameStoredFile(*folder.bookmark, *identity))
+        return {.identity = std::nullopt,
+                .trouble = folder.bookmark->device == identity->device ? FolderTrouble::replaced
+                                                                       : FolderTrouble::volumeAbsent};
+    return {.identity = std::move(identity)};
 }
 
 std::vector<FolderNote> checkDiskOf(const std::filesystem::path& folder, Disk& disk) {

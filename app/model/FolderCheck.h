@@ -55,6 +55,21 @@ struct FolderCheck {
 [[nodiscard]] std::optional<FileIdentity> folderIdentity(const std::filesystem::path& path,
                                                          Disk& disk = systemDisk());
 
+/// Why a folder is not watched although it should be.
+enum class FolderTrouble {
+    missing,
+    volumeAbsent, // its disk is not there
+    denied,
+    replaced, // another folder stands in its place
+};
+
+struct FolderLook {
+    std::optional<FileIdentity> identity;           // of the folder itself; nothing where it is in trouble
+    FolderTrouble trouble = FolderTrouble::missing; // where there is no identity
+};
+/// Looks whether a folder that is to be watched is still there. Blocks while the disk does; any thread.
+[[nodiscard]] FolderLook lookAtFolder(const WatchedFolder& folder, Disk& disk = systemDisk());
+
 /// What a folder is called in messages: its last component, repaired where it is no text.
 [[nodiscard]] std::string displayNameOf(const std::filesystem::path& folder);
 

@@ -61,6 +61,11 @@ std::optional<FolderWatcher::Mode> FolderSet::mode(std::string_view id) const {
     return place->second.watcher->mode();
 }
 
+std::optional<FolderTrouble> FolderSet::trouble(std::string_view id) const {
+    const auto loss = m_losses.find(id);
+    return loss == m_losses.end() ? std::nullopt : std::optional(loss->second.trouble);
+}
+
 void FolderSet::add(const std::filesystem::path& path, std::function<bool()> watches,
                     AppModel::FolderDone done) {
     m_context.onFiles([path, watched = m_folders,
@@ -147,26 +152,24 @@ void FolderSet::watch(const WatchedFolder& folder) {
     const std::uint64_t serial = ++m_lastSerial;
     m_watches[folder.id] = Watch{serial, nullptr};
     m_context.onFiles(
-        [path = folder.path, &disk = m_context.given().disk] { return folderIdentity(path, disk); },
-        [this, id = folder.id, serial](const std::optional<FileIdentity>& there) {
-            startWatcher(id, serial, there);
-        });
+        [folder, &disk = m_context.given().disk] { return lookAtFolder(folder, disk); },
+        [this, id = folder.id, serial](const FolderLook& look) { startWatcher(id, serial, look); });
 }
 
-void FolderSet::startWatcher(const std::string& id, std::uint64_t serial,
-                             const std::optional<FileIdentity>& there) {
+void FolderSet::startWatcher(const std::string& id, std::uint64_t serial, const FolderLook& look) {
     WatchedFolder* folder = findMutable(id);
     if (folder == nullptr || !isCurrent(id, serial))
         return;
-    if (!there || (folder->bookmark && !isSameStoredFile(*folder->bookmark, *there))) {
+    if (!look.identity) {
         m_watches.erase(id);
-        tellLoss(*folder, fmt::format("{}{}{}", text("Accès perdu à "), inQuotes(folder->path),
-                                      text(". Ajoutez-le à nouveau.")));
+        tellLoss(*folder, look.trouble,
+                 fmt::format("{}{}{}", text("Accès perdu à "), inQuotes(folder->path),
+                             text(". Ajoutez-le à nouveau.")));
         Q_EMIT m_context.face().foldersChanged();
         return;
     }
-    if (folder->bookmark != there) { // its disk may have got another number
-        folder->bookmark = there;
+    if (folder->bookmark != look.identity) { // its disk may have got another number
+        folder->bookmark = look.identity;
         m_context.ledger().save(*folder);
     }
     log::write(log::Level::info, "surveillance de %{public}s", {folder->path});
@@ -209,7 +212,8 @@ void FolderSet::finishStart(const std::string& id, std::uint64_t serial,
         forgetLoss(id);
     } else {
         m_watches.erase(id);
-        tellLoss(*folder, fmt::format("{}{}.", text("Impossible de surveiller "), inQuotes(folder->path)));
+        tellLoss(*folder, FolderTrouble::denied,
+                 fmt::format("{}{}.", text("Impossible de surveiller "), inQuotes(folder->path)));
     }
     Q_EMIT m_context.face().foldersChanged();
 }
@@ -239,8 +243,9 @@ void FolderSet::ended(const std::string& id, std::uint64_t serial) {
     auto watcher = std::move(place->second.watcher);
     m_watches.erase(place);
     retire(std::move(watcher));
-    tellLoss(*folder, inQuotes(folder->path) + std::string(text(" a été déplacé ou supprimé : surveillance "
-                                                                "arrêtée.")));
+    tellLoss(*folder, FolderTrouble::missing,
+             inQuotes(folder->path) + std::string(text(" a été déplacé ou supprimé : surveillance "
+                                                       "arrêtée.")));
     m_listener.lost(id);
     Q_EMIT m_context.face().foldersChanged();
 }
@@ -251,11 +256,13 @@ void FolderSet::lookForLost() {
             watch(folder);
 }
 
-void FolderSet::tellLoss(const WatchedFolder& folder, std::string message) {
+void FolderSet::tellLoss(const WatchedFolder& folder, FolderTrouble trouble, std::string message) {
     m_search.start();
-    if (m_losses.contains(folder.id))
+    if (const auto known = m_losses.find(folder.id); known != m_losses.end()) {
+        known->second.trouble = trouble;
         return; // was said when it was lost
-    m_losses.emplace(folder.id, message);
+    }
+    m_losses.emplace(folder.id, Loss{trouble, message});
     m_context.fail(std::move(message));
 }
 
@@ -263,7 +270,7 @@ void FolderSet::forgetLoss(std::string_view id) {
     const auto loss = m_losses.find(id);
     if (loss == m_losses.end())
         return;
-    if (m_context.lastError() == loss->second)
+    if (m_context.lastError() == loss->second.message)
         m_context.setLastError(std::nullopt);
     m_losses.erase(loss);
     if (m_losses.empty())

@@ -1,4 +1,5 @@
 #pragma once
+#include "app/model/FolderCheck.h"
 #include "app/model/ModelContext.h"
 #include "app/model/WatchedFolder.h"
 
@@ -37,6 +38,7 @@ public:
     [[nodiscard]] const WatchedFolder* find(std::string_view id) const;
     [[nodiscard]] bool isWatching(std::string_view id) const;
     [[nodiscard]] std::optional<FolderWatcher::Mode> mode(std::string_view id) const;
+    [[nodiscard]] std::optional<FolderTrouble> trouble(std::string_view id) const;
 
     /// `watches`: whether folders are being watched now, asked when the folder joins.
     void add(const std::filesystem::path& path, std::function<bool()> watches, AppModel::FolderDone done);
@@ -56,10 +58,14 @@ private:
         std::uint64_t serial = 0; // tells the letters of this watch from those of an earlier one
         std::shared_ptr<FolderWatcher> watcher; // null while it starts
     };
+    struct Loss {
+        FolderTrouble trouble = FolderTrouble::missing;
+        std::string message; // that the user was told
+    };
     [[nodiscard]] WatchedFolder* findMutable(std::string_view id);
     void join(const FolderCheck& check, bool watches, const AppModel::FolderDone& done);
     void watch(const WatchedFolder& folder);
-    void startWatcher(const std::string& id, std::uint64_t serial, const std::optional<FileIdentity>& there);
+    void startWatcher(const std::string& id, std::uint64_t serial, const FolderLook& look);
     [[nodiscard]] FolderWatcher::Consumer consumer(const std::string& id, std::uint64_t serial);
     /// `watcher` is null where it could not start.
     void finishStart(const std::string& id, std::uint64_t serial, std::shared_ptr<FolderWatcher> watcher);
@@ -67,15 +73,15 @@ private:
     void retire(std::shared_ptr<FolderWatcher> watcher);
     void ended(const std::string& id, std::uint64_t serial);
     void lookForLost();
-    void tellLoss(const WatchedFolder& folder, std::string message);
+    void tellLoss(const WatchedFolder& folder, FolderTrouble trouble, std::string message);
     void forgetLoss(std::string_view id);
     [[nodiscard]] bool isCurrent(std::string_view id, std::uint64_t serial) const;
 
     ModelContext& m_context;
     Listener m_listener;
     std::vector<WatchedFolder> m_folders;
-    std::map<std::string, Watch, std::less<>> m_watches;      // by folder
-    std::map<std::string, std::string, std::less<>> m_losses; // what was said of lost folders, by folder
+    std::map<std::string, Watch, std::less<>> m_watches; // by folder
+    std::map<std::string, Loss, std::less<>> m_losses;   // lost folders
     std::uint64_t m_lastSerial = 0;
     QTimer m_search; // runs while a folder is lost
 };

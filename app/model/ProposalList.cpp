@@ -1,6 +1,7 @@
 #include "app/model/ProposalList.h"
 
 #include "core/files/FileName.h"
+#include "core/naming/TitleEvidence.h"
 #include "core/support/Text.h"
 
 #include <algorithm>
@@ -57,7 +58,9 @@ void ProposalList::finishRestore(std::vector<PendingProposal> stored, const std:
     Q_EMIT m_context.face().pendingChanged();
 }
 
-void ProposalList::add(const PendingProposal& pending) {
+void ProposalList::add(const PendingProposal& proposed) {
+    PendingProposal pending = proposed;
+    keepOnlyText(pending.proposal.summary);
     m_context.ledger().save(pending);
     m_pending.insert(m_pending.begin(), pending);
     m_context.given().notifier.notifyProposal(pending);

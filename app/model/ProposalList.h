@@ -31,7 +31,7 @@ public:
     [[nodiscard]] const std::vector<PendingProposal>& all() const { return m_pending; }
 
     /// Its identity is in flight already, and stays so.
-    void add(const PendingProposal& pending);
+    void add(const PendingProposal& proposed);
     void accept(std::string_view proposalID, const std::optional<std::string>& title,
                 AppModel::RecordDone done);
     bool reject(std::string_view proposalID);

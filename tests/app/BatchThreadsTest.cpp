@@ -52,9 +52,9 @@ TEST(BatchThreads, AnalysesRenamesAndUndoes) {
     EXPECT_EQ(linesOf(batch).size(), 3);
 
     world.model->setItemTitle(batch.items[1].proposal.id, "  ");
-    world.model->setItemSelected(batch.items[2].proposal.id, false);
+    world.model->setItemsSelected({batch.items[2].proposal.id}, false);
     world.model->setItemTitle(batch.items[3].proposal.id, "Mon titre");
-    world.model->setItemSelected(batch.items[3].proposal.id, true);
+    world.model->setItemsSelected({batch.items[3].proposal.id}, true);
     bool isDone = false;
     world.model->renameSelected([&] { isDone = true; });
     ASSERT_TRUE(world.eventually([&] { return isDone; }));
@@ -73,6 +73,9 @@ TEST(BatchThreads, AnalysesRenamesAndUndoes) {
     ASSERT_TRUE(world.eventually([&] { return isDone; }));
     EXPECT_EQ(world.errors.back(), "Annulation impossible : Le fichier n'existe plus.");
     EXPECT_TRUE(namesIn(world.folder.path()).contains("scan0001.txt"));
+    EXPECT_TRUE(batch.items[0].isProposed()); // again, for who thinks better of it
+    EXPECT_FALSE(batch.items[0].selected);
+    EXPECT_FALSE(batch.items[3].isProposed());
 }
 
 TEST(BatchThreads, SkipsTheRestOnceItIsClosed) {

@@ -114,7 +114,10 @@ public:
             static int wordCount = 1;
             static std::string program = "app_tests";
             static std::array<char*, 2> words{program.data(), nullptr};
-            static const QCoreApplication application(wordCount, words.data());
+            static const auto application = // the tests of the windows have one
+                QCoreApplication::instance() == nullptr
+                    ? std::make_unique<QCoreApplication>(wordCount, words.data())
+                    : nullptr;
         }
         openStore();
     }

@@ -1,0 +1,142 @@
+#include "app/views/BatchPreview.h"
+
+#include "app/model/AppModel.h"
+#include "app/model/EvidenceSheet.h"
+#include "app/views/EvidenceView.h"
+#include "app/views/Names.h"
+#include "app/views/NoteLabel.h"
+#include "app/views/PageParts.h"
+#include "app/views/Words.h"
+#include "core/files/FileName.h"
+
+#include <QFrame>
+#include <QPointer>
+#include <QScrollArea>
+#include <QVBoxLayout>
+#include <algorithm>
+#include <chrono>
+
+namespace vesto {
+namespace {
+
+constexpr std::chrono::milliseconds delay(150);
+constexpr std::size_t mostLines = 8;
+
+} // namespace
+
+BatchPreview::BatchPreview(AppModel& model, const Settings& settings, Shell& shell, QWidget* parent)
+    : QWidget(parent)
+    , m_model(model)
+    , m_settings(settings)
+    , m_picture(new PreviewView(shell, this))
+    , m_name(new NoteLabel({}, this, NoteLabel::Tone::plain, 1))
+    , m_old(new NoteLabel({}, this))
+    , m_evidence(new EvidenceView) {
+    m_picture->setMinimumHeight(120);
+    m_picture->setMaximumHeight(250);
+    auto* names = new QVBoxLayout;
+    names->setSpacing(2);
+    names->addWidget(m_name);
+    names->addWidget(m_old);
+    auto* scroller = new QScrollArea(this);
+    scroller->setFrameShape(QFrame::NoFrame);
+    scroller->setWidgetResizable(true);
+    scroller->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+    scroller->setWidget(m_evidence);
+    scroller->setFocusPolicy(Qt::TabFocus);
+    scroller->setAccessibleName(french("Preuves"));
+    auto* column = new QVBoxLayout(this);
+    column->setContentsMargins(12, 0, 16, 8);
+    column->setSpacing(12);
+    column->addWidget(m_picture, 3);
+    column->addLayout(names);
+    column->addWidget(PageParts::separator());
+    column->addWidget(scroller, 4);
+    m_lookDelay.setSingleShot(true);
+    m_lookDelay.setInterval(delay);
+    connect(&m_lookDelay, &QTimer::timeout, this, &BatchPreview::lookForName);
+    clear();
+}
+
+PreviewView::Subject BatchPreview::subjectOf(const Batch::Item& item) const {
+    const auto* renamed = std::get_if<Batch::Renamed>(&item.state);
+    const auto& url = item.proposal.url;
+    PreviewView::Subject subject{.id = item.proposal.id,
+                                 .file = renamed == nullptr ? url : siblingOf(url, renamed->newName),
+                                 .kind = item.proposal.summary.kind,
+                                 .name = shownName(lastComponentOf(url))};
+    for (const std::string& line : item.proposal.summary.lines) {
+        if (static_cast<std::size_t>(subject.lines.size()) == mostLines)
+            break;
+        subject.lines.push_back(shownName(line));
+    }
+    return subject;
+}
+
+void BatchPreview::show(const Batch::Item& item, const std::string& title,
+                        const std::vector<const Batch::Item*>& neighbours) {
+    if (m_shownID != item.proposal.id || !m_picture->isSettled()) {
+        std::vector<PreviewView::Subject> next;
+        for (const Batch::Item* each : neighbours)
+            next.push_back(subjectOf(*each));
+        m_picture->show(subjectOf(item), std::move(next));
+    }
+    m_shownID = item.proposal.id;
+    showName(item, title);
+    m_old->setText(french("au lieu de %1", quoted(shownName(lastComponentOf(item.proposal.url)))));
+    m_evidence->setSheet(evidenceSheet(item.proposal, title), m_settings.autoThreshold());
+    m_evidence->setVisible(true);
+}
+
+void BatchPreview::showName(const Batch::Item& item, const std::string& title) {
+    m_lookDelay.stop();
+    m_proposal.reset();
+    m_name->setTone(NoteLabel::Tone::plain);
+    m_name->setToolTip({});
+    if (const auto* renamed = std::get_if<Batch::Renamed>(&item.state)) {
+        m_name->setText(leftToRight(shownName(renamed->newName)));
+    } else if (const auto base = m_model.baseNameFor(title, item.proposal)) {
+        m_proposal = item.proposal;
+        m_baseName = *base;
+        m_plainName = item.proposal.policy.fileName(*base, extensionOf(lastComponentOf(item.proposal.url)));
+        m_name->setText(leftToRight(shownName(m_plainName)));
+        m_lookDelay.start();
+    } else {
+        m_name->setText(french("Titre vide."));
+        m_name->setTone(NoteLabel::Tone::failure);
+    }
+}
+
+void BatchPreview::lookForName() {
+    if (!m_proposal)
+        return;
+    m_model.lookUpNames({{m_proposal->url, m_baseName, m_proposal->policy}},
+                        [view = QPointer<BatchPreview>(this), id = m_proposal->id,
+                         wanted = m_plainName](const std::vector<std::string>& names) {
+                            if (view && view->m_proposal && view->m_proposal->id == id)
+                                view->takeName(wanted, names.front());
+                        });
+}
+
+void BatchPreview::takeName(const std::string& wanted, const std::string& name) {
+    if (wanted != m_plainName)
+        return; // something else was written meanwhile
+    m_name->setText(leftToRight(shownName(name)));
+    m_name->setToolTip(name == wanted ? QString() : french("Un fichier porte déjà ce nom."));
+}
+
+void BatchPreview::clear() {
+    m_shownID.clear();
+    m_proposal.reset();
+    m_lookDelay.stop();
+    m_picture->clear();
+    m_name->clear();
+    m_old->clear();
+    m_evidence->setVisible(false);
+}
+
+QString BatchPreview::finalName() const {
+    return m_name->text().remove(QChar(0x200E));
+}
+
+} // namespace vesto

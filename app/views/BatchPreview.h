@@ -1,0 +1,54 @@
+#pragma once
+#include "app/model/Batch.h"
+#include "app/model/Settings.h"
+#include "app/views/PreviewView.h"
+
+#include <QTimer>
+#include <QWidget>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace vesto {
+
+class AppModel;
+class EvidenceView;
+class NoteLabel;
+class Shell;
+
+/// What is known of one file of a batch: its picture, the name that it will carry, and why.
+class BatchPreview final : public QWidget {
+    Q_OBJECT
+public:
+    BatchPreview(AppModel& model, const Settings& settings, Shell& shell, QWidget* parent = nullptr);
+
+    /// `title`: the one that is being written, or the item's. `neighbours` are likely to be shown next.
+    void show(const Batch::Item& item, const std::string& title,
+              const std::vector<const Batch::Item*>& neighbours);
+    void clear();
+    /// Lets go of the pictures.
+    void forgetPictures() { m_picture->clear(); }
+
+    [[nodiscard]] QString finalName() const;
+    [[nodiscard]] const PreviewView& picture() const { return *m_picture; }
+
+private:
+    void showName(const Batch::Item& item, const std::string& title);
+    void lookForName();
+    void takeName(const std::string& wanted, const std::string& name);
+    [[nodiscard]] PreviewView::Subject subjectOf(const Batch::Item& item) const;
+
+    AppModel& m_model;
+    const Settings& m_settings;
+    PreviewView* m_picture;
+    NoteLabel* m_name;
+    NoteLabel* m_old;
+    EvidenceView* m_evidence;
+    std::string m_shownID;
+    std::string m_plainName; // without a number
+    std::optional<Proposal> m_proposal;
+    std::string m_baseName;
+    QTimer m_lookDelay;
+};
+
+} // namespace vesto

@@ -1,0 +1,81 @@
+#include "app/views/TableDelegate.h"
+
+#include "app/views/Tones.h"
+
+#include <QHeaderView>
+#include <QPainter>
+#include <QTreeView>
+#include <algorithm>
+
+namespace vesto {
+namespace {
+
+constexpr int leastHeight = 32;
+constexpr int padding = 12; // above and below the text, together
+constexpr int sideMargin = 8;
+constexpr int symbolSide = 16;
+constexpr int symbolGap = 6;
+constexpr int edgeBar = 3;
+constexpr int headerHeight = 28;
+
+} // namespace
+
+TableDelegate::TableDelegate(QTreeView& view)
+    : PaintedRows(view) {
+    view.setItemDelegate(this);
+    view.setRootIsDecorated(false);
+    view.setItemsExpandable(false);
+    view.setUniformRowHeights(true);
+    view.setAllColumnsShowFocus(true);
+    view.setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+    view.setVerticalScrollMode(QAbstractItemView::ScrollPerPixel);
+    view.setTextElideMode(Qt::ElideMiddle);
+    view.header()->setMinimumHeight(headerHeight);
+}
+
+QSize TableDelegate::sizeHint(const QStyleOptionViewItem& option, const QModelIndex& /*index*/) const {
+    return {0, std::max(leastHeight, option.fontMetrics.height() + padding)};
+}
+
+bool TableDelegate::isRowLively(const QModelIndex& index) const {
+    const QModelIndex hovered = hoveredRow();
+    return (hovered.isValid() && hovered.row() == index.row()) || view().currentIndex().row() == index.row();
+}
+
+void TableDelegate::paintCellGround(QPainter& painter, const QStyleOptionViewItem& option,
+                                    const QModelIndex& index) const {
+    const Tones tones(option.palette);
+    const auto& table = static_cast<const QTreeView&>(view());
+    const bool isFirst = table.header()->visualIndex(index.column()) == 0;
+    const bool isSelected = option.state.testFlag(QStyle::State_Selected);
+    const bool isHovered = hoveredRow().isValid() && hoveredRow().row() == index.row();
+    if (isSelected)
+        painter.fillRect(option.rect, tones.selectedRow());
+    else if (isHovered)
+        painter.fillRect(option.rect, tones.hoveredRow());
+    else if (index.row() % 2 == 1)
+        painter.fillRect(option.rect, option.palette.color(QPalette::Active, QPalette::AlternateBase));
+    const bool isFocused = table.hasFocus() && table.currentIndex().row() == index.row();
+    if (isFocused) {
+        const QRect& place = option.rect;
+        const QColor ring = tones.focus();
+        painter.fillRect(QRect(place.left(), place.top(), place.width(), 1), ring);
+        painter.fillRect(QRect(place.left(), place.bottom(), place.width(), 1), ring);
+    }
+    if (isSelected && isFirst)
+        painter.fillRect(QRect(option.rect.left(), option.rect.top(), edgeBar, option.rect.height()),
+                         tones.accent());
+}
+
+QRect TableDelegate::contentOf(const QStyleOptionViewItem& option) {
+    return option.rect.adjusted(sideMargin, 0, -sideMargin, 0);
+}
+
+QRect TableDelegate::paintSymbol(QPainter& painter, const QRect& place, Symbol symbol, const QColor& colour) {
+    QRect side(place.left(), 0, symbolSide, symbolSide);
+    side.moveTop(place.center().y() - (symbolSide / 2) + 1);
+    Icons::paint(painter, side, symbol, colour);
+    return place.adjusted(symbolSide + symbolGap, 0, 0, 0);
+}
+
+} // namespace vesto

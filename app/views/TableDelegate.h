@@ -1,0 +1,30 @@
+#pragma once
+#include "app/views/PaintedRows.h"
+
+class QTreeView;
+
+namespace vesto {
+
+/// Base of the tables' delegates: rows of one height that are marked as a whole, cells of one line.
+class TableDelegate : public PaintedRows {
+public:
+    explicit TableDelegate(QTreeView& view);
+
+    [[nodiscard]] QSize sizeHint(const QStyleOptionViewItem& option, const QModelIndex& index) const override;
+
+protected:
+    /// Whether the pointer is over the row, or it is the current one.
+    [[nodiscard]] bool isRowLively(const QModelIndex& index) const;
+
+    /// The ground of a cell, as a part of its row's.
+    void paintCellGround(QPainter& painter, const QStyleOptionViewItem& option,
+                         const QModelIndex& index) const;
+
+    /// Where a cell's content stands.
+    [[nodiscard]] static QRect contentOf(const QStyleOptionViewItem& option);
+
+    /// Calls the symbol's drawing; gives what is left of the place.
+    static QRect paintSymbol(QPainter& painter, const QRect& place, Symbol symbol, const QColor& colour);
+};
+
+} // namespace vesto
