@@ -3,6 +3,7 @@
 #include "app/model/AppModel.h"
 #include "app/views/Announcer.h"
 #include "app/views/ErrorStrip.h"
+#include "app/views/EvidenceView.h"
 #include "app/views/Names.h"
 #include "app/views/PanelParts.h"
 #include "app/views/SectionHeader.h"
@@ -303,7 +304,9 @@ void MenuPanel::revealCurrent() {
 
 void MenuPanel::showEvidence(const QModelIndex& index) {
     if (const PendingProposal* pending = m_pending.proposal(index))
-        Q_EMIT evidenceAsked(*pending, markOf(index));
+        EvidenceView::popUp(*m_pendingList->viewport(), markOf(index),
+                            evidenceSheet(pending->proposal, pending->proposal.title),
+                            m_settings.autoThreshold());
 }
 
 QRect MenuPanel::markOf(const QModelIndex& index) const {

@@ -62,8 +62,6 @@ public:
 Q_SIGNALS:
     /// Its contents take another height.
     void contentsResized();
-    /// Why a proposal has its confidence; `mark` is where that stands, in the list.
-    void evidenceAsked(const vesto::PendingProposal& pending, const QRect& mark);
 
 protected:
     void changeEvent(QEvent* event) override;
