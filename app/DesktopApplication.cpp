@@ -164,11 +164,24 @@ void DesktopApplication::showPanelEditing(std::string_view proposalID) {
     panel().openEditing(proposalID);
 }
 
-void DesktopApplication::showHistory() {}
+void DesktopApplication::showHistory() {
+    if (!m_history)
+        m_history = std::make_unique<HistoryWindow>(m_model, *this);
+    bringForward(*m_history);
+}
 
-void DesktopApplication::showSettings(SettingsPage) {}
+void DesktopApplication::showSettings(SettingsPage page) {
+    if (!m_settingsWindow)
+        m_settingsWindow = std::make_unique<SettingsWindow>(m_model, m_settings, *this);
+    m_settingsWindow->showPage(page);
+    bringForward(*m_settingsWindow);
+}
 
-void DesktopApplication::showBatch() {}
+void DesktopApplication::showBatch() {
+    if (!m_batch)
+        m_batch = std::make_unique<BatchWindow>(m_model, m_settings, *this);
+    bringForward(*m_batch);
+}
 
 // ---- The tray ----
 

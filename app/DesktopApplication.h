@@ -11,8 +11,11 @@
 #include "app/platform/FolderChooser.h"
 #include "app/platform/NotificationCentre.h"
 #include "app/platform/Tray.h"
+#include "app/views/BatchWindow.h"
+#include "app/views/HistoryWindow.h"
 #include "app/views/Icons.h"
 #include "app/views/PanelWindow.h"
+#include "app/views/SettingsWindow.h"
 #include "app/views/Shell.h"
 #include "app/views/WelcomeWindow.h"
 
@@ -87,6 +90,9 @@ private:
     bool m_isQuitting = false;
     std::unique_ptr<PanelWindow> m_panel; // the windows: null before they were asked for
     std::unique_ptr<WelcomeWindow> m_welcome;
+    std::unique_ptr<HistoryWindow> m_history;
+    std::unique_ptr<SettingsWindow> m_settingsWindow;
+    std::unique_ptr<BatchWindow> m_batch;
 };
 
 } // namespace vesto
