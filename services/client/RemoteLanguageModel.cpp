@@ -146,7 +146,7 @@ RemoteLanguageModel::respond(const ModelRequest& request, std::stop_token stop, 
     std::unique_lock lock(m_mutex);
     post(job);
     const auto isDone = [&] { return job->result.has_value(); };
-    m_changed.wait(lock, stop, isDone);
+    m_changed.wait(lock, std::move(stop), isDone);
     if (!job->result && !job->isAsked) {
         job->isAbandoned = true; // what it waits for goes on, and serves the next
         return std::unexpected(Failure{Code::cancelled, "cancelled before it was its turn"});
