@@ -73,7 +73,7 @@ struct Watched {
 
     /// What was reported until now, by a look that began after the call.
     std::vector<std::string> now() {
-        const std::string mark = "zz mark " + std::to_string(++m_marks);
+        const std::string mark = "\xFF\xFF mark " + std::to_string(++m_marks); // reported after all others
         write(path / mark, "");
         EXPECT_TRUE(reports.waitFor(mark));
         auto names = reports.take();
