@@ -14,8 +14,8 @@ class TrayWatcher(dbus.service.Object):
     def __init__(self, bus):
         self.items = []
         self.bus = bus
-        self.name = dbus.service.BusName(WATCHER, bus)
         super().__init__(bus, "/StatusNotifierWatcher")
+        self.name = dbus.service.BusName(WATCHER, bus)  # last: whoever sees the name asks at once
 
     @dbus.service.method(WATCHER, in_signature="s", sender_keyword="sender")
     def RegisterStatusNotifierItem(self, service, sender=None):
