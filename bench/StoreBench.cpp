@@ -5,8 +5,11 @@
 #include <fmt/format.h>
 #include <stdlib.h>
 
+#include <algorithm>
 #include <array>
+#include <chrono>
 #include <filesystem>
+#include <optional>
 #include <random>
 #include <string>
 #include <system_error>

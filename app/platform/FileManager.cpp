@@ -18,6 +18,7 @@ constexpr int patience = 10'000; // ms; the desktop may have to start its file m
 
 void whenDone(QObject& context, const QDBusPendingCall& call, const std::function<void(bool)>& done) {
     auto* watcher = new QDBusPendingCallWatcher(call, &context);
+    // NOLINTNEXTLINE(clang-analyzer-cplusplus.NewDeleteLeaks): the connection owns its copy of `done`
     QObject::connect(watcher, &QDBusPendingCallWatcher::finished, &context,
                      [done](QDBusPendingCallWatcher* finished) {
                          finished->deleteLater();
