@@ -72,7 +72,7 @@ void BatchDelegate::paintCell(QPainter& painter, const QStyleOptionViewItem& opt
                               const QModelIndex& index) const {
     const Tones tones(option.palette);
     const QString text = index.data().toString();
-    QRect place = contentOf(option);
+    const QRect place = contentOf(option);
     switch (index.column()) {
     case BatchModel::checkColumn: {
         const QVariant symbol = index.data(SymbolRole);
