@@ -34,7 +34,7 @@ ROOMS = {
 ROOTS = ("core", "services", "app", "cli", "tests", "fuzz", "bench")
 
 READERS = ("core/extraction/readers/", "tests/readers/", "fuzz/", "bench/")
-QT = ("app/", "tests/app/", "tests/views/", "tests/platform/", "tests/desktop/", "bench/")
+QT = ("app/", "tests/app/", "tests/views/", "tests/screenshots/", "tests/platform/", "tests/desktop/", "bench/")
 # Foreign headers: pattern of the name between the brackets, the path prefixes that may include it, and why.
 FOREIGN = [
     (r"unicode/", ("core/support/Unicode", "core/support/Charset", "tests/core/"),

@@ -39,7 +39,7 @@ TitleEditor::TitleEditor(AppModel& model, const PendingProposal& pending, const 
     old->setFont(secondaryFont(font()));
     old->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred);
     QPalette pale = old->palette();
-    pale.setColor(QPalette::WindowText, Tones(palette()).secondary());
+    pale.setColor(QPalette::Text, Tones(palette()).secondary()); // the list under it is a Base
     old->setPalette(pale);
 
     auto* answers = new QHBoxLayout;

@@ -108,10 +108,14 @@ WelcomeWindow::WelcomeWindow(AppModel& model, const Settings& settings, Shell& s
     scroll->setWidgetResizable(true);
     scroll->setFocusPolicy(Qt::NoFocus);
     scroll->setWidget(contents);
+    m_edge = new QFrame(this);
+    m_edge->setFixedHeight(1);
+    m_edge->setAutoFillBackground(true);
     auto* whole = new QVBoxLayout(this);
     whole->setContentsMargins(0, 0, 0, 0);
     whole->setSpacing(0);
     whole->addWidget(scroll, 1);
+    whole->addWidget(m_edge);
     whole->addWidget(buildFooter());
     setTabOrder(m_desktop, m_downloads);
     setTabOrder(m_downloads, m_finish);
@@ -166,6 +170,7 @@ QWidget* WelcomeWindow::buildExamples() {
         if (&example != examples.data()) {
             auto* line = new QFrame(frame);
             line->setFixedHeight(1);
+            line->setBackgroundRole(QPalette::Window);
             line->setAutoFillBackground(true);
             line->setObjectName(QStringLiteral("separator"));
             column->addWidget(line);
@@ -261,6 +266,11 @@ void WelcomeWindow::finish() {
 
 void WelcomeWindow::dress() {
     const Tones tones(palette());
+    for (QPushButton* button : {m_desktop, m_downloads})
+        button->setIcon(Icons::themed(Symbol::addFolder, palette()));
+    QPalette edge = palette();
+    edge.setColor(QPalette::Window, tones.separatorOnWindow());
+    m_edge->setPalette(edge);
     m_heading->setFont(welcomeFont(font()));
     QPalette good = palette();
     good.setColor(QPalette::WindowText, tones.success());
@@ -270,14 +280,11 @@ void WelcomeWindow::dress() {
     for (QLabel* before : findChildren<QLabel*>(QStringLiteral("before"))) {
         before->setFont(secondaryFont(font()));
         QPalette pale = palette();
-        pale.setColor(QPalette::WindowText, tones.secondary());
+        pale.setColor(QPalette::Text, tones.secondary()); // the frame around it is a Base
         before->setPalette(pale);
     }
     for (QLabel* after : findChildren<QLabel*>(QStringLiteral("after"))) {
         after->setFont(nameFont(font()));
-        QPalette plain = palette();
-        plain.setColor(QPalette::WindowText, tones.text());
-        after->setPalette(plain);
     }
     for (QFrame* separator : findChildren<QFrame*>(QStringLiteral("separator"))) {
         QPalette line = palette();

@@ -3,6 +3,7 @@
 #include <filesystem>
 #include <string>
 
+class QFrame;
 class QLabel;
 class QPushButton;
 
@@ -45,6 +46,7 @@ private:
     const Settings& m_settings;
     Shell& m_shell;
     QLabel* m_heading = nullptr;
+    QFrame* m_edge = nullptr; // above the footer
     QPushButton* m_desktop = nullptr;
     QPushButton* m_downloads = nullptr;
     QLabel* m_addedIcon = nullptr;
