@@ -4,12 +4,10 @@ import pathlib
 import re
 import subprocess
 import sys
-import threading
 import time
 import unittest
 
 import dbus.mainloop.glib
-from gi.repository import GLib
 
 from session import PATIENCE, Session, until
 from tray_watcher import TrayItem, TrayWatcher
@@ -17,7 +15,6 @@ from tray_watcher import TrayItem, TrayWatcher
 VESTO = sys.argv.pop(1)
 DATED = r"^\d{4}-\d\d-\d\d "
 NOTIFICATIONS = "org.freedesktop.Notifications"
-dbus.mainloop.glib.threads_init()
 dbus.mainloop.glib.DBusGMainLoop(set_as_default=True)
 
 
@@ -26,13 +23,6 @@ class DesktopTest(unittest.TestCase):
         session = Session(VESTO, **options)
         self.addCleanup(session.close)
         return session
-
-    def turning(self):
-        """Turns the main loop while a test waits elsewhere."""
-        loop = GLib.MainLoop()
-        thread = threading.Thread(target=loop.run)
-        thread.start()
-        self.addCleanup(lambda: (loop.quit(), thread.join()))
 
 
 class LifeTest(DesktopTest):
@@ -228,7 +218,6 @@ class TrayTest(DesktopTest):
         session = self.session()
         bus = session.connection()
         desktop = session.start_desktop("--hidden")
-        self.turning()
         watcher = TrayWatcher(bus)
         watcher.StatusNotifierHostRegistered()
         until(lambda: watcher.items, "the icon")
