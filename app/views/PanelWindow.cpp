@@ -115,8 +115,6 @@ void PanelWindow::openAsWindow() {
     }
     setWindowState(windowState() & ~Qt::WindowMinimized);
     show();
-    // What is shown for the first time takes its real height only then.
-    QMetaObject::invokeMethod(this, &PanelWindow::fit, Qt::QueuedConnection);
     raise();
     activateWindow();
     m_panel->focusFirst();
