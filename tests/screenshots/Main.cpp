@@ -44,7 +44,7 @@ QPalette dark() {
 int takeAll(const std::filesystem::path& target, const std::string& wanted) {
     const QPalette light = QApplication::palette();
     const std::string scale = qEnvironmentVariable("QT_SCALE_FACTOR") == QLatin1String("2") ? "-200" : "";
-    std::vector<Scene> scenes = panelScenes();
+    const std::vector<Scene> scenes = panelScenes();
     for (const auto& [suffix, palette] : {std::pair{"-light", light}, std::pair{"-dark", dark()}}) {
         QApplication::setPalette(palette);
         for (const Scene& scene : scenes) {

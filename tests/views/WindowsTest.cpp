@@ -81,7 +81,7 @@ TEST(HistoryWindowThreads, FindsUndoesAndReveals) {
     QTest::keyClick(field, Qt::Key_Escape);
     ASSERT_TRUE(world.eventually([&] { return table->model()->rowCount() == 2; }));
     rename(world, "scan0003.txt", "Recette de cuisine"); // while it is looked at
-    EXPECT_EQ(table->model()->rowCount(), 3);
+    EXPECT_TRUE(world.eventually([&] { return table->model()->rowCount() == 3; }));
     QTest::keyClick(&window, Qt::Key_Escape);
     EXPECT_FALSE(window.isVisible());
 }
