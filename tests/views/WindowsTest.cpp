@@ -45,7 +45,7 @@ void rename(WindowWorld& world, std::string_view name, std::string_view content)
 
 // ---- History ----
 
-TEST(HistoryWindowThreads, FindsUndoesAndReveals) {
+TEST(HistoryWindowWithWorkers, FindsUndoesAndReveals) {
     WindowWorld world;
     world.start();
     world.watch();
@@ -100,7 +100,7 @@ TEST(HistoryWindow, SaysThatThereIsNothing) {
 
 // ---- Batch ----
 
-class BatchWindowThreads : public testing::Test {
+class BatchWindowWithWorkers : public testing::Test {
 protected:
     void analyse() {
         write(world.folder / "scan0001.txt", "Facture EDF octobre Montpellier");
@@ -136,7 +136,7 @@ protected:
     QTreeView* list = nullptr;
 };
 
-TEST_F(BatchWindowThreads, IsReviewedByKeys) {
+TEST_F(BatchWindowWithWorkers, IsReviewedByKeys) {
     analyse();
     EXPECT_EQ(renameButton()->text(), QStringLiteral("Renommer (3)"));
     expectNamed(*window);
@@ -185,7 +185,7 @@ TEST_F(BatchWindowThreads, IsReviewedByKeys) {
               QStringLiteral("Facture EDF octobre Montpellier"));
 }
 
-TEST_F(BatchWindowThreads, IsSortedOnceAndTakesWhatComesLater) {
+TEST_F(BatchWindowWithWorkers, IsSortedOnceAndTakesWhatComesLater) {
     analyse();
     list->header()->setSortIndicator(BatchModel::titleColumn, Qt::AscendingOrder);
     EXPECT_TRUE(column(*list->model(), BatchModel::titleColumn).front().startsWith(QStringLiteral("Devis")));
@@ -201,7 +201,7 @@ TEST_F(BatchWindowThreads, IsSortedOnceAndTakesWhatComesLater) {
         column(*list->model(), BatchModel::titleColumn).front().startsWith(QStringLiteral("Facture")));
 }
 
-TEST_F(BatchWindowThreads, ShowsPicturesAndAsksForThemInTurn) {
+TEST_F(BatchWindowWithWorkers, ShowsPicturesAndAsksForThemInTurn) {
     Preview picture{.width = 2, .height = 2, .rgba = std::vector<std::uint8_t>(16, 255)};
     world.shell.pictures["scan0001.txt"] = picture;
     analyse();
@@ -227,7 +227,7 @@ TEST(BatchWindow, LeadsToTheSettingsWhereThereIsNoBatch) {
 
 // ---- Settings ----
 
-TEST(SettingsWindowThreads, ChangesFolders) {
+TEST(SettingsWindowWithWorkers, ChangesFolders) {
     WindowWorld world;
     world.start();
     const WatchedFolder folder = world.watch();
