@@ -1,6 +1,5 @@
 #include "services/client/RemoteLanguageModel.h"
 
-#include <sys/eventfd.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -20,12 +19,11 @@ std::string_view baseOf(std::string_view language) {
 
 RemoteLanguageModel::RemoteLanguageModel(Settings settings)
     : m_settings(std::move(settings))
-    , m_bell(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK))
+    , m_host(m_settings.program, m_settings.arguments, m_settings.windDown)
     , m_thread([this] { work(); }) {}
 
 RemoteLanguageModel::~RemoteLanguageModel() {
-    m_closing = true;
-    ring();
+    m_host.close();
     m_thread.join();
 }
 
@@ -33,7 +31,7 @@ LanguageModel::Availability RemoteLanguageModel::availability() {
     if (!m_settings.enabled)
         return Availability::appleIntelligenceNotEnabled;
     const auto file = openModelFile(m_settings.model);
-    const std::scoped_lock lock(m_mutex);
+    const std::scoped_lock lock(m_jobs.mutex);
     return availabilityNow(file ? std::optional(file->identity) : std::nullopt);
 }
 
@@ -62,7 +60,7 @@ RemoteLanguageModel::availabilityNow(const std::optional<ModelIdentity>& identit
             m_known = Known::loading;
             m_facts.obstacle = Obstacle::none;
             if (!std::exchange(m_loadIsPosted, true))
-                post(std::make_shared<Job>());
+                m_jobs.post(std::make_shared<Job>(), m_host);
         }
     }
     switch (m_known) {
@@ -95,7 +93,7 @@ void RemoteLanguageModel::turnTo(const std::optional<ModelIdentity>& identity) {
 }
 
 bool RemoteLanguageModel::supportsLanguage(std::string_view language) {
-    const std::scoped_lock lock(m_mutex);
+    const std::scoped_lock lock(m_jobs.mutex);
     return supports(m_facts, language);
 }
 
@@ -111,29 +109,30 @@ void RemoteLanguageModel::prewarm(const std::string& instructions) {
     auto job = std::make_shared<Job>();
     job->kind = Job::Kind::warm;
     job->request.instructions = instructions;
-    const std::scoped_lock lock(m_mutex);
-    const bool waits = std::ranges::any_of(m_jobs, [&](const auto& other) {
+    const std::scoped_lock lock(m_jobs.mutex);
+    const bool waits = std::ranges::any_of(m_jobs.waiting(), [&](const auto& other) {
         return other->kind == Job::Kind::warm && other->request.instructions == instructions;
     });
     if (!waits)
-        post(std::move(job));
+        m_jobs.post(std::move(job), m_host);
 }
 
 bool RemoteLanguageModel::isGettingReady() const {
-    const std::scoped_lock lock(m_mutex);
-    const auto prepares = [](const auto& job) { return job->kind != Job::Kind::ask; };
-    return std::ranges::any_of(m_jobs, prepares) ||
-           (m_current && (prepares(m_current) || !m_current->isAsked));
+    const std::scoped_lock lock(m_jobs.mutex);
+    const auto prepares = [](const Job& job) { return job.kind != Job::Kind::ask; };
+    const Job* current = m_jobs.current();
+    return std::ranges::any_of(m_jobs.waiting(), [&](const auto& job) { return prepares(*job); }) ||
+           (current != nullptr && (prepares(*current) || !current->isAsked));
 }
 
 std::expected<ProposedName, LanguageModel::Failure> RemoteLanguageModel::respond(const ModelRequest& request,
                                                                                  std::stop_token stop) {
     Written written;
-    return respond(request, std::move(stop), written);
+    return respond(request, stop, written);
 }
 
 std::expected<ProposedName, LanguageModel::Failure>
-RemoteLanguageModel::respond(const ModelRequest& request, std::stop_token stop, Written& written) {
+RemoteLanguageModel::respond(const ModelRequest& request, const std::stop_token& stop, Written& written) {
     using Code = Failure::Code;
     if (!m_settings.enabled)
         return std::unexpected(Failure{Code::engine, "switched off"});
@@ -143,51 +142,27 @@ RemoteLanguageModel::respond(const ModelRequest& request, std::stop_token stop, 
     auto job = std::make_shared<Job>();
     job->kind = Job::Kind::ask;
     job->request = request;
-    std::unique_lock lock(m_mutex);
-    post(job);
-    const auto isDone = [&] { return job->result.has_value(); };
-    m_changed.wait(lock, std::move(stop), isDone);
-    if (!job->result && !job->isAsked) {
-        job->isAbandoned = true; // what it waits for goes on, and serves the next
+    std::unique_lock lock(m_jobs.mutex);
+    m_jobs.post(job, m_host);
+    if (!m_jobs.await(lock, *job, stop, std::nullopt, m_host))
         return std::unexpected(Failure{Code::cancelled, "cancelled before it was its turn"});
-    }
-    if (!job->result) {
-        job->isCancelled = true;
-        ring();
-        m_changed.wait(lock, isDone);
-    }
     written = job->written;
-    return *std::move(job->result);
+    return std::move(job->result);
 }
 
 LanguageModel::Availability RemoteLanguageModel::settle(milliseconds timeout) {
     const auto end = std::chrono::steady_clock::now() + timeout;
     static_cast<void>(availability()); // sets off loading
     {
-        std::unique_lock lock(m_mutex);
-        m_changed.wait_until(lock, end, [&] { return m_jobs.empty() && !m_current; });
+        std::unique_lock lock(m_jobs.mutex);
+        m_jobs.awaitRest(lock, end);
     }
     return availability();
 }
 
 RemoteLanguageModel::Facts RemoteLanguageModel::facts() {
-    const std::scoped_lock lock(m_mutex);
+    const std::scoped_lock lock(m_jobs.mutex);
     return m_facts;
-}
-
-std::optional<pid_t> RemoteLanguageModel::process() const {
-    const std::scoped_lock lock(m_mutex);
-    return m_pid;
-}
-
-void RemoteLanguageModel::post(std::shared_ptr<Job> job) {
-    m_jobs.push_back(std::move(job));
-    ring();
-}
-
-void RemoteLanguageModel::ring() const {
-    const std::uint64_t one = 1;
-    [[maybe_unused]] const ssize_t ignored = ::write(m_bell.get(), &one, sizeof one);
 }
 
 } // namespace vesto

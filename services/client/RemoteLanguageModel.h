@@ -2,19 +2,17 @@
 #include "core/naming/LanguageModel.h"
 #include "core/support/UniqueFd.h"
 #include "services/client/ModelFile.h"
+#include "services/client/ModelHost.h"
+#include "services/client/ModelJobs.h"
 #include "services/client/ModelNotes.h"
 #include "services/client/ModelObstacle.h"
 #include "services/client/ModelProcess.h"
 
-#include <atomic>
 #include <chrono>
-#include <condition_variable>
 #include <cstdint>
-#include <deque>
 #include <filesystem>
 #include <functional>
 #include <memory>
-#include <mutex>
 #include <optional>
 #include <string>
 #include <thread>
@@ -74,7 +72,7 @@ public:
     [[nodiscard]] std::expected<ProposedName, Failure> respond(const ModelRequest& request,
                                                                std::stop_token stop) override;
     [[nodiscard]] std::expected<ProposedName, Failure> respond(const ModelRequest& request,
-                                                               std::stop_token stop, Written& written);
+                                                               const std::stop_token& stop, Written& written);
 
     /// Waits until nothing is being loaded or got ready, at most for `timeout`; then what `availability`
     /// says.
@@ -89,19 +87,16 @@ public:
     [[nodiscard]] static bool supports(const Facts& facts, std::string_view language);
 
     /// The process that hosts the model now; nothing while there is none.
-    [[nodiscard]] std::optional<pid_t> process() const;
+    [[nodiscard]] std::optional<pid_t> process() const { return m_host.process(); }
 
 private:
-    struct Job {
+    struct Job : ModelJob {
         enum class Kind { load, warm, ask };
         Kind kind = Kind::load;
         ModelRequest request;
-        // Guarded by m_mutex.
-        bool isAsked = false; // the host has it
-        bool isAbandoned = false;
-        bool isCancelled = false;
-        Written written;
-        std::optional<std::expected<ProposedName, Failure>> result;
+        Written written; // of the own thread until it is done, as is the result
+        std::expected<ProposedName, Failure> result =
+            std::unexpected(Failure{Failure::Code::cancelled, "the application ends"});
     };
     /// The state behind the instructions, in memory that nobody can write to any more.
     struct Prefix {
@@ -115,12 +110,9 @@ private:
     // Of any thread.
     [[nodiscard]] Availability availabilityNow(const std::optional<ModelIdentity>& identity);
     void turnTo(const std::optional<ModelIdentity>& identity);
-    void post(std::shared_ptr<Job> job);
-    void ring() const;
 
     // Of the own thread.
     void work();
-    void waitForBell();
     void perform(Job& job);
     [[nodiscard]] std::expected<ProposedName, Failure> ask(Job& job);
     [[nodiscard]] static std::expected<ProposedName, Failure> titleOf(const ipc::ModelAnswered& report);
@@ -131,37 +123,27 @@ private:
     [[nodiscard]] bool startAndLoad(const ModelFile& file);
     [[nodiscard]] bool ensureWarm(const std::string& instructions);
     void keepPrefix(const std::string& instructions, UniqueFd memory, std::uint64_t bytes);
-    void hostDied();
+    bool buryHost();
     void dropHost();
     bool conclude(Obstacle obstacle);
-    [[nodiscard]] ModelProcess::Patience patience(std::chrono::milliseconds longest,
-                                                  std::function<bool()> isCancelled) const;
 
     const Settings m_settings;
-    const UniqueFd m_bell;
+    ModelHost m_host;
+    ModelJobs<Job> m_jobs; // whose mutex is for what follows
 
-    mutable std::mutex m_mutex; // for what follows
-    std::condition_variable_any m_changed;
-    std::deque<std::shared_ptr<Job>> m_jobs;
-    std::shared_ptr<Job> m_current;
     bool m_loadIsPosted = false;
     std::optional<ModelIdentity> m_identity; // of the file that the next four tell of
     Known m_known = Known::nothing;
     Facts m_facts;
     std::optional<ModelNote> m_note; // where the engine has taken the file, once
     std::uint32_t m_news = 0;        // in it, that are not written down
-    std::optional<pid_t> m_pid;
-
-    std::atomic<bool> m_closing = false;
 
     // Of the own thread alone.
     std::optional<ModelIdentity> m_loaded; // the file that the host, the prefix and the threads belong to
-    std::optional<ModelProcess> m_host;
     std::optional<Prefix> m_prefix;
     ipc::ModelThreads m_threads;
     std::optional<std::string> m_warmFor; // the instructions that the host is ready for
     bool m_hostHasRead = false;           // a document
-    int m_deaths = 0;                     // of hosts, since the last title
 
     std::thread m_thread;
 };

@@ -2,80 +2,40 @@
 #include "services/client/RemoteLanguageModel.h"
 
 #include <fcntl.h>
-#include <poll.h>
-#include <sys/eventfd.h>
 #include <sys/mman.h>
 #include <unistd.h>
 
 #include <algorithm>
-#include <array>
 #include <utility>
 
 namespace vesto {
 namespace {
 
 using ipc::ModelOutcome;
-using std::chrono::milliseconds;
 
-constexpr std::chrono::minutes loadingTakes{5};
 constexpr std::chrono::minutes warmingTakes{10};
 constexpr std::chrono::minutes answeringTakes{5};
-constexpr std::chrono::minutes idle{6};           // after which a host has long left by itself
-constexpr int mostDeaths = 3;                     // of hosts without a title in between
 constexpr off_t roomForPrefix = off_t{512} << 20; // bytes; pages that nobody writes to take none
 constexpr std::uint32_t manyNews = 20;            // titles whose time is written down at last
 
 } // namespace
 
 void RemoteLanguageModel::work() {
-    std::unique_lock lock(m_mutex);
-    while (!m_closing) {
-        if (m_jobs.empty()) {
-            lock.unlock();
-            waitForBell();
-            lock.lock();
-            continue;
-        }
-        const auto job = std::move(m_jobs.front());
-        m_jobs.pop_front();
-        if (job->isAbandoned)
-            continue;
-        m_current = job;
-        lock.unlock();
-        perform(*job);
-        lock.lock();
-        m_current.reset();
-        m_changed.notify_all();
-        lock.unlock();
-        keepNote(manyNews);
-        lock.lock();
-    }
-    for (const auto& job : m_jobs)
-        job->result = std::unexpected(Failure{Failure::Code::cancelled, "the application ends"});
-    m_changed.notify_all();
-    lock.unlock();
+    m_jobs.work(
+        m_host, [this](Job& job) { perform(job); },
+        [this] {
+            keepNote(manyNews);
+            if (!m_host.sleep())
+                dropHost();
+        });
     dropHost();
-}
-
-void RemoteLanguageModel::waitForBell() {
-    std::array<pollfd, 2> entries{pollfd{m_bell.get(), POLLIN, 0},
-                                  pollfd{m_host ? m_host->process().socket() : -1, POLLIN, 0}};
-    const int ready =
-        ::poll(entries.data(), entries.size(), m_host ? static_cast<int>(milliseconds(idle).count()) : -1);
-    if (entries[0].revents != 0) {
-        eventfd_t rung = 0;
-        static_cast<void>(::eventfd_read(m_bell.get(), &rung));
-    }
-    // It is gone, speaks unasked, or should have left.
-    if (ready == 0 || entries[1].revents != 0)
-        dropHost();
 }
 
 void RemoteLanguageModel::perform(Job& job) {
     switch (job.kind) {
     case Job::Kind::load: {
         static_cast<void>(ensureLoaded());
-        const std::scoped_lock lock(m_mutex);
+        const std::scoped_lock lock(m_jobs.mutex);
         m_loadIsPosted = false;
         break;
     }
@@ -83,12 +43,9 @@ void RemoteLanguageModel::perform(Job& job) {
         if (ensureLoaded())
             static_cast<void>(ensureWarm(job.request.instructions));
         break;
-    case Job::Kind::ask: {
-        auto result = ask(job);
-        const std::scoped_lock lock(m_mutex);
-        job.result = std::move(result);
+    case Job::Kind::ask:
+        job.result = ask(job);
         break;
-    }
     }
 }
 
@@ -105,25 +62,21 @@ std::expected<ProposedName, LanguageModel::Failure> RemoteLanguageModel::ask(Job
         if (!ensureWarm(job.request.instructions))
             return std::unexpected(Failure{Code::engine, "the instructions could not be evaluated"});
         {
-            const std::scoped_lock lock(m_mutex);
+            const std::scoped_lock lock(m_jobs.mutex);
             if (job.isAbandoned)
                 return std::unexpected(Failure{Code::cancelled, ""});
             job.isAsked = true;
         }
         const auto start = std::chrono::steady_clock::now();
         m_hostHasRead = true;
-        const auto report = m_host->give<ipc::ModelAnswered>(order, -1, patience(answeringTakes, [&] {
-                                                                 const std::scoped_lock lock(m_mutex);
-                                                                 return m_closing || job.isCancelled;
-                                                             }));
+        const auto report = m_host.give<ipc::ModelAnswered>(order, -1, answeringTakes, [&] {
+            const std::scoped_lock lock(m_jobs.mutex);
+            return job.isCancelled;
+        });
         if (!report) {
-            const bool left = m_host->process().isGone(milliseconds(0)) && m_host->process().leftIdle();
-            if (left && attempt == 0) {
-                dropHost();
+            if (buryHost())
                 continue;
-            }
-            hostDied();
-            const std::scoped_lock lock(m_mutex);
+            const std::scoped_lock lock(m_jobs.mutex);
             if (job.isCancelled)
                 return std::unexpected(Failure{Code::cancelled, "cancelled; the host had to be ended"});
             return std::unexpected(Failure{Code::engine, "the host of the model ended"});
@@ -138,8 +91,8 @@ std::expected<ProposedName, LanguageModel::Failure> RemoteLanguageModel::ask(Job
 
 void RemoteLanguageModel::measure(Job& job, const ipc::ModelAnswered& report,
                                   std::chrono::duration<double> took) {
-    m_deaths = 0;
-    const std::scoped_lock lock(m_mutex);
+    m_host.forgetDeaths();
+    const std::scoped_lock lock(m_jobs.mutex);
     job.written = {.tokens = report.tokens, .refusals = report.refusals};
     m_facts.lastTokens = report.tokens;
     m_facts.lastRefusals = report.refusals;
@@ -156,7 +109,7 @@ void RemoteLanguageModel::measure(Job& job, const ipc::ModelAnswered& report,
 void RemoteLanguageModel::keepNote(std::uint32_t leastNews) {
     ModelNote note;
     {
-        const std::scoped_lock lock(m_mutex);
+        const std::scoped_lock lock(m_jobs.mutex);
         if (!m_note || m_news < leastNews)
             return;
         m_news = 0;
@@ -193,7 +146,7 @@ RemoteLanguageModel::titleOf(const ipc::ModelAnswered& report) {
 bool RemoteLanguageModel::ensureLoaded() {
     const auto file = openModelFile(m_settings.model);
     {
-        const std::scoped_lock lock(m_mutex);
+        const std::scoped_lock lock(m_jobs.mutex);
         const auto identity = file ? std::optional(file->identity) : std::nullopt;
         if (identity != m_identity)
             turnTo(identity);
@@ -202,17 +155,17 @@ bool RemoteLanguageModel::ensureLoaded() {
         dropHost();
         m_prefix.reset();
         m_threads = {};
-        m_deaths = 0;
+        m_host.forgetDeaths();
         m_loaded = file ? std::optional(file->identity) : std::nullopt;
     }
     if (!file)
         return conclude(Obstacle::noFile);
-    if (m_host && m_host->process().isGone(milliseconds(0)))
+    if (m_host.isGone())
         dropHost();
-    if (m_host)
+    if (m_host.isRunning())
         return true;
     {
-        const std::scoped_lock lock(m_mutex);
+        const std::scoped_lock lock(m_jobs.mutex);
         if (m_known == Known::unusable && m_facts.obstacle != Obstacle::memory)
             return false;
     }
@@ -224,42 +177,22 @@ bool RemoteLanguageModel::ensureLoaded() {
 bool RemoteLanguageModel::startAndLoad(const ModelFile& file) {
     bool isFirst = false;
     {
-        const std::scoped_lock lock(m_mutex);
+        const std::scoped_lock lock(m_jobs.mutex);
         isFirst = m_known != Known::usable;
         if (isFirst)
             m_known = Known::loading;
     }
-    auto host = ModelProcess::start(m_settings.program, m_settings.arguments);
-    if (!host) {
-        switch (host.error()) {
-        case ModelProcess::StartFailure::programMissing:
-            return conclude(Obstacle::noEngine);
-        case ModelProcess::StartFailure::noJail:
-            return conclude(Obstacle::noJail);
-        case ModelProcess::StartFailure::notStarted:
-            return conclude(Obstacle::dies);
-        }
-    }
-    m_host.emplace(*std::move(host));
     m_hostHasRead = false;
-    const auto report =
-        m_host->give<ipc::ModelLoaded>(ipc::LoadModel{.describe = isFirst}, file.fd.get(),
-                                       patience(loadingTakes, [&] { return m_closing.load(); }));
-    if (!report || report->outcome != ModelOutcome::done) {
-        dropHost();
-        if (m_closing)
-            return false;
-        return conclude(report && report->outcome == ModelOutcome::noMemory ? Obstacle::memory
-                                                                            : Obstacle::refused);
-    }
-    const std::scoped_lock lock(m_mutex);
-    m_pid = m_host->process().pid();
+    const auto report = m_host.load({.kind = ipc::ModelKind::language, .describe = isFirst}, file);
+    if (!report)
+        return report.error() != Obstacle::none && conclude(report.error());
+    const std::scoped_lock lock(m_jobs.mutex);
     if (m_identity != file.identity)
         return true; // somebody has seen another file meanwhile: nothing is said of that one
     m_known = Known::usable;
     m_facts.obstacle = Obstacle::none;
     m_facts.bytes = file.identity.bytes;
-    m_facts.engine = m_host->engine();
+    m_facts.engine = m_host.engine();
     m_facts.parameters = report->parameters;
     m_facts.context = report->context;
     if (isFirst) {
@@ -282,7 +215,7 @@ bool RemoteLanguageModel::ensureWarm(const std::string& instructions) {
     if (m_warmFor == instructions)
         return true;
     const bool isKept =
-        m_prefix && m_prefix->instructions == instructions && m_prefix->engine == m_host->engine();
+        m_prefix && m_prefix->instructions == instructions && m_prefix->engine == m_host.engine();
     UniqueFd memory;
     if (!isKept) {
         memory.reset(::memfd_create("vesto-prefix", MFD_CLOEXEC | MFD_ALLOW_SEALING));
@@ -292,10 +225,9 @@ bool RemoteLanguageModel::ensureWarm(const std::string& instructions) {
     const ipc::WarmModel order{
         .instructions = instructions, .stateBytes = isKept ? m_prefix->bytes : 0, .threads = m_threads};
     const auto report =
-        m_host->give<ipc::ModelWarmed>(order, isKept ? m_prefix->memory.get() : memory.get(),
-                                       patience(warmingTakes, [&] { return m_closing.load(); }));
+        m_host.give<ipc::ModelWarmed>(order, isKept ? m_prefix->memory.get() : memory.get(), warmingTakes);
     if (!report) {
-        hostDied();
+        static_cast<void>(buryHost());
         return false;
     }
     if (isKept && !report->kept)
@@ -308,7 +240,7 @@ bool RemoteLanguageModel::ensureWarm(const std::string& instructions) {
     m_threads = report->threads;
     if (!isKept)
         keepPrefix(instructions, std::move(memory), report->stateBytes);
-    const std::scoped_lock lock(m_mutex);
+    const std::scoped_lock lock(m_jobs.mutex);
     m_facts.lastStartKept = report->kept;
     return true;
 }
@@ -322,21 +254,22 @@ void RemoteLanguageModel::keepPrefix(const std::string& instructions, UniqueFd m
     if (::ftruncate(memory.get(), static_cast<off_t>(bytes)) != 0 ||
         ::fcntl(memory.get(), F_ADD_SEALS, closed) != 0)
         return;
-    m_prefix = Prefix{instructions, m_host->engine(), std::move(memory), bytes};
+    m_prefix = Prefix{instructions, m_host.engine(), std::move(memory), bytes};
 }
 
-void RemoteLanguageModel::hostDied() {
+/// After a report that did not come. Whether the host had left by itself.
+bool RemoteLanguageModel::buryHost() {
+    const bool left = m_host.bury();
     dropHost();
-    if (!m_closing && ++m_deaths >= mostDeaths)
+    if (m_host.diesAlways())
         static_cast<void>(conclude(Obstacle::dies));
+    return left;
 }
 
 void RemoteLanguageModel::dropHost() {
     keepNote(1);
-    m_host.reset();
     m_warmFor.reset();
-    const std::scoped_lock lock(m_mutex);
-    m_pid.reset();
+    m_host.end();
 }
 
 /// Always false: what was to be done cannot be.
@@ -344,7 +277,7 @@ bool RemoteLanguageModel::conclude(Obstacle obstacle) {
     const bool isForGood = obstacle == Obstacle::refused || obstacle == Obstacle::dies;
     bool wasNoted = false;
     {
-        const std::scoped_lock lock(m_mutex);
+        const std::scoped_lock lock(m_jobs.mutex);
         if (m_identity == m_loaded) {
             m_known = Known::unusable;
             m_facts.obstacle = obstacle;
@@ -354,14 +287,6 @@ bool RemoteLanguageModel::conclude(Obstacle obstacle) {
     if (wasNoted)
         m_settings.notes.forget(fileName());
     return false;
-}
-
-ModelProcess::Patience RemoteLanguageModel::patience(milliseconds longest,
-                                                     std::function<bool()> isCancelled) const {
-    return {.bell = m_bell.get(),
-            .isCancelled = std::move(isCancelled),
-            .longest = longest,
-            .windDown = m_settings.windDown};
 }
 
 } // namespace vesto

@@ -2,18 +2,16 @@
 #include "core/extraction/SpeechTranscribing.h"
 #include "core/support/UniqueFd.h"
 #include "services/client/ModelFile.h"
+#include "services/client/ModelHost.h"
+#include "services/client/ModelJobs.h"
 #include "services/client/ModelObstacle.h"
 #include "services/client/ModelProcess.h"
 
-#include <atomic>
 #include <chrono>
-#include <condition_variable>
 #include <cstdint>
-#include <deque>
 #include <filesystem>
 #include <functional>
 #include <memory>
-#include <mutex>
 #include <optional>
 #include <string>
 #include <thread>
@@ -65,55 +63,36 @@ public:
     [[nodiscard]] Facts facts() const;
 
     /// The process that hosts the model now; nothing while there is none.
-    [[nodiscard]] std::optional<pid_t> process() const;
+    [[nodiscard]] std::optional<pid_t> process() const { return m_host.process(); }
 
 private:
     using Moment = std::chrono::steady_clock::time_point;
-    struct Job {
+    struct Job : ModelJob {
         UniqueFd sound;
         ipc::TranscribeSound order;
         Moment end;
-        // Guarded by m_mutex.
-        bool isAsked = false; // the host has it
-        bool isAbandoned = false;
-        bool isCancelled = false;
-        bool isDone = false;
-        std::vector<std::string> lines;
+        std::vector<std::string> lines; // of the own thread until it is done
     };
-
-    void ring() const;
 
     // Of the own thread.
     void work();
-    void waitForBell();
     void perform(Job& job);
     [[nodiscard]] std::optional<ipc::SoundTranscribed> hear(Job& job);
     [[nodiscard]] bool ensureLoaded();
     [[nodiscard]] bool startAndLoad(const ModelFile& file);
     [[nodiscard]] bool ensureMeasured(Job& job);
-    [[nodiscard]] bool hasLeft();
-    void dropHost();
+    [[nodiscard]] bool buryHost();
     bool conclude(ModelObstacle obstacle);
-    [[nodiscard]] ModelProcess::Patience patience(std::chrono::milliseconds longest,
-                                                  std::function<bool()> isCancelled) const;
 
     const Settings m_settings;
-    const UniqueFd m_bell;
-
-    mutable std::mutex m_mutex; // for what follows
-    std::condition_variable_any m_changed;
-    std::deque<std::shared_ptr<Job>> m_jobs;
+    ModelHost m_host;
+    ModelJobs<Job> m_jobs; // whose mutex is for the facts too
     Facts m_facts;
-    std::optional<pid_t> m_pid;
-
-    std::atomic<bool> m_closing = false;
 
     // Of the own thread alone.
-    std::optional<ModelIdentity> m_loaded; // the file that the next three belong to
-    std::optional<ModelProcess> m_host;
-    std::uint32_t m_threads = 0; // 0: not known
+    std::optional<ModelIdentity> m_loaded; // the file that host and the next two belong to
+    std::uint32_t m_threads = 0;           // 0: not known
     bool m_isUnusable = false;
-    int m_deaths = 0; // of hosts, since the last recording that was heard to its end
 
     std::thread m_thread;
 };

@@ -1,5 +1,6 @@
 #include "services/model/Engine.h"
 
+#include "services/model/ThreadChoice.h"
 #include "services/model/TitleWriter.h"
 
 #include <gguf.h>
@@ -10,6 +11,7 @@
 #include <chrono>
 #include <cstdio>
 #include <new>
+#include <optional>
 #include <thread>
 #include <utility>
 
@@ -176,32 +178,25 @@ ModelOutcome Engine::decode(std::span<llama_token> tokens) {
     return ModelOutcome::done;
 }
 
-/// With `measure` its second and third piece are given to all processors and to one.
+/// With `measure` its first pieces are given to all processors and to one.
 ModelOutcome Engine::evaluatePrefix(bool measure) {
     std::span<llama_token> rest = m_frame.before;
     const std::uint32_t all = processors();
-    const auto timed = [&](std::uint32_t threads, Clock::duration& time) {
-        const auto count = static_cast<std::int32_t>(threads);
-        llama_set_n_threads(m_context.get(), count, count);
+    ModelOutcome outcome = ModelOutcome::done;
+    const auto timed = [&](int threads) -> std::optional<Clock::duration> {
+        llama_set_n_threads(m_context.get(), threads, threads);
         const auto start = Clock::now();
-        const ModelOutcome outcome = decode(rest.first(measuredTokens));
-        time = Clock::now() - start;
+        outcome = decode(rest.first(measuredTokens));
         rest = rest.subspan(measuredTokens);
-        return outcome;
+        return outcome == ModelOutcome::done ? std::optional(Clock::now() - start) : std::nullopt;
     };
     if (measure) {
         m_threads.reading = all;
-        if (all > 1 && rest.size() > 4 * measuredTokens) {
-            Clock::duration cold{};
-            Clock::duration together{};
-            Clock::duration alone{};
-            // The first piece waits for the disk.
-            for (const auto& [threads, time] :
-                 {std::pair(all, &cold), std::pair(all, &together), std::pair(1U, &alone)})
-                if (const ModelOutcome outcome = timed(threads, *time); outcome != ModelOutcome::done)
-                    return outcome;
-            m_threads.reading = alone < together ? 1 : all;
-        }
+        if (rest.size() > 4 * measuredTokens)
+            if (const auto faster = fasterThreads(static_cast<int>(all), timed))
+                m_threads.reading = static_cast<std::uint32_t>(*faster);
+        if (outcome != ModelOutcome::done)
+            return outcome;
     }
     const auto count = static_cast<std::int32_t>(m_threads.reading);
     llama_set_n_threads(m_context.get(), count, count);

@@ -2,6 +2,7 @@
 
 #include "core/support/Unicode.h"
 #include "services/model/SpeechFile.h"
+#include "services/model/ThreadChoice.h"
 
 #include <ggml-backend.h>
 #include <sys/stat.h>
@@ -195,23 +196,17 @@ ipc::ModelWarmed Transcriber::measure() {
         const std::unique_ptr<whisper_state, Free> state(
             m_context && all > 1 ? whisper_init_state(m_context.get()) : nullptr);
         const Sound silence(shortestSound);
-        bool goesOn = state && whisper_pcm_to_mel_with_state(m_context.get(), state.get(), silence.data(),
-                                                             static_cast<int>(silence.size()), all) == 0;
-        Clock::duration best = Clock::duration::max();
-        // The first time waits for memory.
-        for (const auto& [threads, counts] :
-             {std::pair(all, false), std::pair(all, true), std::pair(1, true)}) {
+        const bool isReady =
+            state && whisper_pcm_to_mel_with_state(m_context.get(), state.get(), silence.data(),
+                                                   static_cast<int>(silence.size()), all) == 0;
+        const auto timed = [&](int threads) -> std::optional<Clock::duration> {
             const auto start = Clock::now();
-            goesOn = goesOn && work(*state, threads);
-            const auto took = Clock::now() - start;
-            if (!goesOn || !counts || took >= best)
-                continue;
-            best = took;
-            fastest = threads;
-        }
+            if (!isReady || !work(*state, threads))
+                return std::nullopt;
+            return Clock::now() - start;
+        };
         // Too slow even for so little: others want these processors, and threads would wait for each other.
-        if (m_late && best == Clock::duration::max())
-            fastest = 1;
+        fastest = fasterThreads(all, timed).value_or(m_late ? 1 : all);
         report.outcome = m_stopped ? ModelOutcome::cancelled : ModelOutcome::done;
     } catch (const std::bad_alloc&) {
         report.outcome = ModelOutcome::noMemory;

@@ -43,7 +43,7 @@ class Titles(unittest.TestCase):
 
     def files(self, count):
         folder = self.home / "files"
-        folder.mkdir()
+        folder.mkdir(exist_ok=True)
         for number in range(count):
             (folder / f"scan{number:04}.txt").write_text(INVOICE, encoding="utf-8")
         return folder
@@ -115,12 +115,15 @@ class Titles(unittest.TestCase):
         self.assertEqual(self.hosts_of(watch.pid), [])
         (folder / "scan0001.txt").write_text(INVOICE, encoding="utf-8")
         self.wait_for_host(watch.pid)
-        # On a very busy machine the first ones may come too late for the model.
-        sources = [self.event(watch, "proposed")["source"]]
-        while sources[-1] != "model" and len(sources) < 8:
-            (folder / f"scan{len(sources):04}b.txt").write_text(INVOICE, encoding="utf-8")
-            sources.append(self.event(watch, "proposed")["source"])
-        self.assertEqual(sources[-1], "model")
+        # On a busy machine the first title may come too late for its eight seconds. Whoever asks for one name waits
+        # until the host is ready; what comes then need not wait any more.
+        source = self.event(watch, "proposed")["source"]
+        end = time.monotonic() + 240
+        while source != "model" and time.monotonic() < end:
+            self.vesto("name", self.files(1))
+            (folder / f"scan{time.monotonic_ns()}.txt").write_text(INVOICE, encoding="utf-8")
+            source = self.event(watch, "proposed")["source"]
+        self.assertEqual(source, "model")
 
     def test_two_programs_have_one_host(self):
         self.vesto("model", "add", self.make("good.gguf", "--says", 'Facture| Edf|"'))
@@ -165,7 +168,7 @@ class Titles(unittest.TestCase):
         return found
 
     def wait_for_host(self, parent):
-        end = time.monotonic() + 20
+        end = time.monotonic() + 120
         while not self.hosts_of(parent):
             self.assertLess(time.monotonic(), end, "no host of this run was found")
             time.sleep(0.02)

@@ -1,11 +1,13 @@
 #pragma once
 #include <gtest/gtest.h>
 
+#include <chrono>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <string>
+#include <thread>
 
 namespace vesto::tests {
 
@@ -33,6 +35,13 @@ inline std::string bytesOf(const std::filesystem::path& path) {
 
 inline void write(const std::filesystem::path& path, const std::string& bytes) {
     std::ofstream(path, std::ios::binary) << bytes;
+}
+
+/// Whether the process of a remote model ends, at the latest after ten seconds.
+template <typename Remote> bool comesToHaveNoHost(const Remote& remote) {
+    for (int i = 0; i < 1000 && remote.process(); ++i)
+        std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    return !remote.process();
 }
 
 } // namespace vesto::tests

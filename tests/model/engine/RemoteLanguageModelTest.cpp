@@ -52,12 +52,6 @@ std::string titleFrom(LanguageModel& model, std::string prompt = "Relevé de com
     return {};
 }
 
-bool comesToHaveNoHost(const RemoteLanguageModel& model) {
-    for (int i = 0; i < 1000 && model.process(); ++i)
-        std::this_thread::sleep_for(10ms);
-    return !model.process();
-}
-
 TEST(RemoteLanguageModel, LoadsInTheBackgroundAndSaysWhatItIs) {
     RemoteLanguageModel model(settingsFor(made("says")));
     EXPECT_EQ(model.availability(), Availability::modelNotReady);

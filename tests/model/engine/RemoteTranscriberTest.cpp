@@ -56,12 +56,6 @@ std::string textFrom(RemoteTranscriber& speech, const Samples& samples, Seconds 
                            [](const std::string& all, const std::string& line) { return all + line + '\n'; });
 }
 
-bool comesToHaveNoHost(const RemoteTranscriber& speech) {
-    for (int i = 0; i < 1000 && speech.process(); ++i)
-        std::this_thread::sleep_for(10ms);
-    return !speech.process();
-}
-
 bool comesToHaveAHost(const RemoteTranscriber& speech) {
     for (int i = 0; i < 3000 && !speech.process(); ++i)
         std::this_thread::sleep_for(10ms);
