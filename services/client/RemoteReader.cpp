@@ -95,6 +95,14 @@ RemoteReader::RemoteReader(Settings settings)
     : m_settings(std::move(settings))
     , m_places(static_cast<std::ptrdiff_t>(ipc::readingsAtOnce())) {}
 
+RemoteReader::~RemoteReader() {
+    if (!m_undertaker.joinable())
+        return;
+    m_undertaker.request_stop();
+    m_changed.ring();
+    m_undertaker.join();
+}
+
 std::expected<ipc::Jail, ReaderStartFailure> RemoteReader::start() {
     auto service = running();
     if (!service)
@@ -113,9 +121,30 @@ std::expected<RemoteReader::Running, ReaderStartFailure> RemoteReader::running()
         return m_running;
     m_running.reset();
     auto started = ReaderProcess::start(m_settings.program, m_settings.arguments);
-    if (started)
-        m_running = *started;
+    if (!started)
+        return started;
+    m_running = *started;
+    if (!m_undertaker.joinable())
+        m_undertaker = std::jthread([this](const std::stop_token& stop) { letGoOfTheDead(stop); });
+    m_changed.ring();
     return started;
+}
+
+/// A service that has left stays in the system's table of processes until its last owner is gone.
+void RemoteReader::letGoOfTheDead(const std::stop_token& stop) {
+    while (!stop.stop_requested()) {
+        Running service;
+        {
+            const std::scoped_lock lock(m_mutex);
+            service = m_running;
+        }
+        // Answers have pipes of their own: what shows here is its end, or nonsense.
+        if (!m_changed.wait(std::nullopt, service ? service->socket() : -1).readable)
+            continue;
+        const std::scoped_lock lock(m_mutex);
+        if (m_running == service)
+            m_running.reset();
+    }
 }
 
 std::optional<ipc::Answer> RemoteReader::askOnce(const ReaderProcess& service, const ReadRequest& request,

@@ -1,5 +1,6 @@
 #pragma once
 #include "core/extraction/ContentReading.h"
+#include "core/support/Alarm.h"
 #include "services/client/ReaderProcess.h"
 #include "services/ipc/Answer.h"
 #include "services/ipc/ReadingLimits.h"
@@ -14,7 +15,9 @@
 #include <mutex>
 #include <optional>
 #include <semaphore>
+#include <stop_token>
 #include <string>
+#include <thread>
 #include <vector>
 
 namespace vesto {
@@ -23,6 +26,7 @@ namespace vesto {
 /// again after it left because nothing was asked. Whatever a file does to its reader (a crash, too long a
 /// time, a malformed answer) makes this one file `unreadable`; so does a file with which the service died
 /// twice. Thread-safe; at most `ipc::readingsAtOnce()` files are read side by side, further callers wait.
+/// Owns one thread, which lets go of a service that has left.
 class RemoteReader : public ContentReading {
 public:
     struct Settings {
@@ -38,6 +42,7 @@ public:
     RemoteReader()
         : RemoteReader(Settings{}) {}
     explicit RemoteReader(Settings settings);
+    ~RemoteReader() override;
 
     /// How well files are shut in, from the service that runs; starts it where none does. Worth a call before
     /// the first file: without it a service that cannot start shows only as files that are unreadable.
@@ -47,7 +52,7 @@ public:
                                                                const SummarizerSettings& settings) override;
     [[nodiscard]] std::expected<Preview, SummarizerError> preview(const ReadRequest& request) override;
 
-    /// The process of the service that runs now.
+    /// The process of the service that runs now; nothing soon after it left.
     [[nodiscard]] std::optional<pid_t> process() const;
 
 private:
@@ -58,10 +63,14 @@ private:
     [[nodiscard]] std::optional<ipc::Answer> askOnce(const ReaderProcess& service, const ReadRequest& request,
                                                      std::string_view question) const;
 
+    void letGoOfTheDead(const std::stop_token& stop);
+
     Settings m_settings;
     std::counting_semaphore<> m_places;
-    mutable std::mutex m_mutex; // for m_running
+    mutable std::mutex m_mutex; // for the next two
     Running m_running;
+    std::jthread m_undertaker; // from the first service on
+    Alarm m_changed;           // rung for it
 };
 
 } // namespace vesto
