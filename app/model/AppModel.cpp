@@ -230,9 +230,8 @@ bool AppModel::reject(std::string_view proposalID) {
     return m_parts->proposals.reject(std::string(proposalID));
 }
 
-void AppModel::rejectAll() {
-    while (!pending().empty())
-        (void)reject(pending().front().proposal.id);
+void AppModel::rejectAll(const std::vector<std::string>& proposalIDs) {
+    m_parts->proposals.rejectAll(proposalIDs);
 }
 
 void AppModel::undo(std::string_view recordID, RecordDone done) {
@@ -322,9 +321,9 @@ void AppModel::lookUpFiles(std::vector<std::filesystem::path> files,
 
 void AppModel::refreshModelStatus() {
     const auto& given = m_parts->context.given();
-    m_parts->modelStatus =
-        given.modelAvailability ? given.modelAvailability() : FoundationNameGenerator::Availability{};
-    Q_EMIT modelStatusChanged();
+    auto now = given.modelAvailability ? given.modelAvailability() : FoundationNameGenerator::Availability{};
+    if (std::exchange(m_parts->modelStatus, std::move(now)) != m_parts->modelStatus)
+        Q_EMIT modelStatusChanged();
 }
 
 void AppModel::showError(std::string message) {

@@ -156,7 +156,8 @@ public:
     void accept(std::string_view proposalID, std::string_view title, RecordDone done = {});
     /// False where the proposal is no longer pending.
     bool reject(std::string_view proposalID);
-    void rejectAll();
+    /// Those that are still pending.
+    void rejectAll(const std::vector<std::string>& proposalIDs);
     void undo(std::string_view recordID, RecordDone done = {});
     /// What the user did to a notification.
     void respond(const NotificationResponse& response);

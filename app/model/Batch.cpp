@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <array>
+#include <string>
 #include <utility>
 
 namespace vesto {
@@ -18,13 +19,18 @@ std::size_t Batch::selectedCount() const {
 }
 
 Batch::Item* Batch::item(std::string_view proposalID) {
-    const auto found =
-        std::ranges::find(items, proposalID, [](const Item& each) { return each.proposal.id; });
+    const auto found = std::ranges::find(
+        items, proposalID, [](const Item& each) -> const std::string& { return each.proposal.id; });
     return found == items.end() ? nullptr : &*found;
 }
 
 std::string fileCount(std::size_t count) {
-    return fmt::format("{} {}", count, text(count > 1 ? "fichiers" : "fichier"));
+    std::string digits = std::to_string(count);
+    for (std::size_t place = digits.size(); place > 3;) {
+        place -= 3;
+        digits.insert(place, "\u202F");
+    }
+    return fmt::format("{} {}", digits, text(count > 1 ? "fichiers" : "fichier"));
 }
 
 std::vector<BatchLine> batchLines(const Batch& batch) {

@@ -40,6 +40,7 @@ struct Batch {
     std::filesystem::path url;
     bool isListing = true;                          // the folder is being looked through: no number is final
     bool isRenaming = false;                        // what was selected is being renamed
+    bool isUndoing = false;                         // what was renamed is being undone
     std::size_t total = 0;                          // files sent to analysis
     std::size_t analysed = 0;                       // of these, dealt with
     std::vector<Item> items{};                      // in the order in which their analyses ended

@@ -104,7 +104,7 @@ void BatchCommand::tellItems(const Batch& batch) {
         return; // each is told once, with what became of it
     while (m_told < batch.items.size()) {
         const Batch::Item& item = batch.items[m_told];
-        if (m_stage == Stage::renaming && item.selected && item.isProposed())
+        if (batch.isRenaming && item.selected && item.isProposed())
             return; // its turn comes
         ++m_told;
         if (m_stage == Stage::renaming && !std::holds_alternative<Batch::Renamed>(item.state))

@@ -89,32 +89,42 @@ void BatchDesk::setSelected(const std::vector<std::string>& proposalIDs, bool se
 }
 
 void BatchDesk::renameSelected(const AppModel::Done& done) {
-    if (!m_batch || m_batch->isRenaming) {
+    if (!m_batch || m_batch->isRenaming || m_batch->isUndoing) {
         if (done)
             m_context.later(done);
         return;
     }
     m_batch->isRenaming = true;
-    renameNext(m_batch->id, done);
+    // What is ticked later, or comes ticked from the analysis, waits for another word of the user's.
+    std::vector<std::string> itemIDs;
+    for (const Batch::Item& item : m_batch->items)
+        if (item.selected && item.isProposed())
+            itemIDs.push_back(item.proposal.id);
+    std::ranges::reverse(itemIDs);
+    renameNext(m_batch->id, std::move(itemIDs), done);
 }
 
-void BatchDesk::renameNext(const std::string& batchID, const AppModel::Done& done) {
+void BatchDesk::renameNext(const std::string& batchID, std::vector<std::string> itemIDs,
+                           const AppModel::Done& done) {
     const NamingPipeline pipeline = m_context.pipeline();
     while (isCurrent(batchID)) {
-        const auto item = std::ranges::find_if(
-            m_batch->items, [](const Batch::Item& each) { return each.selected && each.isProposed(); });
-        if (item == m_batch->items.end()) {
+        if (itemIDs.empty()) {
             m_batch->isRenaming = false;
             changed();
             break;
         }
+        Batch::Item* item = m_batch->item(itemIDs.back());
+        itemIDs.pop_back();
+        if (item == nullptr || !item->selected || !item->isProposed())
+            continue;
         auto baseName = pipeline.baseNameForUserTitle(item->title, item->proposal);
         if (!baseName) {
             item->state = Batch::Failed{std::string(text("Titre vide."))};
             continue;
         }
         m_applier.apply({.proposal = item->proposal, .baseName = std::move(*baseName), .batchID = batchID},
-                        [this, batchID, done, id = item->proposal.id](const Applier::Result& applied) {
+                        [this, batchID, itemIDs = std::move(itemIDs), done,
+                         id = item->proposal.id](const Applier::Result& applied) mutable {
                             if (Batch::Item* tried = isCurrent(batchID) ? m_batch->item(id) : nullptr) {
                                 if (applied)
                                     tried->state = Batch::Renamed{applied->record.newName};
@@ -122,7 +132,7 @@ void BatchDesk::renameNext(const std::string& batchID, const AppModel::Done& don
                                     tried->state = Batch::Failed{applied.error().message};
                                 changed();
                             }
-                            renameNext(batchID, done);
+                            renameNext(batchID, std::move(itemIDs), done);
                         });
         return;
     }
@@ -131,6 +141,11 @@ void BatchDesk::renameNext(const std::string& batchID, const AppModel::Done& don
 }
 
 void BatchDesk::undo(std::string_view batchID, const AppModel::Done& done) {
+    if (isCurrent(batchID) && m_batch->isUndoing) {
+        if (done)
+            m_context.later(done);
+        return;
+    }
     std::vector<std::string> recordIDs;
     const auto records = m_context.given().store.batch(batchID);
     if (records)
@@ -140,21 +155,31 @@ void BatchDesk::undo(std::string_view batchID, const AppModel::Done& done) {
     if (!records)
         m_context.fail(fmt::format("{} {}", text("SwiftData :"), records.error().description));
     std::ranges::reverse(recordIDs);
-    undoNext(std::move(recordIDs), done);
+    noteUndoing(batchID, true);
+    undoNext(std::string(batchID), std::move(recordIDs), done);
+}
+
+void BatchDesk::noteUndoing(std::string_view batchID, bool isUndoing) {
+    if (!isCurrent(batchID))
+        return;
+    m_batch->isUndoing = isUndoing;
+    changed();
 }
 
 /// The last first.
-void BatchDesk::undoNext(std::vector<std::string> recordIDs, const AppModel::Done& done) {
+void BatchDesk::undoNext(const std::string& batchID, std::vector<std::string> recordIDs,
+                         const AppModel::Done& done) {
     if (recordIDs.empty()) {
+        noteUndoing(batchID, false);
         if (done)
             m_context.later(done);
         return;
     }
     const std::string id = std::move(recordIDs.back());
     recordIDs.pop_back();
-    m_applier.undo(id, [this, recordIDs = std::move(recordIDs),
+    m_applier.undo(id, [this, batchID, recordIDs = std::move(recordIDs),
                         done](const std::expected<RenameRecord, std::string>&) mutable {
-        undoNext(std::move(recordIDs), done);
+        undoNext(batchID, std::move(recordIDs), done);
     });
 }
 

@@ -48,8 +48,10 @@ public:
 
 private:
     void finishListing(const FileTasks::Listing& listing);
-    void renameNext(const std::string& batchID, const AppModel::Done& done);
-    void undoNext(std::vector<std::string> recordIDs, const AppModel::Done& done);
+    /// The last of `itemIDs` first.
+    void renameNext(const std::string& batchID, std::vector<std::string> itemIDs, const AppModel::Done& done);
+    void undoNext(const std::string& batchID, std::vector<std::string> recordIDs, const AppModel::Done& done);
+    void noteUndoing(std::string_view batchID, bool isUndoing);
     void changed();
 
     ModelContext& m_context;

@@ -89,8 +89,9 @@ void Commands::dispatch(const std::string& verb, const Json& order, const Reques
         if (m_leave)
             m_leave();
     } else if (verb == "show" && m_show) {
+        if (!boolMember(order, "hidden").value_or(false))
+            m_show();
         request->end(true);
-        m_show();
     } else
         request->end(false, text("Ordre incompréhensible."));
 }
@@ -108,6 +109,7 @@ void Commands::status(const Request& request) {
         record["processing"] = *m_model.processingName();
     if (m_model.lastError())
         record["lastError"] = *m_model.lastError();
+    m_model.refreshModelStatus();
     record["model"] = m_model.modelStatus().message;
     request->line(record);
     request->end(true);
@@ -187,8 +189,7 @@ void Commands::accept(const Json& order, const Request& request) {
     const auto id = idIn(order, pendingIDs(m_model), request);
     if (!id)
         return;
-    const auto pending = std::ranges::find(m_model.pending(), *id,
-                                           [](const PendingProposal& each) { return each.proposal.id; });
+    const auto pending = std::ranges::find(m_model.pending(), *id, &PendingProposal::id);
     const auto done = [request,
                        before = recordOf(*pending)](const std::expected<RenameRecord, std::string>& renamed) {
         Json record = before;
@@ -213,8 +214,7 @@ void Commands::ignore(const Json& order, const Request& request) {
     const auto id = idIn(order, pendingIDs(m_model), request);
     if (!id)
         return;
-    const auto pending = std::ranges::find(m_model.pending(), *id,
-                                           [](const PendingProposal& each) { return each.proposal.id; });
+    const auto pending = std::ranges::find(m_model.pending(), *id, &PendingProposal::id);
     Json record = recordOf(*pending);
     record["outcome"] = "ignored";
     (void)m_model.reject(*id);

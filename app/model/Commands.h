@@ -21,7 +21,7 @@ namespace vesto {
 ///     rename url [template] [locale] [genericOnly] [again] [minConfidence]
 ///     undo url|id|last · undoBatch id
 ///     batch url [also…] [apply] [minConfidence]
-///     setPaused paused · leave · show
+///     setPaused paused · leave · show [hidden]      (hidden: only tells whether there is a window)
 ///     model url [instructions] · title url instructions prompt maxTokens      (see
 ///     services/client/LentModel.h)
 ///

@@ -19,7 +19,7 @@ ControlServer::ControlServer(ControlListener listener, const Json& greeting, Beg
     : m_listener(std::move(listener))
     , m_greeting(writeJson(greeting))
     , m_begin(std::move(begin))
-    , m_incoming(m_listener.socket(), QSocketNotifier::Read) {
+    , m_incoming(m_listener->socket(), QSocketNotifier::Read) {
     connect(&m_incoming, &QSocketNotifier::activated, this, [this] { accept(); });
 }
 
@@ -32,8 +32,13 @@ ControlServer::~ControlServer() {
     }
 }
 
+void ControlServer::close() {
+    m_incoming.setEnabled(false);
+    m_listener.reset();
+}
+
 void ControlServer::accept() {
-    UniqueFd socket = m_listener.accept();
+    UniqueFd socket = m_listener ? m_listener->accept() : UniqueFd();
     if (!socket)
         return;
     makeRoom();
@@ -70,7 +75,7 @@ void ControlServer::receive(std::uint64_t id) {
         drop(id);
         break;
     case ControlPeer::Received::message:
-        if (client->isServed)
+        if (client->isServed || !m_listener)
             drop(id); // one at a time
         else
             serve(id, order);

@@ -10,6 +10,7 @@
 #include <functional>
 #include <map>
 #include <memory>
+#include <optional>
 #include <string>
 
 namespace vesto {
@@ -26,6 +27,9 @@ public:
     /// `begin` serves one request.
     ControlServer(ControlListener listener, const Json& greeting, Begin begin);
     ~ControlServer() override;
+
+    /// From now on nobody new is let in and no order is taken; who is being served gets the rest of it.
+    void close();
 
     [[nodiscard]] std::size_t clientCount() const { return m_clients.size(); }
 
@@ -48,7 +52,7 @@ private:
     void flush(std::uint64_t id);
     void drop(std::uint64_t id);
 
-    ControlListener m_listener;
+    std::optional<ControlListener> m_listener; // nothing once closed
     std::string m_greeting;
     Begin m_begin;
     QSocketNotifier m_incoming;

@@ -137,6 +137,7 @@ void JobLoop::examine(const FileEligibility::Options& options, bool skippedToo,
 }
 
 void JobLoop::runPipeline(NamingPipeline pipeline, void (JobLoop::*back)(const Outcome&)) {
+    m_context.face().refreshModelStatus(); // as the pipeline has just found it
     m_context.onNaming([path = path(), pipeline = std::move(pipeline),
                         stop = m_current->stop.get_token()] { return pipeline.run(path, stop); },
                        [this, back, serial = m_current->serial](const Outcome& outcome) {

@@ -10,6 +10,7 @@ struct PendingProposal {
     Proposal proposal; // its id is the item's
     std::string folderID;
 
+    [[nodiscard]] const std::string& id() const { return proposal.id; }
     bool operator==(const PendingProposal&) const = default;
 };
 

@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <iterator>
+#include <unordered_set>
 #include <utility>
 
 namespace vesto {
@@ -69,8 +70,7 @@ void ProposalList::add(const PendingProposal& proposed) {
 }
 
 std::optional<PendingProposal> ProposalList::taken(std::string_view proposalID) {
-    const auto place = std::ranges::find(m_pending, proposalID,
-                                         [](const PendingProposal& pending) { return pending.proposal.id; });
+    const auto place = std::ranges::find(m_pending, proposalID, &PendingProposal::id);
     if (place == m_pending.end()) {
         m_context.fail(std::string(text("Cette proposition n'est plus d'actualité.")));
         return std::nullopt;
@@ -87,6 +87,21 @@ PendingProposal ProposalList::removed(std::vector<PendingProposal>::iterator pla
     return pending;
 }
 
+std::vector<PendingProposal>
+ProposalList::removedWhere(const std::function<bool(const PendingProposal&)>& isMeant) {
+    const auto gone = std::ranges::stable_partition(
+        m_pending, [&](const PendingProposal& pending) { return !isMeant(pending); });
+    std::vector<PendingProposal> removed(std::move_iterator(gone.begin()), std::move_iterator(gone.end()));
+    m_pending.erase(gone.begin(), gone.end());
+    for (const PendingProposal& pending : removed) {
+        m_changed.erase(pending.id());
+        m_context.given().notifier.removeProposal(pending.id());
+    }
+    if (!removed.empty())
+        Q_EMIT m_context.face().pendingChanged();
+    return removed;
+}
+
 void ProposalList::forget(const PendingProposal& pending) {
     m_context.ledger().removePending(pending.proposal.id);
     m_context.ledger().release(*pending.proposal.identity);
@@ -99,8 +114,7 @@ void ProposalList::accept(std::string_view proposalID, const std::optional<std::
         if (done)
             m_context.later([done, message = std::string(text(key))] { done(std::unexpected(message)); });
     };
-    const auto place = std::ranges::find(m_pending, proposalID,
-                                         [](const PendingProposal& pending) { return pending.proposal.id; });
+    const auto place = std::ranges::find(m_pending, proposalID, &PendingProposal::id);
     if (place == m_pending.end()) {
         refuse("Cette proposition n'est plus d'actualité.");
         return;
@@ -131,16 +145,27 @@ void ProposalList::accept(std::string_view proposalID, const std::optional<std::
 }
 
 bool ProposalList::reject(std::string_view proposalID) {
-    auto pending = taken(proposalID);
-    if (!pending)
-        return false;
+    const auto pending = taken(proposalID);
+    if (pending)
+        ignore(*pending);
+    return pending.has_value();
+}
+
+void ProposalList::rejectAll(const std::vector<std::string>& proposalIDs) {
+    const std::unordered_set<std::string_view> ids(proposalIDs.begin(), proposalIDs.end());
+    for (const PendingProposal& pending :
+         removedWhere([&](const PendingProposal& each) { return ids.contains(each.id()); }))
+        ignore(pending);
+}
+
+void ProposalList::ignore(const PendingProposal& pending) {
     const auto& given = m_context.given();
-    const FileIdentity identity = *pending->proposal.identity;
+    const FileIdentity identity = *pending.proposal.identity;
     m_context.onFiles(
-        [path = pending->proposal.url, identity, &disk = given.disk, &clock = given.clock] {
+        [path = pending.proposal.url, identity, &disk = given.disk, &clock = given.clock] {
             return FileTasks::mark(path, identity, ProcessedMarker::State::ignored, disk, clock);
         },
-        [this, pending = *pending](const FileTasks::Marked& marked) {
+        [this, pending](const FileTasks::Marked& marked) {
             if (marked.identity)
                 m_context.ledger().noteMark(
                     *marked.identity,
@@ -150,18 +175,19 @@ bool ProposalList::reject(std::string_view proposalID) {
                     marked.marked);
             forget(pending);
         });
-    return true;
 }
 
 void ProposalList::dropFolder(std::string_view folderID) {
-    for (std::size_t index = m_pending.size(); index-- > 0;)
-        if (m_pending[index].folderID == folderID)
-            drop(m_pending.begin() + static_cast<std::ptrdiff_t>(index));
+    for (const PendingProposal& pending :
+         removedWhere([&](const PendingProposal& each) { return each.folderID == folderID; }))
+        forget(pending);
 }
 
 void ProposalList::dropFile(const FileIdentity& identity) {
-    const auto place = std::ranges::find(
-        m_pending, identity, [](const PendingProposal& pending) { return pending.proposal.identity; });
+    const auto place =
+        std::ranges::find(m_pending, identity, [](const PendingProposal& pending) -> const auto& {
+            return pending.proposal.identity;
+        });
     if (place != m_pending.end())
         drop(place);
 }
@@ -176,8 +202,7 @@ void ProposalList::review() {
 }
 
 void ProposalList::judge(const Look& look) {
-    const auto place = std::ranges::find(m_pending, look.proposalID,
-                                         [](const PendingProposal& pending) { return pending.proposal.id; });
+    const auto place = std::ranges::find(m_pending, look.proposalID, &PendingProposal::id);
     if (place == m_pending.end())
         return;
     FileIdentity& known = *place->proposal.identity;

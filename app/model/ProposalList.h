@@ -35,6 +35,7 @@ public:
     void accept(std::string_view proposalID, const std::optional<std::string>& title,
                 AppModel::RecordDone done);
     bool reject(std::string_view proposalID);
+    void rejectAll(const std::vector<std::string>& proposalIDs);
     /// Drops those of a folder, unmarked.
     void dropFolder(std::string_view folderID);
     /// Drops that of a file that got a name otherwise.
@@ -57,6 +58,10 @@ private:
     [[nodiscard]] std::optional<PendingProposal> taken(std::string_view proposalID);
     /// Out of the list and the notification centre, not yet out of the store.
     PendingProposal removed(std::vector<PendingProposal>::iterator place);
+    /// The same for all of whom it holds.
+    std::vector<PendingProposal> removedWhere(const std::function<bool(const PendingProposal&)>& isMeant);
+    /// Marks the file of a proposal that is out of the list, and forgets it.
+    void ignore(const PendingProposal& pending);
     void forget(const PendingProposal& pending);
     void drop(std::vector<PendingProposal>::iterator place) { forget(removed(place)); }
 

@@ -8,9 +8,10 @@
 namespace vesto {
 namespace {
 
+/// Private: what Qt says may hold a file's name.
 void noteForLog(QtMsgType type, const QMessageLogContext&, const QString& message) {
     log::write(type == QtDebugMsg || type == QtInfoMsg ? log::Level::debug : log::Level::info,
-               "Qt : %{public}s", {std::string_view(message.toUtf8().constData())});
+               "Qt : %{private}s", {std::string_view(message.toUtf8().constData())});
 }
 
 } // namespace

@@ -20,6 +20,10 @@ struct TemplateDraft {
     [[nodiscard]] bool isValid() const { return !error; }
 };
 
+/// Judges a pattern.
+[[nodiscard]] TemplateDraft judgeTemplateDraft(std::string_view pattern, const Settings& settings,
+                                               const Locale& locale, Instant now);
+
 /// Judges a pattern and saves it where it is valid; an invalid one leaves the setting as it was.
 [[nodiscard]] TemplateDraft takeTemplateDraft(std::string_view pattern, const Settings& settings,
                                               const Locale& locale, Instant now);

@@ -75,30 +75,36 @@ PreviewView::Subject BatchPreview::subjectOf(const Batch::Item& item) const {
 
 void BatchPreview::show(const Batch::Item& item, const std::string& title,
                         const std::vector<const Batch::Item*>& neighbours) {
-    if (m_shownID != item.proposal.id || !m_picture->isSettled()) {
-        std::vector<PreviewView::Subject> next;
-        for (const Batch::Item* each : neighbours)
-            next.push_back(subjectOf(*each));
-        m_picture->show(subjectOf(item), std::move(next));
+    std::vector<PreviewView::Subject> next;
+    for (const Batch::Item* each : neighbours)
+        next.push_back(subjectOf(*each));
+    m_picture->show(subjectOf(item), std::move(next));
+    Shown now{item.proposal.id, title, item.state, m_model.baseNameFor(title, item.proposal),
+              m_settings.autoThreshold()};
+    if (m_shown == now) { // as at every file that is analysed meanwhile
+        if (m_proposal && !m_lookDelay.isActive())
+            m_lookDelay.start(); // a name may have been taken
+        return;
     }
-    m_shownID = item.proposal.id;
-    showName(item, title);
+    showName(item, now.baseName);
+    m_shown = std::move(now);
     m_old->setText(french("au lieu de %1", quoted(shownName(lastComponentOf(item.proposal.url)))));
     m_evidence->setSheet(evidenceSheet(item.proposal, title), m_settings.autoThreshold());
     m_evidence->setVisible(true);
 }
 
-void BatchPreview::showName(const Batch::Item& item, const std::string& title) {
+void BatchPreview::showName(const Batch::Item& item, const std::optional<std::string>& baseName) {
     m_lookDelay.stop();
     m_proposal.reset();
     m_name->setTone(NoteLabel::Tone::plain);
     m_name->setToolTip({});
     if (const auto* renamed = std::get_if<Batch::Renamed>(&item.state)) {
         m_name->setText(leftToRight(shownName(renamed->newName)));
-    } else if (const auto base = m_model.baseNameFor(title, item.proposal)) {
+    } else if (baseName) {
         m_proposal = item.proposal;
-        m_baseName = *base;
-        m_plainName = item.proposal.policy.fileName(*base, extensionOf(lastComponentOf(item.proposal.url)));
+        m_baseName = *baseName;
+        m_plainName =
+            item.proposal.policy.fileName(*baseName, extensionOf(lastComponentOf(item.proposal.url)));
         m_name->setText(leftToRight(shownName(m_plainName)));
         m_lookDelay.start();
     } else {
@@ -125,8 +131,13 @@ void BatchPreview::takeName(const std::string& wanted, const std::string& name) 
     m_name->setToolTip(name == wanted ? QString() : french("Un fichier porte déjà ce nom."));
 }
 
+void BatchPreview::forgetPictures() {
+    m_picture->clear();
+    m_shown.reset();
+}
+
 void BatchPreview::clear() {
-    m_shownID.clear();
+    m_shown.reset();
     m_proposal.reset();
     m_lookDelay.stop();
     m_picture->clear();

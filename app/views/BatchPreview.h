@@ -27,13 +27,13 @@ public:
               const std::vector<const Batch::Item*>& neighbours);
     void clear();
     /// Lets go of the pictures.
-    void forgetPictures() { m_picture->clear(); }
+    void forgetPictures();
 
     [[nodiscard]] QString finalName() const;
     [[nodiscard]] const PreviewView& picture() const { return *m_picture; }
 
 private:
-    void showName(const Batch::Item& item, const std::string& title);
+    void showName(const Batch::Item& item, const std::optional<std::string>& baseName);
     void lookForName();
     void takeName(const std::string& wanted, const std::string& name);
     [[nodiscard]] PreviewView::Subject subjectOf(const Batch::Item& item) const;
@@ -44,7 +44,16 @@ private:
     NoteLabel* m_name;
     NoteLabel* m_old;
     EvidenceView* m_evidence;
-    std::string m_shownID;
+    /// What everything shown follows from.
+    struct Shown {
+        std::string id;
+        std::string title;
+        decltype(Batch::Item::state) state;
+        std::optional<std::string> baseName;
+        double threshold = 0;
+        bool operator==(const Shown&) const = default;
+    };
+    std::optional<Shown> m_shown;
     std::string m_plainName; // without a number
     std::optional<Proposal> m_proposal;
     std::string m_baseName;

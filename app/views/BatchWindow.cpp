@@ -10,6 +10,7 @@
 #include "app/views/ErrorStrip.h"
 #include "app/views/EvidenceView.h"
 #include "app/views/Formats.h"
+#include "app/views/Names.h"
 #include "app/views/NoteLabel.h"
 #include "app/views/PageParts.h"
 #include "app/views/Shell.h"
@@ -231,7 +232,7 @@ void BatchWindow::showPages(const Batch* batch) {
     m_pages->setCurrentIndex(batch == nullptr ? 1 : 0);
     for (QWidget* widget : {static_cast<QWidget*>(m_undo), static_cast<QWidget*>(m_rename)})
         widget->setVisible(batch != nullptr);
-    m_title->setText(batch == nullptr ? QString() : shown(batchTitle(*batch)));
+    m_title->setText(batch == nullptr ? QString() : shownSentence(batchTitle(*batch)));
     m_title->setVisible(batch != nullptr);
     const bool isNothing = batch != nullptr && !batch->isAnalysing() && batch->items.empty();
     m_listPages->setCurrentIndex(isNothing ? 1 : 0);
@@ -269,8 +270,8 @@ void BatchWindow::showProgress(const Batch& batch) {
 void BatchWindow::showButtons(const Batch* batch) {
     const std::size_t chosen = batch == nullptr ? 0 : batch->selectedCount();
     m_rename->setText(french("Renommer (%1)", number(chosen)));
-    m_rename->setEnabled(chosen > 0 && !batch->isRenaming);
-    m_undo->setEnabled(batch != nullptr && !batch->isRenaming &&
+    m_rename->setEnabled(chosen > 0 && !batch->isRenaming && !batch->isUndoing);
+    m_undo->setEnabled(batch != nullptr && !batch->isRenaming && !batch->isUndoing &&
                        std::ranges::any_of(batch->items, [](const Batch::Item& item) {
                            return std::holds_alternative<Batch::Renamed>(item.state);
                        }));

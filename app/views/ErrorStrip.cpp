@@ -2,12 +2,17 @@
 
 #include "app/model/AppModel.h"
 #include "app/views/Icons.h"
+#include "app/views/Names.h"
 #include "app/views/Tones.h"
 #include "app/views/Words.h"
 
 #include <QAccessible>
+#include <QAction>
+#include <QApplication>
+#include <QClipboard>
 #include <QEvent>
 #include <QHBoxLayout>
+#include <QKeyEvent>
 #include <QLabel>
 #include <QTextLayout>
 #include <QToolButton>
@@ -52,6 +57,12 @@ ErrorStrip::ErrorStrip(AppModel& model, QWidget* parent)
     setAutoFillBackground(true);
     m_text->setTextFormat(Qt::PlainText);
     m_text->setWordWrap(true);
+    m_text->setTextInteractionFlags(Qt::TextSelectableByMouse | Qt::TextSelectableByKeyboard);
+    m_text->installEventFilter(this);
+    auto* copying = new QAction(french("Copier ce message"), m_text);
+    connect(copying, &QAction::triggered, this, &ErrorStrip::copy);
+    m_text->addAction(copying);
+    m_text->setContextMenuPolicy(Qt::ActionsContextMenu);
     m_text->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred);
     m_dismiss->setAutoRaise(true);
     m_dismiss->setMinimumSize(28, 28);
@@ -70,7 +81,7 @@ ErrorStrip::ErrorStrip(AppModel& model, QWidget* parent)
 }
 
 void ErrorStrip::showError() {
-    const QString message = m_model.lastError() ? shown(*m_model.lastError()) : QString();
+    const QString message = m_model.lastError() ? shownSentence(*m_model.lastError()) : QString();
     const bool isNew = !message.isEmpty() && message != m_message;
     m_message = message;
     m_text->setAccessibleName(message);
@@ -85,7 +96,19 @@ void ErrorStrip::showError() {
 void ErrorStrip::layOutText() {
     const QString text = fitted(m_message, m_text->font(), std::max(m_text->width(), 40));
     m_text->setText(text);
-    m_text->setToolTip(text == m_message ? QString() : m_message);
+    m_text->setToolTip(tip(m_message)); // a long path may not fit where nothing is cut
+}
+
+/// The whole message, also where only a part of it fits: it may hold a path that is shown for this.
+void ErrorStrip::copy() const {
+    QApplication::clipboard()->setText(QString(m_message).remove(QChar(0x2068)).remove(QChar(0x2069)));
+}
+
+bool ErrorStrip::eventFilter(QObject* watched, QEvent* event) {
+    if (event->type() != QEvent::KeyPress || !static_cast<QKeyEvent*>(event)->matches(QKeySequence::Copy))
+        return QFrame::eventFilter(watched, event);
+    copy();
+    return true;
 }
 
 void ErrorStrip::paintAgain() {

@@ -16,6 +16,8 @@ public:
     /// The button that makes the message go away.
     [[nodiscard]] QToolButton* dismissButton() const { return m_dismiss; }
 
+    bool eventFilter(QObject* watched, QEvent* event) override;
+
 protected:
     void changeEvent(QEvent* event) override;
     void resizeEvent(QResizeEvent* event) override;
@@ -24,6 +26,7 @@ private:
     void showError();
     void layOutText();
     void paintAgain();
+    void copy() const;
 
     AppModel& m_model;
     QLabel* m_icon;

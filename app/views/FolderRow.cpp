@@ -6,6 +6,7 @@
 #include "app/views/Icons.h"
 #include "app/views/Names.h"
 #include "app/views/NoteLabel.h"
+#include "app/views/PageParts.h"
 #include "app/views/Shell.h"
 #include "app/views/Tones.h"
 #include "app/views/Words.h"
@@ -56,6 +57,7 @@ FolderRow::FolderRow(AppModel& model, Shell& shell, const WatchedFolder& folder,
     m_path->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred);
     m_mode->addItem(french("Proposer"));
     m_mode->addItem(french("Automatique"));
+    PageParts::keepFromWheel(*m_mode);
     setMinimumHeight(leastHeight);
     setFocusProxy(m_enabled);
     layOut();
@@ -120,7 +122,7 @@ void FolderRow::elide() {
         m_path->fontMetrics().elidedText(m_state, Qt::ElideMiddle, std::max(m_path->width(), 80));
     m_path->setText(leftToRight(text));
     const QString path = shownName(m_folder.path);
-    m_path->setToolTip(m_isCaution || text != m_state ? path.toHtmlEscaped() : QString());
+    m_path->setToolTip(m_isCaution || text != m_state ? tip(path) : QString());
 }
 
 void FolderRow::analyse() {

@@ -12,6 +12,7 @@
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QPushButton>
+#include <QSignalBlocker>
 #include <QSlider>
 #include <QVBoxLayout>
 #include <cmath>
@@ -44,6 +45,7 @@ FoldersPage::FoldersPage(AppModel& model, const Settings& settings, Shell& shell
     auto* title = new QLabel(french("Confiance minimale"));
     m_slider->setRange(lowest, highest);
     m_slider->setPageStep(1);
+    PageParts::keepFromWheel(*m_slider);
     title->setBuddy(m_slider);
     m_value->setAlignment(Qt::AlignRight | Qt::AlignVCenter);
     m_value->setMinimumWidth(m_value->fontMetrics().horizontalAdvance(percentage(1)) + 8);
@@ -58,18 +60,25 @@ FoldersPage::FoldersPage(AppModel& model, const Settings& settings, Shell& shell
                "titre retrouvée dans le texte du fichier.")));
     column->addStretch();
 
-    m_slider->setValue(static_cast<int>(std::lround(settings.autoThreshold() / step)));
     showThreshold();
     connect(m_slider, &QSlider::valueChanged, this, [this](int value) {
-        showThreshold();
         m_model.tellSettings(m_settings.setAutoThreshold(value * step));
+        showThreshold();
     });
 }
 
 void FoldersPage::showThreshold() {
-    const QString value = percentage(m_slider->value() * step);
+    const double threshold = m_settings.autoThreshold(); // which may be none of the slider's
+    const QSignalBlocker quiet(m_slider);
+    m_slider->setValue(static_cast<int>(std::lround(threshold / step)));
+    const QString value = percentage(threshold);
     m_value->setText(value);
     m_slider->setAccessibleName(french("Confiance minimale, %1", value));
+}
+
+void FoldersPage::showEvent(QShowEvent* event) {
+    QWidget::showEvent(event);
+    showThreshold();
 }
 
 } // namespace vesto

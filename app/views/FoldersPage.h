@@ -17,7 +17,11 @@ class FoldersPage final : public QWidget {
 public:
     FoldersPage(AppModel& model, const Settings& settings, Shell& shell);
 
+protected:
+    void showEvent(QShowEvent* event) override;
+
 private:
+    /// As it is kept, perhaps by another program.
     void showThreshold();
 
     AppModel& m_model;

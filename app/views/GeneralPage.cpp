@@ -2,6 +2,7 @@
 
 #include "app/model/AppModel.h"
 #include "app/views/Icons.h"
+#include "app/views/Names.h"
 #include "app/views/NoteLabel.h"
 #include "app/views/PageParts.h"
 #include "app/views/Shell.h"
@@ -34,6 +35,7 @@ GeneralPage::GeneralPage(AppModel& model, const Settings& settings, Shell& shell
     , m_settings(settings)
     , m_shell(shell)
     , m_login(new QCheckBox(french("Ouvrir à la connexion")))
+    , m_notify(new QCheckBox(french("Notifier les renommages automatiques")))
     , m_modelIcon(new QLabel)
     , m_modelState(new QLabel)
     , m_modelNote(new NoteLabel)
@@ -42,12 +44,10 @@ GeneralPage::GeneralPage(AppModel& model, const Settings& settings, Shell& shell
     , m_wallsIcon(new QLabel)
     , m_walls(new NoteLabel) {
     auto* column = PageParts::column(*this);
-    auto* notify = new QCheckBox(french("Notifier les renommages automatiques"));
-    notify->setChecked(settings.notifyAutomatic());
     auto* choices = new QVBoxLayout;
     choices->setSpacing(8);
     choices->addWidget(m_login);
-    choices->addWidget(notify);
+    choices->addWidget(m_notify);
     column->addLayout(choices);
     column->addWidget(PageParts::separator());
     column->addWidget(makeIntelligence());
@@ -59,12 +59,14 @@ GeneralPage::GeneralPage(AppModel& model, const Settings& settings, Shell& shell
     column->addLayout(walls);
 
     connect(m_login, &QCheckBox::clicked, this, &GeneralPage::setLogin);
-    connect(notify, &QCheckBox::toggled, this,
-            [this](bool isOn) { m_model.tellSettings(m_settings.setNotifyAutomatic(isOn)); });
-    connect(m_check, &QPushButton::clicked, &model, &AppModel::refreshModelStatus);
+    connect(m_notify, &QCheckBox::clicked, this, [this](bool isOn) {
+        m_model.tellSettings(m_settings.setNotifyAutomatic(isOn));
+        m_notify->setChecked(m_settings.notifyAutomatic());
+    });
+    connect(m_check, &QPushButton::clicked, this, &GeneralPage::lookAtModel);
     connect(&model, &AppModel::modelStatusChanged, this, &GeneralPage::showModel);
     m_again.setInterval(std::chrono::seconds(1));
-    connect(&m_again, &QTimer::timeout, &model, &AppModel::refreshModelStatus);
+    connect(&m_again, &QTimer::timeout, this, &GeneralPage::lookAtModel);
     showModel();
 }
 
@@ -98,6 +100,11 @@ QWidget* GeneralPage::makeIntelligence() {
     return all;
 }
 
+void GeneralPage::lookAtModel() {
+    m_model.refreshModelStatus();
+    showModel(); // what else is known of it may have changed
+}
+
 void GeneralPage::showModel() {
     const auto& status = m_model.modelStatus();
     const bool isLoading = status.message == text("Le modèle est en cours de téléchargement.");
@@ -107,7 +114,7 @@ void GeneralPage::showModel() {
     const QString reason = shown(status.message);
     m_modelState->setText(status.isAvailable() ? french("Modèle Apple Intelligence disponible") : reason);
     m_modelNote->setText(status.isAvailable()
-                             ? shown(m_shell.modelSummary())
+                             ? shownName(m_shell.modelSummary()) // its name is the file's own word
                              : french("Vesto utilise alors les premières lignes du texte lu."));
     m_modelNote->setVisible(!m_modelNote->text().isEmpty());
     m_check->setEnabled(!isLoading);
@@ -129,8 +136,7 @@ void GeneralPage::showWalls() {
 }
 
 void GeneralPage::setLogin(bool value) {
-    if (!m_shell.setLaunchesAtLogin(value))
-        m_model.showError(std::string(text("L'ouverture à la connexion n'a pas pu être enregistrée.")));
+    (void)m_shell.setLaunchesAtLogin(value); // which says what went wrong
     m_login->setChecked(m_shell.launchesAtLogin().value_or(false));
 }
 
@@ -147,8 +153,9 @@ void GeneralPage::showEvent(QShowEvent* event) {
     const auto launches = m_shell.launchesAtLogin();
     m_login->setVisible(launches.has_value());
     m_login->setChecked(launches.value_or(false));
+    m_notify->setChecked(m_settings.notifyAutomatic());
     showWalls();
-    m_model.refreshModelStatus();
+    lookAtModel();
 }
 
 void GeneralPage::hideEvent(QHideEvent* event) {

@@ -28,6 +28,7 @@ protected:
 
 private:
     QWidget* makeIntelligence();
+    void lookAtModel();
     void showModel();
     void showWalls();
     void setLogin(bool value);
@@ -36,6 +37,7 @@ private:
     const Settings& m_settings;
     Shell& m_shell;
     QCheckBox* m_login;
+    QCheckBox* m_notify;
     QLabel* m_modelIcon;
     QLabel* m_modelState;
     NoteLabel* m_modelNote;

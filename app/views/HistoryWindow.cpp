@@ -34,6 +34,7 @@
 #include <algorithm>
 #include <array>
 #include <chrono>
+#include <expected>
 #include <utility>
 
 namespace vesto {
@@ -163,7 +164,6 @@ void HistoryWindow::makeTable() {
         else
             reveal(index);
     });
-    connect(m_table, &QTreeView::activated, this, &HistoryWindow::reveal);
     connect(m_table->selectionModel(), &QItemSelectionModel::currentChanged, this,
             &HistoryWindow::showCurrent);
     connect(m_records, &QAbstractItemModel::dataChanged, this, &HistoryWindow::showCurrent);
@@ -215,7 +215,7 @@ void HistoryWindow::makeKeys() {
             m_field->clear();
     });
     addKey(*this, QKeySequence::Undo, [this] { undo(m_table->currentIndex()); });
-    addKey(*this, Qt::CTRL | Qt::Key_Return, [this] { reveal(m_table->currentIndex()); });
+    addKey(*this, Qt::CTRL | Qt::Key_Return, [this] { revealCurrent(); });
     setTabOrder(m_field, m_table);
     setTabOrder(m_table, m_undo);
     setTabOrder(m_undo, m_reveal);
@@ -273,14 +273,15 @@ void HistoryWindow::showCount() {
 void HistoryWindow::showCurrent() {
     const QModelIndex index = m_table->currentIndex();
     const RenameRecord* record = recordAt(index);
-    m_undo->setEnabled(record != nullptr && record->status == RenameRecord::Status::done);
+    m_undo->setEnabled(record != nullptr && record->status == RenameRecord::Status::done &&
+                       !m_undoing.contains(record->id));
     m_reveal->setEnabled(record != nullptr); // until the folder was looked at
     m_name->setText(record == nullptr ? QString() : leftToRight(shownName(record->newName)));
     m_facts->setText(record == nullptr
                          ? QString()
                          : french("au lieu de %1 · %2 · %3", quoted(shownName(record->originalName)),
                                   longDateTime(record->date),
-                                  isolated(shown(shownPath(record->folderPath)))));
+                                  isolated(shownName(shownPath(record->folderPath)))));
     if (record != nullptr)
         m_lookDelay.start();
 }
@@ -326,8 +327,24 @@ const RenameRecord* HistoryWindow::recordAt(const QModelIndex& index) const {
 
 void HistoryWindow::undo(const QModelIndex& index) {
     const RenameRecord* record = recordAt(index);
-    if (record != nullptr && record->status == RenameRecord::Status::done)
-        m_model.undo(record->id);
+    if (record == nullptr || record->status != RenameRecord::Status::done)
+        return;
+    const auto [place, isNew] = m_undoing.insert(record->id);
+    if (!isNew)
+        return; // its file is on its way already
+    m_model.undo(*place, [window = QPointer<HistoryWindow>(this),
+                          id = *place](const std::expected<RenameRecord, std::string>&) {
+        if (!window)
+            return;
+        window->m_undoing.erase(id);
+        window->showCurrent();
+    });
+    showCurrent();
+}
+
+void HistoryWindow::revealCurrent() {
+    if (m_reveal->isEnabled())
+        reveal(m_table->currentIndex());
 }
 
 void HistoryWindow::reveal(const QModelIndex& index) {
@@ -341,9 +358,9 @@ bool HistoryWindow::eventFilter(QObject* watched, QEvent* event) {
     if (event->type() != QEvent::KeyPress)
         return QWidget::eventFilter(watched, event);
     const auto* key = static_cast<QKeyEvent*>(event);
+    const bool isEnter = key->key() == Qt::Key_Return || key->key() == Qt::Key_Enter;
     if (watched == m_field) {
         const bool isDown = key->key() == Qt::Key_Down || key->key() == Qt::Key_PageDown;
-        const bool isEnter = key->key() == Qt::Key_Return || key->key() == Qt::Key_Enter;
         if (isEnter || isDown)
             search();
         if (isDown && m_records->rowCount() > 0) {
@@ -352,6 +369,9 @@ bool HistoryWindow::eventFilter(QObject* watched, QEvent* event) {
                 m_table->setCurrentIndex(m_records->index(0, 0));
             return true;
         }
+    } else if (watched == m_table && isEnter && (key->modifiers() & ~Qt::KeypadModifier) == Qt::NoModifier) {
+        revealCurrent();
+        return true;
     } else if (watched == m_table && key->matches(QKeySequence::Copy)) {
         if (const RenameRecord* record = recordAt(m_table->currentIndex()))
             QApplication::clipboard()->setText(shownName(record->newName));
@@ -375,9 +395,15 @@ void HistoryWindow::changeEvent(QEvent* event) {
 
 void HistoryWindow::showEvent(QShowEvent* event) {
     QWidget::showEvent(event);
+    m_records->setCounted(true);
     m_records->refreshDates(); // perhaps it is another day
     if (!m_table->currentIndex().isValid())
         m_table->setCurrentIndex(m_records->index(0, 0));
+}
+
+void HistoryWindow::hideEvent(QHideEvent* event) {
+    QWidget::hideEvent(event);
+    m_records->setCounted(false);
 }
 
 } // namespace vesto

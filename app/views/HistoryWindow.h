@@ -4,6 +4,9 @@
 #include <QModelIndex>
 #include <QTimer>
 #include <QWidget>
+#include <functional>
+#include <set>
+#include <string>
 
 class QBoxLayout;
 class QLabel;
@@ -33,6 +36,7 @@ protected:
     void resizeEvent(QResizeEvent* event) override;
     void changeEvent(QEvent* event) override;
     void showEvent(QShowEvent* event) override;
+    void hideEvent(QHideEvent* event) override;
 
 private:
     void makeBar(QBoxLayout& column);
@@ -54,6 +58,7 @@ private:
     [[nodiscard]] const RenameRecord* recordAt(const QModelIndex& index) const;
     void undo(const QModelIndex& index);
     void reveal(const QModelIndex& index);
+    void revealCurrent();
 
     AppModel& m_model;
     Shell& m_shell;
@@ -70,6 +75,7 @@ private:
     QLabel* m_facts;
     QPushButton* m_undo;
     QPushButton* m_reveal;
+    std::set<std::string, std::less<>> m_undoing; // ids of rows whose files are on their way back
     QTimer m_searchDelay;
     QTimer m_lookDelay;
 };

@@ -12,11 +12,13 @@
 #include "app/views/TitleEditor.h"
 #include "app/views/Words.h"
 #include "core/files/FileName.h"
+#include "core/support/Text.h"
 
 #include <QCoreApplication>
 #include <QEvent>
 #include <QListView>
 #include <QPointer>
+#include <QScopedValueRollback>
 #include <QScrollArea>
 #include <QScrollBar>
 #include <QVBoxLayout>
@@ -69,6 +71,10 @@ MenuPanel::MenuPanel(AppModel& model, const Settings& settings, Shell& shell, QW
     , m_pending(model, settings)
     , m_recent(model, nullptr, mostRecent) {
     setObjectName(QStringLiteral("menuPanel"));
+    m_recent.setCounted(false);
+    m_stateTimer.setSingleShot(true);
+    m_stateTimer.setInterval(0);
+    connect(&m_stateTimer, &QTimer::timeout, this, &MenuPanel::showState);
     build();
     bindLists();
     bindKeys();
@@ -137,8 +143,8 @@ void MenuPanel::bindLists() {
         connect(rows, &PaintedRows::triggered, this, &MenuPanel::trigger);
     for (const QAbstractItemModel* rows : {static_cast<const QAbstractItemModel*>(&m_pending),
                                            static_cast<const QAbstractItemModel*>(&m_recent)}) {
-        connect(rows, &QAbstractItemModel::rowsRemoved, this, &MenuPanel::showState);
-        connect(rows, &QAbstractItemModel::modelReset, this, &MenuPanel::showState);
+        connect(rows, &QAbstractItemModel::rowsRemoved, &m_stateTimer, qOverload<>(&QTimer::start));
+        connect(rows, &QAbstractItemModel::modelReset, &m_stateTimer, qOverload<>(&QTimer::start));
     }
     connect(&m_pending, &QAbstractItemModel::rowsInserted, this,
             [this](const QModelIndex& /*parent*/, int first, int last) {
@@ -153,7 +159,7 @@ void MenuPanel::bindLists() {
             [this](const QModelIndex& /*parent*/, int first, int last) {
                 const int edited = m_pending.indexOf(utf8(m_edited)).row();
                 if (!m_edited.isEmpty() && edited >= first && edited <= last)
-                    dropEditor();
+                    loseEdited();
             });
     connect(&m_model, &AppModel::foldersChanged, this, &MenuPanel::showState);
     connect(&m_model, &AppModel::batchChanged, this, &MenuPanel::contentsResized);
@@ -165,18 +171,37 @@ void MenuPanel::bindLists() {
         m_announcer->announceProposal(shownName(
             proposal.policy.fileName(proposal.baseName, extensionOf(lastComponentOf(proposal.url)))));
     });
-    connect(m_pendingHeader, &SectionHeader::confirmed, &m_model, [this] { m_model.rejectAll(); });
+    connect(m_pendingHeader, &SectionHeader::asked, this, [this] {
+        m_asked.clear();
+        for (const PendingProposal& pending : m_model.pending())
+            m_asked.push_back(pending.id());
+        showQuestion();
+    });
+    connect(m_pendingHeader, &SectionHeader::confirmed, this, [this] {
+        const QScopedValueRollback answering(m_isAnswering, true);
+        m_model.rejectAll(m_asked); // and nothing that arrived meanwhile
+    });
+}
+
+void MenuPanel::showQuestion() {
+    std::erase_if(m_asked, [this](const std::string& id) { return !m_pending.indexOf(id).isValid(); });
+    if (m_asked.empty())
+        m_pendingHeader->stopAsking();
+    else
+        m_pendingHeader->setQuestion(
+            plural(m_asked.size(), "Ignorer la proposition ?", "Ignorer les %n propositions ?"));
 }
 
 void MenuPanel::showState() {
+    m_stateTimer.stop();
     const auto pending = static_cast<std::size_t>(m_pending.rowCount());
     const bool hasRecent = m_recent.rowCount() > 0;
     m_pendingHeader->setVisible(pending > 0);
     m_pendingList->parentWidget()->setVisible(pending > 0);
     m_pendingHeader->setCount(pending);
-    m_pendingHeader->setQuestion(
-        plural(pending, "Ignorer la proposition ?", "Ignorer les %n propositions ?"));
     m_pendingHeader->setActVisible(pending > 1);
+    if (m_pendingHeader->isAsking())
+        showQuestion();
     m_recentHeader->setVisible(hasRecent);
     m_recentList->parentWidget()->setVisible(hasRecent);
     m_empty->setVisible(m_model.folders().empty() || (pending == 0 && !hasRecent));
@@ -222,6 +247,7 @@ QSize MenuPanel::minimumSizeHint() const {
 void MenuPanel::refresh() {
     m_pending.refresh();
     m_recent.refreshDates();
+    m_model.refreshModelStatus();
 }
 
 void MenuPanel::changeEvent(QEvent* event) {
@@ -257,11 +283,13 @@ void MenuPanel::trigger(const QModelIndex& index, int part) {
 }
 
 void MenuPanel::accept(const QModelIndex& index) {
+    const QScopedValueRollback answering(m_isAnswering, true);
     if (const std::string id = m_pending.idAt(index); !id.empty())
         m_model.accept(id);
 }
 
 void MenuPanel::ignore(const QModelIndex& index) {
+    const QScopedValueRollback answering(m_isAnswering, true);
     if (const std::string id = m_pending.idAt(index); !id.empty())
         (void)m_model.reject(id);
 }
@@ -327,16 +355,17 @@ void MenuPanel::edit(std::string_view proposalID) {
         return;
     closeEditor();
     m_edited = QString::fromStdString(pending->proposal.id);
-    const QString text = m_draftID == m_edited ? m_draft : shown(pending->proposal.title);
+    m_editedPath = pending->proposal.url.native();
+    const QString text = m_draftPath == m_editedPath ? m_draft : shown(pending->proposal.title);
     m_editor = new TitleEditor(m_model, *pending, text, m_pendingList->viewport());
     m_pendingRows->setEdited(m_edited, m_editor->sizeHint().height());
     connect(m_editor, &TitleEditor::textEdited, this, [this](const QString& draft) {
-        m_draftID = m_edited;
+        m_draftPath = m_editedPath;
         m_draft = draft;
     });
     connect(m_editor, &TitleEditor::accepted, this, &MenuPanel::renameEdited);
     connect(m_editor, &TitleEditor::left, this, [this] {
-        m_draftID.clear();
+        m_draftPath.clear();
         leave();
     });
     m_pendingList->setCurrentIndex(index);
@@ -349,10 +378,20 @@ void MenuPanel::edit(std::string_view proposalID) {
 void MenuPanel::renameEdited() {
     if (m_editor == nullptr)
         return;
+    const QScopedValueRollback answering(m_isAnswering, true);
     const std::string id = utf8(m_edited);
     m_model.accept(id, utf8(m_editor->text()));
-    if (!m_pending.indexOf(id).isValid()) // else the model said why not, and the editor stays
-        takeFocus(*m_pendingList, Qt::OtherFocusReason);
+    if (m_pending.indexOf(id).isValid())
+        return; // the model said why not, and the editor stays
+    m_draftPath.clear();
+    takeFocus(*m_pendingList, Qt::OtherFocusReason);
+}
+
+/// The draft stays: a file that was only saved again comes back with another proposal.
+void MenuPanel::loseEdited() {
+    dropEditor();
+    if (!m_isAnswering)
+        m_model.showError(std::string(text("Cette proposition n'est plus d'actualité.")));
 }
 
 void MenuPanel::dropEditor() {

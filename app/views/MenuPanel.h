@@ -7,10 +7,12 @@
 #include <QFrame>
 #include <QRect>
 #include <QString>
+#include <QTimer>
 #include <functional>
 #include <set>
 #include <string>
 #include <string_view>
+#include <vector>
 
 class QListView;
 class QScrollArea;
@@ -75,6 +77,8 @@ private:
     void orderFocus();
 
     void showState();
+    /// Of the proposals that were there when it was asked, how many are left.
+    void showQuestion();
     void fitLists();
     /// What is hovered or edited stays where it is while rows arrive above it.
     void keepPlace(int heightAbove);
@@ -88,6 +92,8 @@ private:
     void revealCurrent();
     void showEvidence(const QModelIndex& index);
     void renameEdited();
+    /// The row under the editor goes.
+    void loseEdited();
     void dropEditor();
     void closeEditor();
     [[nodiscard]] QRect markOf(const QModelIndex& index) const;
@@ -120,8 +126,12 @@ private:
 
     TitleEditor* m_editor = nullptr; // owned by the list
     QString m_edited;                // the proposal's id
-    QString m_draftID;               // of a title that was begun and left
+    std::string m_editedPath;        // its file's
+    std::string m_draftPath;         // the file for which a title was begun and left
     QString m_draft;
+    bool m_isAnswering = false;                   // a row goes because of what was done here
+    std::vector<std::string> m_asked;             // ids of what the user was asked about at once
+    QTimer m_stateTimer;                          // rows went: what follows from it is shown once
     std::set<std::string, std::less<>> m_undoing; // ids of rows whose files are on their way back
 };
 

@@ -86,10 +86,17 @@ void PendingRows::setEdited(const QString& id, int height) {
 QSize PendingRows::sizeHint(const QStyleOptionViewItem& option, const QModelIndex& index) const {
     if (!m_edited.isEmpty() && index.data(IdRole).toString() == m_edited)
         return {0, m_editedHeight};
+    return {option.rect.width(), rowHeight()};
+}
+
+int PendingRows::rowHeight() const {
     const QFont font = view().font();
-    const int below = std::max({belowHeight(font), toolSide, buttonSize(french("Accepter")).height()});
-    return {option.rect.width(),
-            std::max(pendingHeight, (2 * padding) + nameHeight(font) + lineGap + below + 1)};
+    if (m_measuredFont != font) {
+        const int below = std::max({belowHeight(font), toolSide, buttonSize(french("Accepter")).height()});
+        m_rowHeight = std::max(pendingHeight, (2 * padding) + nameHeight(font) + lineGap + below + 1);
+        m_measuredFont = font;
+    }
+    return m_rowHeight;
 }
 
 std::vector<RowPart> PendingRows::parts(const QStyleOptionViewItem& option, const QModelIndex& index) const {

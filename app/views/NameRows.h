@@ -1,6 +1,8 @@
 #pragma once
 #include "app/views/PaintedRows.h"
 
+#include <QFont>
+#include <optional>
 #include <string>
 
 namespace vesto {
@@ -27,8 +29,13 @@ public:
     static constexpr int contentStart = 38;
 
 private:
+    [[nodiscard]] int rowHeight() const;
+
     QString m_edited;
     int m_editedHeight = 0;
+    // Every row is asked for its height: that of the font is worked out once.
+    mutable std::optional<QFont> m_measuredFont;
+    mutable int m_rowHeight = 0;
 };
 
 /// Paints a rename of the history: the file's name over when and from which.

@@ -54,6 +54,16 @@ QString quoted(const QString& shownName) {
     return QChar(0x00AB) + QString(QChar(0x00A0)) + isolated(shownName) + QChar(0x00A0) + QChar(0x00BB);
 }
 
+QString shownSentence(std::string_view sentence) {
+    return shownName(sentence)
+        .replace(QChar(0x00AB), QString(QChar(0x00AB)) + QChar(0x2068))
+        .replace(QChar(0x00BB), QString(QChar(0x2069)) + QChar(0x00BB));
+}
+
+QString tip(const QString& text) {
+    return text.isEmpty() ? QString() : QLatin1String("<qt>") + text.toHtmlEscaped();
+}
+
 QString elideName(const QString& shownName, const QFontMetrics& metrics, int width) {
     if (metrics.horizontalAdvance(shownName) <= width)
         return shownName;

@@ -18,6 +18,12 @@ namespace vesto {
 /// «\u00A0name\u00A0», isolated.
 [[nodiscard]] QString quoted(const QString& shownName);
 
+/// A sentence of the model's that may hold names: like a name, and what stands in « » is isolated.
+[[nodiscard]] QString shownSentence(std::string_view sentence);
+
+/// For a tip: what looks like markup in it is shown, and not read.
+[[nodiscard]] QString tip(const QString& text);
+
 /// Cut in the middle of its base to fit, so that the extension and at least eight characters before it stay.
 /// `width` in logical pixels.
 [[nodiscard]] QString elideName(const QString& shownName, const QFontMetrics& metrics, int width);

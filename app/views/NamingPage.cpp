@@ -17,6 +17,7 @@
 #include <QLabel>
 #include <QLineEdit>
 #include <QPushButton>
+#include <QSignalBlocker>
 #include <QToolButton>
 #include <QVBoxLayout>
 #include <cerrno>
@@ -28,6 +29,10 @@ namespace {
 constexpr int symbolSide = 16;
 constexpr int indent = 24;
 
+Instant now() {
+    return std::chrono::time_point_cast<Instant::duration>(std::chrono::system_clock::now());
+}
+
 } // namespace
 
 NamingPage::NamingPage(AppModel& model, const Settings& settings)
@@ -37,7 +42,8 @@ NamingPage::NamingPage(AppModel& model, const Settings& settings)
     , m_reset(m_pattern->addAction(QIcon(), QLineEdit::TrailingPosition))
     , m_errorIcon(new QLabel)
     , m_error(new NoteLabel({}, nullptr, NoteLabel::Tone::failure))
-    , m_example(new NoteLabel({}, nullptr, NoteLabel::Tone::plain, 1)) {
+    , m_example(new NoteLabel({}, nullptr, NoteLabel::Tone::plain, 1))
+    , m_generic(new QCheckBox(french("Ne renommer que les noms génériques"))) {
     auto* column = PageParts::column(*this);
     auto* form = new QGridLayout;
     form->setHorizontalSpacing(16);
@@ -46,7 +52,6 @@ NamingPage::NamingPage(AppModel& model, const Settings& settings)
     auto* title = new QLabel(french("Modèle de nom"));
     title->setBuddy(m_pattern);
     m_pattern->setAccessibleName(french("Modèle de nom"));
-    m_pattern->setText(shown(settings.nameTemplate()));
     m_reset->setText(french("Rétablir le modèle d'origine"));
     m_reset->setToolTip(m_reset->text());
     for (QToolButton* button : m_pattern->findChildren<QToolButton*>())
@@ -70,15 +75,13 @@ NamingPage::NamingPage(AppModel& model, const Settings& settings)
     column->addLayout(form);
     column->addWidget(PageParts::separator());
 
-    auto* generic = new QCheckBox(french("Ne renommer que les noms génériques"));
-    generic->setChecked(settings.genericOnly());
     auto* note = new NoteLabel(french("« Capture d’écran… », « IMG_1234 », « Sans titre », identifiants… "
                                       "Les fichiers déjà bien nommés sont laissés tels quels."));
     note->setContentsMargins(indent, 0, 0, 0);
-    generic->setAccessibleDescription(note->text());
+    m_generic->setAccessibleDescription(note->text());
     auto* choice = new QVBoxLayout;
     choice->setSpacing(4);
-    choice->addWidget(generic);
+    choice->addWidget(m_generic);
     choice->addWidget(note);
     column->addLayout(choice);
     column->addStretch();
@@ -87,10 +90,12 @@ NamingPage::NamingPage(AppModel& model, const Settings& settings)
     connect(m_pattern, &QLineEdit::returnPressed, this, &NamingPage::takeDraft);
     connect(m_reset, &QAction::triggered, m_pattern,
             [this] { m_pattern->setText(shown(NameTemplate::defaultTemplate().pattern)); });
-    connect(generic, &QCheckBox::toggled, this,
-            [this](bool isOn) { m_model.tellSettings(m_settings.setGenericOnly(isOn)); });
+    connect(m_generic, &QCheckBox::clicked, this, [this](bool isOn) {
+        m_model.tellSettings(m_settings.setGenericOnly(isOn));
+        m_generic->setChecked(m_settings.genericOnly());
+    });
     paintIcons();
-    takeDraft();
+    showSettings();
 }
 
 QWidget* NamingPage::makeTokens() {
@@ -115,16 +120,32 @@ QWidget* NamingPage::makeTokens() {
 }
 
 void NamingPage::takeDraft() {
-    const auto now = std::chrono::time_point_cast<Instant::duration>(std::chrono::system_clock::now());
-    const TemplateDraft draft = takeTemplateDraft(utf8(m_pattern->text()), m_settings, Locale::user(), now);
+    const TemplateDraft draft = takeTemplateDraft(utf8(m_pattern->text()), m_settings, Locale::user(), now());
+    showDraft(draft);
+    if (draft.saveError != 0)
+        m_model.tellSettings(std::unexpected(draft.saveError));
+}
+
+void NamingPage::showSettings() {
+    m_generic->setChecked(m_settings.genericOnly());
+    const auto judged = [this](const std::string& pattern) {
+        return judgeTemplateDraft(pattern, m_settings, Locale::user(), now());
+    };
+    const bool isUnfinished = !m_pattern->text().isEmpty() && !judged(utf8(m_pattern->text())).isValid();
+    if (const QString kept = shown(m_settings.nameTemplate()); !isUnfinished && m_pattern->text() != kept) {
+        const QSignalBlocker quiet(m_pattern);
+        m_pattern->setText(kept);
+    }
+    showDraft(judged(utf8(m_pattern->text())));
+}
+
+void NamingPage::showDraft(const TemplateDraft& draft) {
     m_error->setText(draft.error ? shown(*draft.error) : QString());
     m_errorIcon->setVisible(draft.error.has_value());
     m_pattern->setAccessibleDescription(m_error->text());
     m_example->setText(leftToRight(shownName(draft.example)));
     m_example->setTone(draft.isValid() ? NoteLabel::Tone::plain : NoteLabel::Tone::secondary);
     m_reset->setVisible(!draft.isDefault);
-    if (draft.saveError != 0)
-        m_model.tellSettings(std::unexpected(draft.saveError));
 }
 
 void NamingPage::paintIcons() {
@@ -141,7 +162,7 @@ void NamingPage::changeEvent(QEvent* event) {
 
 void NamingPage::showEvent(QShowEvent* event) {
     QWidget::showEvent(event);
-    takeDraft(); // another day, another example
+    showSettings();
 }
 
 } // namespace vesto

@@ -3,6 +3,7 @@
 
 #include <QWidget>
 
+class QCheckBox;
 class QLabel;
 class QLineEdit;
 
@@ -10,6 +11,7 @@ namespace vesto {
 
 class AppModel;
 class NoteLabel;
+struct TemplateDraft;
 
 /// "Nommage": the pattern of names.
 class NamingPage final : public QWidget {
@@ -24,6 +26,9 @@ protected:
 private:
     QWidget* makeTokens();
     void takeDraft();
+    void showDraft(const TemplateDraft& draft);
+    /// As they are kept, perhaps by another program; but what is being written stays.
+    void showSettings();
     void paintIcons();
 
     AppModel& m_model;
@@ -33,6 +38,7 @@ private:
     QLabel* m_errorIcon;
     NoteLabel* m_error;
     NoteLabel* m_example;
+    QCheckBox* m_generic;
 };
 
 } // namespace vesto

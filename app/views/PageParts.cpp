@@ -24,6 +24,19 @@ protected:
     }
 };
 
+/// Lives with its control.
+class WheelKeeper final : public QObject {
+public:
+    using QObject::QObject;
+
+    bool eventFilter(QObject* watched, QEvent* event) override {
+        if (event->type() != QEvent::Wheel)
+            return QObject::eventFilter(watched, event);
+        event->ignore(); // so that it goes to the page
+        return true;
+    }
+};
+
 /// Lives with its button.
 class IconKeeper final : public QObject {
 public:
@@ -59,6 +72,11 @@ QVBoxLayout* column(QWidget& page) {
 
 QFrame* separator() {
     return new Line;
+}
+
+void keepFromWheel(QWidget& control) {
+    control.setFocusPolicy(Qt::StrongFocus);
+    control.installEventFilter(new WheelKeeper(&control));
 }
 
 void keepIcon(QAbstractButton& button, Symbol symbol) {

@@ -15,6 +15,9 @@ QVBoxLayout* column(QWidget& page);
 /// A thin line across.
 [[nodiscard]] QFrame* separator();
 
+/// The wheel over it scrolls the page and never changes it: nobody meant that who only wants to read on.
+void keepFromWheel(QWidget& control);
+
 /// Gives a button its symbol, and again whenever the palette changes.
 void keepIcon(QAbstractButton& button, Symbol symbol);
 

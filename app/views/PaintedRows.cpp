@@ -1,5 +1,6 @@
 #include "app/views/PaintedRows.h"
 
+#include "app/views/Names.h"
 #include "app/views/Words.h"
 
 #include <QAbstractItemView>
@@ -130,10 +131,8 @@ bool PaintedRows::release(QPoint point) {
 bool PaintedRows::showTip(QPoint point, QPoint global) {
     const std::optional<Found> found = find(point);
     const QModelIndex index = m_view.indexAt(point);
-    const QString tip = found ? found->part.text : index.data(Qt::ToolTipRole).toString();
-    // A tip that looks like markup would be read as such.
-    QToolTip::showText(global, tip.isEmpty() ? tip : QLatin1String("<qt>") + tip.toHtmlEscaped(), m_viewport,
-                       found ? found->part.place : m_view.visualRect(index));
+    const QString text = found ? found->part.text : index.data(Qt::ToolTipRole).toString();
+    QToolTip::showText(global, tip(text), m_viewport, found ? found->part.place : m_view.visualRect(index));
     return true;
 }
 

@@ -3,6 +3,7 @@
 #include "app/model/AppModel.h"
 #include "app/views/Formats.h"
 #include "app/views/Icons.h"
+#include "app/views/Names.h"
 #include "app/views/Shell.h"
 #include "app/views/Tones.h"
 #include "app/views/Words.h"
@@ -110,7 +111,7 @@ void BatchButton::follow() {
     m_bar->setVisible(batch->isAnalysing());
     m_text->setText(text);
     setAccessibleName(text);
-    setToolTip(shown(batchTitle(*batch)).toHtmlEscaped());
+    setToolTip(tip(shownSentence(batchTitle(*batch))));
 }
 
 void BatchButton::dress() {
@@ -163,7 +164,7 @@ void SimpleModeLine::follow() {
     const auto& status = m_model.modelStatus();
     setVisible(!status.isAvailable());
     const QString reason = shown(status.message);
-    setToolTip(reason.toHtmlEscaped());
+    setToolTip(tip(reason));
     setAccessibleDescription(french("%1 : %2", m_note->text(), reason));
 }
 

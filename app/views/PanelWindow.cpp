@@ -18,6 +18,7 @@ namespace {
 constexpr double mostOfScreen = 0.90;
 constexpr int gap = 4; // between icon and popup
 constexpr const char* memoryKey = "panel";
+constexpr const char* chosenKey = "panelHeightIsChosen"; // empty: it is that of the contents
 
 } // namespace
 
@@ -111,13 +112,23 @@ void PanelWindow::openAsWindow() {
         const QSize size = fitting(screen()->availableGeometry());
         resize(size);
         m_fittedHeight = size.height();
-        (void)restoreGeometry(m_memory.value(memoryKey)); // nothing is known the first time
+        const bool isKnown = restoreGeometry(m_memory.value(memoryKey));
+        if (isKnown && m_memory.value(chosenKey).isEmpty())
+            resize(width(), m_fittedHeight);
     }
     setWindowState(windowState() & ~Qt::WindowMinimized);
     show();
+    fit(); // what changed while it was hidden
     raise();
     activateWindow();
     m_panel->focusFirst();
+}
+
+bool PanelWindow::closePopup() {
+    const bool wasOpen = isPopup();
+    if (wasOpen)
+        hide();
+    return wasOpen;
 }
 
 void PanelWindow::openEditing(std::string_view proposalID) {
@@ -127,8 +138,10 @@ void PanelWindow::openEditing(std::string_view proposalID) {
 }
 
 void PanelWindow::hideEvent(QHideEvent* event) {
-    if (!windowFlags().testFlag(Qt::Popup))
+    if (!windowFlags().testFlag(Qt::Popup)) {
         m_memory.keep(memoryKey, saveGeometry());
+        m_memory.keep(chosenKey, height() == m_fittedHeight ? QByteArray() : QByteArray("1"));
+    }
     QWidget::hideEvent(event);
 }
 

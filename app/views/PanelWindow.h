@@ -25,6 +25,9 @@ public:
     /// `icon`: where the tray icon is on the screen.
     void openBeside(const QRect& icon);
     void openAsWindow();
+    /// False where no popup is open. As long as one is, it takes every key, also those that are meant for
+    /// another window.
+    bool closePopup();
     /// As a window, with that proposal's title in its editor; a popup that is open stays one.
     void openEditing(std::string_view proposalID);
 

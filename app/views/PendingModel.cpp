@@ -10,6 +10,10 @@
 #include <QPointer>
 #include <algorithm>
 #include <cstddef>
+#include <iterator>
+#include <span>
+#include <unordered_map>
+#include <unordered_set>
 #include <utility>
 
 namespace vesto {
@@ -38,26 +42,38 @@ int PendingModel::rowCount(const QModelIndex& parent) const {
 }
 
 void PendingModel::follow() {
+    // Rows in one piece come and go at once: there may be thousands.
     const auto& now = m_model.pending();
-    const auto stays = [&](const Row& row) {
-        return std::ranges::find(now, row.pending.proposal.id,
-                                 [](const PendingProposal& each) { return each.proposal.id; }) != now.end();
-    };
-    for (int row = rowCount(); row-- > 0;) {
-        if (stays(m_rows[static_cast<std::size_t>(row)]))
-            continue;
-        beginRemoveRows({}, row, row);
-        m_rows.erase(m_rows.begin() + row);
+    std::unordered_set<std::string_view> ids;
+    for (const PendingProposal& pending : now)
+        ids.insert(pending.id());
+    const auto isGone = [&](const Row& row) { return !ids.contains(row.pending.id()); };
+    for (auto end = m_rows.end(); end != m_rows.begin();) {
+        const auto last = std::find_if(std::reverse_iterator(end), m_rows.rend(), isGone).base();
+        const auto first = std::find_if_not(std::reverse_iterator(last), m_rows.rend(), isGone).base();
+        if (first == last)
+            break;
+        beginRemoveRows({}, static_cast<int>(first - m_rows.begin()),
+                        static_cast<int>(last - m_rows.begin()) - 1);
+        end = m_rows.erase(first, last);
         endRemoveRows();
     }
     // What stays keeps its order; what is new stands between.
     for (std::size_t row = 0; row < now.size(); ++row) {
-        if (row < m_rows.size() && m_rows[row].pending.proposal.id == now[row].proposal.id)
+        std::size_t end = row;
+        while (end < now.size() && (row >= m_rows.size() || now[end].id() != m_rows[row].pending.id()))
+            ++end;
+        if (end == row)
             continue;
         const auto place = static_cast<int>(row);
-        beginInsertRows({}, place, place);
-        m_rows.insert(m_rows.begin() + place, Row{now[row], std::nullopt});
+        std::vector<Row> added;
+        for (const PendingProposal& pending : std::span(now).subspan(row, end - row))
+            added.push_back(Row{pending, std::nullopt});
+        beginInsertRows({}, place, static_cast<int>(end) - 1);
+        m_rows.insert(m_rows.begin() + place, std::move_iterator(added.begin()),
+                      std::move_iterator(added.end()));
         endInsertRows();
+        row = end;
     }
     if (m_rows.empty())
         m_lookTimer.stop();
@@ -89,14 +105,16 @@ void PendingModel::look() {
 }
 
 void PendingModel::takeNames(const std::vector<std::string>& ids, const std::vector<std::string>& names) {
-    for (std::size_t at = 0; at < ids.size(); ++at) {
-        const QModelIndex place = indexOf(ids[at]);
-        if (!place.isValid())
+    std::unordered_map<std::string_view, const std::string*> found;
+    for (std::size_t at = 0; at < ids.size(); ++at)
+        found.emplace(ids[at], &names[at]);
+    for (std::size_t at = 0; at < m_rows.size(); ++at) {
+        Row& row = m_rows[at];
+        const auto name = found.find(row.pending.id());
+        if (name == found.end() || row.finalName == *name->second)
             continue;
-        Row& row = m_rows[static_cast<std::size_t>(place.row())];
-        if (row.finalName == names[at])
-            continue;
-        row.finalName = names[at];
+        row.finalName = *name->second;
+        const QModelIndex place = index(static_cast<int>(at));
         Q_EMIT dataChanged(place, place);
     }
 }
@@ -115,8 +133,7 @@ QModelIndex PendingModel::indexOf(std::string_view proposalID) const {
 
 const PendingProposal* PendingModel::proposal(const QModelIndex& index) const {
     const auto& all = m_model.pending();
-    const auto place =
-        std::ranges::find(all, idAt(index), [](const PendingProposal& each) { return each.proposal.id; });
+    const auto place = std::ranges::find(all, idAt(index), &PendingProposal::id);
     return place == all.end() ? nullptr : &*place;
 }
 

@@ -54,12 +54,15 @@ QSize PreviewView::sizeHint() const {
 }
 
 void PreviewView::show(const Subject& subject, std::vector<Subject> neighbours) {
+    // Shown again, it has been asked for: only who comes after it may be others.
+    const bool isAnother = !m_subject || m_subject->id != subject.id;
     m_subject = subject;
     m_wanted = std::move(neighbours);
     m_wanted.insert(m_wanted.begin(), subject);
     setAccessibleName(french("Aperçu de %1", subject.name));
     setAccessibleDescription(subject.lines.join(QLatin1Char('\n')));
-    m_delay.start();
+    if (isAnother || (!m_delay.isActive() && !m_isAsking))
+        m_delay.start();
     update();
 }
 

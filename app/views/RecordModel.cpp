@@ -5,6 +5,9 @@
 #include "app/views/Names.h"
 #include "app/views/Words.h"
 #include "core/files/FileName.h"
+#include "core/support/Text.h"
+
+#include <fmt/format.h>
 
 #include <algorithm>
 #include <tuple>
@@ -82,16 +85,18 @@ std::optional<std::vector<RenameRecord>> RecordModel::read(std::size_t limit,
                                                            const std::optional<Store::Place>& after) {
     auto records = m_model.store().history(utf8(m_search), limit, after);
     m_error = records ? QString() : shown(records.error().description);
-    if (!records)
-        return std::nullopt;
-    return std::move(*records);
+    m_isStuck = !records;
+    if (records)
+        return std::move(*records);
+    m_model.showError(fmt::format("{} {}", text("SwiftData :"), records.error().description));
+    return std::nullopt;
 }
 
 void RecordModel::reload() {
     beginResetModel();
     const std::size_t wanted = std::min(page, m_mostRows);
     auto records = read(wanted, std::nullopt);
-    m_isComplete = !records || records->size() < wanted;
+    m_isComplete = records && records->size() < wanted;
     m_rows = std::move(records).value_or(std::vector<RenameRecord>());
     endResetModel();
     countAgain();
@@ -105,7 +110,7 @@ void RecordModel::setSearch(const QString& search) {
 }
 
 bool RecordModel::canFetchMore(const QModelIndex& parent) const {
-    return !parent.isValid() && !m_isComplete && !m_isFetching && m_rows.size() < m_mostRows;
+    return !parent.isValid() && !m_isComplete && !m_isStuck && !m_isFetching && m_rows.size() < m_mostRows;
 }
 
 void RecordModel::fetchMore(const QModelIndex& parent) {
@@ -113,7 +118,7 @@ void RecordModel::fetchMore(const QModelIndex& parent) {
         return;
     const std::size_t wanted = std::min(page, m_mostRows - m_rows.size());
     const auto records = read(wanted, Store::Place{m_rows.back().date, m_rows.back().id});
-    m_isComplete = !records || records->size() < wanted;
+    m_isComplete = records && records->size() < wanted;
     m_isFetching = true; // who hears of the new rows may ask for more
     if (records)
         insert(m_rows.size(), *records);
@@ -197,15 +202,25 @@ std::optional<std::size_t> RecordModel::total() const {
     return m_tally.isComplete ? std::optional(m_tally.rows) : std::nullopt;
 }
 
+void RecordModel::setCounted(bool isCounted) {
+    if (std::exchange(m_isCounted, isCounted) == isCounted)
+        return;
+    if (isCounted)
+        countAgain();
+    else
+        m_countTimer.stop();
+}
+
 void RecordModel::countAgain() {
     m_tally = {};
-    countOn();
+    if (m_isCounted)
+        countOn();
 }
 
 void RecordModel::countOn() {
     const auto tally = m_model.store().historyCount(utf8(m_search), m_tally);
-    m_tally = tally.value_or(Store::Tally{.isComplete = true});
-    if (m_tally.isComplete)
+    m_tally = tally.value_or(Store::Tally{});
+    if (m_tally.isComplete || !tally)
         Q_EMIT totalChanged();
     else
         m_countTimer.start();

@@ -48,7 +48,9 @@ public:
     void setSearch(const QString& search);
     [[nodiscard]] const QString& search() const { return m_search; }
 
-    /// How many rows there are in all; nothing while that is being counted.
+    /// Whether somebody wants to know `total`; at first somebody does.
+    void setCounted(bool isCounted);
+    /// How many rows there are in all; nothing while that is being counted, or could not be.
     [[nodiscard]] std::optional<std::size_t> total() const;
 
     /// Why the history could not be read; empty where it could.
@@ -86,6 +88,8 @@ private:
     QString m_error;
     std::vector<RenameRecord> m_rows;
     bool m_isComplete = false; // no row behind the last
+    bool m_isStuck = false;    // what is behind could not be read; until the next change
+    bool m_isCounted = true;
     bool m_isFetching = false;
     Store::Tally m_tally;
     QTimer m_followTimer;

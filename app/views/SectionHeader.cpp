@@ -70,6 +70,7 @@ void SectionHeader::setQuestion(const QString& question) {
 
 void SectionHeader::ask() {
     m_isAsking = true;
+    Q_EMIT asked();
     m_patience.start();
     arrange();
     m_no->setFocus(Qt::OtherFocusReason); // the harmless answer

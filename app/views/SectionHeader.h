@@ -32,6 +32,8 @@ public:
     [[nodiscard]] QPushButton* noButton() const { return m_no; }
 
 Q_SIGNALS:
+    /// The question is about to be shown: time to say what it is.
+    void asked();
     void confirmed();
 
 protected:

@@ -36,7 +36,7 @@ public:
 
     /// Nothing where this desktop starts no programs at login.
     [[nodiscard]] virtual std::optional<bool> launchesAtLogin() const = 0;
-    /// False where that could not be kept.
+    /// False where that could not be kept; why is the model's last error.
     virtual bool setLaunchesAtLogin(bool value) = 0;
 
     /// The language model's name, with its size and seconds per title where they are known; empty without

@@ -87,7 +87,7 @@ void StatusLine::layOutText() {
     const int room = m_text->width() - metrics.horizontalAdvance(label);
     m_text->setText(label + isolated(elideName(m_name, metrics, room)));
     m_text->setAccessibleName(label + m_name);
-    m_text->setToolTip(QLatin1String("<qt>") + leftToRight(m_name).toHtmlEscaped());
+    m_text->setToolTip(tip(leftToRight(m_name)));
 }
 
 void StatusLine::dress() {

@@ -96,7 +96,7 @@ void TitleEditor::lookUp() {
 }
 
 void TitleEditor::describe(const QString& name) {
-    m_field->setToolTip(QLatin1String("<qt>") + leftToRight(name).toHtmlEscaped());
+    m_field->setToolTip(tip(leftToRight(name)));
     m_field->setAccessibleDescription(name);
 }
 

@@ -3,6 +3,7 @@
 #include "app/model/AppModel.h"
 #include "app/model/FolderCheck.h"
 #include "app/model/Settings.h"
+#include "app/views/ErrorStrip.h"
 #include "app/views/Icons.h"
 #include "app/views/Names.h"
 #include "app/views/Shell.h"
@@ -114,6 +115,7 @@ WelcomeWindow::WelcomeWindow(AppModel& model, const Settings& settings, Shell& s
     auto* whole = new QVBoxLayout(this);
     whole->setContentsMargins(0, 0, 0, 0);
     whole->setSpacing(0);
+    whole->addWidget(new ErrorStrip(m_model, this));
     whole->addWidget(scroll, 1);
     whole->addWidget(m_edge);
     whole->addWidget(buildFooter());
@@ -239,6 +241,8 @@ QWidget* WelcomeWindow::buildFooter() {
 }
 
 void WelcomeWindow::choose(const QString& start) {
+    m_added->clear(); // of an earlier choice
+    m_addedIcon->clear();
     m_shell.chooseFolder(this, start.toStdString(),
                          [window = QPointer<WelcomeWindow>(this)](const std::string& folderID) {
                              if (window)
@@ -251,7 +255,8 @@ void WelcomeWindow::showAdded(const std::string& folderID) {
     const auto folder = std::ranges::find(folders, folderID, &WatchedFolder::id);
     if (folder == folders.end())
         return;
-    m_added->setText(french("%1 est surveillé.", isolated(shownName(displayNameOf(folder->path)))));
+    m_added->setText(french(m_model.paused() ? "%1 sera surveillé après la pause." : "%1 est surveillé.",
+                            isolated(shownName(displayNameOf(folder->path)))));
     m_addedIcon->setPixmap(
         Icons::own(Symbol::done, Tones(palette()).success()).pixmap(symbolSize, devicePixelRatio()));
     m_finish->setFocus(Qt::OtherFocusReason);
@@ -259,7 +264,7 @@ void WelcomeWindow::showAdded(const std::string& folderID) {
 
 void WelcomeWindow::finish() {
     // Where it cannot be kept the window comes back at the next start, which loses nothing.
-    (void)m_settings.setOnboarded(true);
+    m_model.tellSettings(m_settings.setOnboarded(true));
     Q_EMIT finished();
     close();
 }

@@ -69,13 +69,45 @@ TEST(BatchThreads, AnalysesRenamesAndUndoes) {
 
     isDone = false;
     std::filesystem::remove(world.folder / "Mon titre.txt"); // one failure stops no other
+    const std::size_t errorsBefore = world.errors.size();
     world.model->undoBatch(id, [&] { isDone = true; });
+    EXPECT_TRUE(batch.isUndoing);
+    world.model->undoBatch(id); // pressed twice
     ASSERT_TRUE(world.eventually([&] { return isDone; }));
+    EXPECT_FALSE(batch.isUndoing);
+    EXPECT_EQ(world.errors.size(), errorsBefore + 1);
     EXPECT_EQ(world.errors.back(), "Annulation impossible : Le fichier n'existe plus.");
     EXPECT_TRUE(namesIn(world.folder.path()).contains("scan0001.txt"));
     EXPECT_TRUE(batch.items[0].isProposed()); // again, for who thinks better of it
     EXPECT_FALSE(batch.items[0].selected);
     EXPECT_FALSE(batch.items[3].isProposed());
+}
+
+TEST(BatchThreads, RenamesNothingButWhatWasTickedWhenItWasAsked) {
+    World world;
+    for (const char* name : {"scan0001.txt", "scan0002.txt", "scan0003.txt"})
+        write(world.folder / name, "Facture EDF octobre Montpellier");
+    world.start(AppModel::Watching::none);
+    world.model->startBatch(world.folder.path());
+    ASSERT_TRUE(world.eventually([&] { return !world.model->batch()->isAnalysing(); }));
+    const Batch& batch = *world.model->batch();
+    ASSERT_EQ(batch.items.size(), 3);
+    const auto select = [&](std::size_t item, bool isSelected) {
+        world.model->setItemsSelected({batch.items[item].proposal.id}, isSelected);
+    };
+    for (const std::size_t item : {0U, 1U})
+        select(item, true);
+    select(2, false);
+    bool isDone = false;
+    world.model->renameSelected([&] { isDone = true; }); // the first is on its way
+    select(1, false);
+    select(2, true); // to think about it
+    ASSERT_TRUE(world.eventually([&] { return isDone; }));
+    EXPECT_TRUE(std::holds_alternative<Batch::Renamed>(batch.items[0].state));
+    EXPECT_TRUE(batch.items[1].isProposed());
+    EXPECT_TRUE(batch.items[2].isProposed());
+    EXPECT_EQ(batch.selectedCount(), 1);
+    EXPECT_FALSE(batch.isRenaming);
 }
 
 TEST(BatchThreads, SkipsTheRestOnceItIsClosed) {

@@ -61,7 +61,7 @@ bool answerAll(Life& life) {
     const auto id = [&](std::size_t index) { return life.model().pending()[index].proposal.id; };
     const auto first = life.ask([&](auto done) { life.model().accept(id(0), std::move(done)); });
     const auto second = life.ask([&](auto done) { life.model().accept(id(0), "Un titre", std::move(done)); });
-    life.model().rejectAll();
+    life.model().rejectAll({id(0)});
     return first && *first && second && *second && life.finish();
 }
 

@@ -1,16 +1,20 @@
 #include "app/views/ConfidenceMark.h"
+#include "app/views/ErrorStrip.h"
 #include "app/views/Formats.h"
 #include "app/views/Icons.h"
 #include "app/views/Names.h"
 #include "app/views/Tones.h"
 #include "app/views/Words.h"
+#include "tests/views/support/WindowWorld.h"
 
 #include <gtest/gtest.h>
 
+#include <QClipboard>
 #include <QDateTime>
 #include <QFont>
 #include <QFontMetrics>
 #include <QImage>
+#include <QLabel>
 #include <QPalette>
 #include <array>
 #include <chrono>
@@ -74,6 +78,34 @@ TEST(Names, AreShownWithoutWhatCouldTurnThem) {
     EXPECT_EQ(utf8(shownName("deux\nlignes\u2028.txt")), "deuxlignes.txt");
     EXPECT_EQ(utf8(shownName("caf\xE9.txt")), "caf\uFFFD.txt");
     EXPECT_EQ(utf8(quoted(shownName("a.pdf"))), "«\u00A0\u2068a.pdf\u2069\u00A0»");
+}
+
+TEST(Names, LeaveTheSentenceAroundThemAlone) {
+    EXPECT_EQ(utf8(shownSentence("Accès perdu à « \u202Efdp\n ».")), "Accès perdu à «\u2068 fdp \u2069».");
+    EXPECT_EQ(tip(QStringLiteral("<img src=x> & \"y\"")),
+              QStringLiteral("<qt>&lt;img src=x&gt; &amp; &quot;y&quot;"));
+    EXPECT_TRUE(tip({}).isEmpty()); // else there would be an empty one
+}
+
+TEST(ErrorStrip, ShowsAMessageAsTextAndLetsItBeCopied) {
+    WindowWorld world;
+    world.start(AppModel::Watching::none);
+    QWidget window;
+    window.resize(200, 200);
+    auto* strip = new ErrorStrip(*world.model, &window);
+    strip->resize(200, 60);
+    WindowWorld::expose(window);
+    const std::string message = "Le fichier est ici : /home/marie/<img src=x.png>" + std::string(400, 'a');
+    world.model->showError(message);
+    QLabel* label = nullptr;
+    for (auto* each : strip->findChildren<QLabel*>())
+        if (!each->text().isEmpty())
+            label = each;
+    ASSERT_NE(label, nullptr);
+    EXPECT_EQ(label->textFormat(), Qt::PlainText);
+    EXPECT_TRUE(label->toolTip().contains(QStringLiteral("&lt;img src=x.png&gt;")));
+    QTest::keyClick(label, Qt::Key_C, Qt::ControlModifier);
+    EXPECT_EQ(utf8(QApplication::clipboard()->text()), message);
 }
 
 TEST(Names, KeepTheirEndsWhenTheyAreCut) {

@@ -11,11 +11,13 @@
 
 #include <gtest/gtest.h>
 
+#include <QLabel>
 #include <QLineEdit>
 #include <QListView>
 #include <QPushButton>
 #include <QTest>
 #include <QToolButton>
+#include <algorithm>
 #include <memory>
 #include <string>
 #include <vector>
@@ -141,6 +143,7 @@ TEST_F(Panel, ADraftOutlivesAClosedPanel) {
     // Answered elsewhere meanwhile: the editor goes with it.
     world.model->accept(world.model->pending().front().proposal.id);
     EXPECT_EQ(panel().editor(), nullptr);
+    EXPECT_EQ(world.errors, std::vector<std::string>{"Cette proposition n'est plus d'actualité."});
     // A notification's "Modifier" comes here.
     window->openEditing(world.model->pending().front().proposal.id);
     ASSERT_NE(panel().editor(), nullptr);
@@ -185,9 +188,57 @@ TEST_F(Panel, AsksBeforeItIgnoresAll) {
     EXPECT_TRUE(window->isVisible());
     EXPECT_EQ(world.model->pending().size(), 2U);
     QTest::mouseClick(header.actButton(), Qt::LeftButton);
+    const auto asks = [&](const char* question) {
+        const auto labels = header.findChildren<QLabel*>();
+        return std::ranges::any_of(labels,
+                                   [&](const QLabel* each) { return each->text() == shown(question); });
+    };
+    EXPECT_TRUE(asks("Ignorer les 2 propositions ?"));
+    const std::string later = world.proposal("scan_3.txt", "Bulletin de paie").proposal.id;
+    EXPECT_TRUE(asks("Ignorer les 2 propositions ?")); // that one nobody was asked about
     QTest::mouseClick(header.yesButton(), Qt::LeftButton);
-    EXPECT_TRUE(world.model->pending().empty());
-    EXPECT_TRUE(header.isHidden());
+    ASSERT_EQ(world.model->pending().size(), 1U);
+    EXPECT_EQ(world.model->pending().front().proposal.id, later);
+    EXPECT_TRUE(world.model->reject(later));
+    EXPECT_TRUE(World::eventually([&] { return header.isHidden(); }));
+}
+
+TEST_F(Panel, LeavesTheKeyboardToOtherWindowsAndFitsItsContents) {
+    open();
+    EXPECT_FALSE(window->closePopup());
+    EXPECT_TRUE(window->isVisible());
+    const int empty = window->height();
+    window->close();
+    for (const char* name : {"scan_1.txt", "scan_2.txt", "scan_3.txt", "scan_4.txt", "scan_5.txt"})
+        world.proposal(name, "Contrat de location");
+    window->openAsWindow();
+    const int full = window->height();
+    EXPECT_GT(full, empty); // what came while it was closed
+
+    window->resize(window->width(), full + 50);
+    window->close();
+    show(); // another one, at another start
+    EXPECT_EQ(window->height(), full + 50); // as the user left it
+    window->openBeside(QRect(100, 100, 22, 22));
+    EXPECT_EQ(QApplication::activePopupWidget(), window.get());
+    EXPECT_TRUE(window->closePopup());
+    EXPECT_EQ(QApplication::activePopupWidget(), nullptr);
+}
+
+TEST_F(Panel, KnowsWhetherThereIsAModelWhenItIsLookedAt) {
+    FoundationNameGenerator::Availability now;
+    world.modelAvailability = [&] { return now; };
+    open();
+    const auto* line = panel().findChild<SimpleModeLine*>();
+    ASSERT_NE(line, nullptr);
+    EXPECT_TRUE(line->isHidden());
+    window->close();
+    now.message = "Le modèle est désactivé.";
+    window->openAsWindow();
+    EXPECT_TRUE(line->isVisible());
+    now = {};
+    world.proposal("scan_1.txt", "Contrat de location"); // whose title it wrote
+    EXPECT_TRUE(line->isHidden());
 }
 
 TEST_F(Panel, SaysWhatIsGoingOn) {

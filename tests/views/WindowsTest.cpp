@@ -23,6 +23,7 @@
 #include <QTabWidget>
 #include <QToolButton>
 #include <QTreeView>
+#include <QWheelEvent>
 
 namespace vesto {
 namespace {
@@ -281,6 +282,55 @@ TEST(SettingsWindow, KeepsOnlyValidPatterns) {
     EXPECT_TRUE(field->accessibleDescription().isEmpty());
 }
 
+TEST(SettingsWindow, ShowsWhatWasChangedElsewhereAndStoresNothingByItself) {
+    WindowWorld world;
+    world.start(AppModel::Watching::none);
+    SettingsWindow window(*world.model, world.settings, world.shell, world.memory());
+    window.showPage(SettingsPage::naming);
+    WindowWorld::expose(window);
+    auto* field = window.findChild<QLineEdit*>();
+    auto* generic =
+        WindowWorld::button<QCheckBox>(window, QStringLiteral("Ne renommer que les noms génériques"));
+    window.close();
+    ASSERT_TRUE(world.settings.setNameTemplate("{title} {kind}"));
+    ASSERT_TRUE(world.settings.setGenericOnly(false));
+    ASSERT_TRUE(world.settings.setAutoThreshold(0.32));
+    WindowWorld::expose(window);
+    EXPECT_EQ(world.settings.nameTemplate(), "{title} {kind}");
+    EXPECT_EQ(field->text(), QStringLiteral("{title} {kind}"));
+    EXPECT_FALSE(generic->isChecked());
+    field->setText(QStringLiteral("{titel}")); // unfinished: it is still there afterwards
+    window.close();
+    WindowWorld::expose(window);
+    EXPECT_EQ(field->text(), QStringLiteral("{titel}"));
+    window.showPage(SettingsPage::folders);
+    EXPECT_EQ(window.findChild<QSlider*>()->accessibleName(),
+              QStringLiteral("Confiance minimale, 32\u202F%"));
+    EXPECT_EQ(world.settings.autoThreshold(), 0.32); // also where the slider does not reach
+}
+
+TEST(SettingsWindowWithWorkers, AreNotChangedByTheWheel) {
+    WindowWorld world;
+    world.start();
+    world.watch();
+    SettingsWindow window(*world.model, world.settings, world.shell, world.memory());
+    WindowWorld::expose(window);
+    const double before = world.settings.autoThreshold();
+    auto* mode = window.findChild<QComboBox*>();
+    auto* slider = window.findChild<QSlider*>();
+    ASSERT_NE(mode, nullptr);
+    for (QWidget* control : {static_cast<QWidget*>(mode), static_cast<QWidget*>(slider)})
+        for (const int turn : {-120, 120}) {
+            control->setFocus();
+            const QPointF place = control->rect().center();
+            QWheelEvent wheel(place, control->mapToGlobal(place), {}, QPoint(0, turn), Qt::NoButton,
+                              Qt::NoModifier, Qt::NoScrollPhase, false);
+            QApplication::sendEvent(control, &wheel);
+            EXPECT_FALSE(world.model->folders().front().automatic) << turn;
+            EXPECT_EQ(world.settings.autoThreshold(), before) << turn;
+        }
+}
+
 TEST(SettingsWindow, TellsTheTruthAboutLoginAndWalls) {
     WindowWorld world;
     world.shell.fault = "La prison du lecteur ne tient pas.";
@@ -292,9 +342,10 @@ TEST(SettingsWindow, TellsTheTruthAboutLoginAndWalls) {
     QTest::keyClick(login, Qt::Key_Space);
     EXPECT_EQ(world.shell.login, true);
     world.shell.isLoginRefused = true;
+    world.shell.onLoginRefused = [&] { world.model->showError("Le disque est plein."); };
     QTest::keyClick(login, Qt::Key_Space);
     EXPECT_TRUE(login->isChecked()); // as it is, not as it was wished
-    EXPECT_TRUE(world.model->lastError().has_value());
+    EXPECT_EQ(world.model->lastError(), "Le disque est plein.");
     bool isSaid = false;
     for (const QLabel* label : window.findChildren<QLabel*>())
         isSaid = isSaid || label->text() == QStringLiteral("La prison du lecteur ne tient pas.");

@@ -143,6 +143,7 @@ public:
                                    .settings = settings,
                                    .notifier = notifier,
                                    .summarizer = Summarizer({"fr-FR"}, reading),
+                                   .modelAvailability = modelAvailability,
                                    .locale = Locale("fr_FR"),
                                    .stabilizer = stabilizer,
                                    .rescanInterval = std::chrono::milliseconds(100),
@@ -217,6 +218,7 @@ public:
                               .timeout = std::chrono::milliseconds(500)};
     std::chrono::milliseconds silenceLimit = std::chrono::seconds(20);
     std::chrono::milliseconds finishPatience = std::chrono::seconds(5);
+    std::function<FoundationNameGenerator::Availability()> modelAvailability{};
     std::unique_ptr<Store> store;
     std::unique_ptr<AppModel> model;
     std::vector<std::string> errors; // what the user was told, in order

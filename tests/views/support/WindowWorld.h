@@ -32,6 +32,8 @@ public:
     void quit() override { calls.emplace_back("quit"); }
     [[nodiscard]] std::optional<bool> launchesAtLogin() const override { return login; }
     bool setLaunchesAtLogin(bool value) override {
+        if (isLoginRefused && onLoginRefused)
+            onLoginRefused();
         if (isLoginRefused)
             return false;
         login = value;
@@ -57,6 +59,7 @@ public:
     std::map<std::string, Preview> pictures; // by file name
     std::optional<bool> login = false;
     bool isLoginRefused = false;
+    std::function<void()> onLoginRefused;
     std::string fault;
 };
 
