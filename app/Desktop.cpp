@@ -8,16 +8,21 @@
 #include "app/platform/SessionBus.h"
 #include "app/platform/SingleInstance.h"
 #include "app/views/Icons.h"
+#include "app/views/Words.h"
 #include "core/support/Text.h"
 #include "services/sandbox/SystemCalls.h"
 
 #include <QApplication>
 #include <QLibraryInfo>
 #include <QLocale>
+#include <QTimer>
 #include <QTranslator>
+#include <chrono>
 #include <memory>
 #include <optional>
+#include <stop_token>
 #include <string>
+#include <thread>
 #include <utility>
 #include <variant>
 
@@ -41,23 +46,70 @@ void dress(QTranslator& translator) {
 /// What is shown when somebody asks for the application.
 struct Face {
     std::unique_ptr<DesktopApplication> application;
-    std::unique_ptr<FaultWindow> fault;
+    std::unique_ptr<FaultWindow> fault; // or what it waits for
+    bool isAskedFor = false;
 
-    void show(const QString& token) const {
-        if (application)
+    void show(const QString& token) {
+        isAskedFor = true;
+        if (application) {
             application->activate(token);
-        else if (fault)
+        } else if (fault) {
+            fault->show();
             fault->raise();
+        }
     }
 };
 
 int showFault(Face& face, const std::string& fault) {
     QApplication::setQuitOnLastWindowClosed(true);
     const EndSignals signals([] { QApplication::exit(1); });
-    face.fault = std::make_unique<FaultWindow>(fault);
+    face.fault = std::make_unique<FaultWindow>(french("Vesto ne peut pas démarrer."), fault);
     face.fault->show();
     QApplication::exec();
     return 1;
+}
+
+/// Comes by the user's files, however long another program keeps them: whoever waits for that sees why.
+Startup::Outcome takeOver(Face& face) {
+    std::optional<Startup::Outcome> outcome;
+    std::jthread worker([&outcome, isHidden = !face.isAskedFor](const std::stop_token& stop) {
+        outcome.emplace(Startup::takeOver(isHidden, stop));
+        QMetaObject::invokeMethod(qApp, [] { QApplication::exit(0); }, Qt::QueuedConnection);
+    });
+    QTimer patience;
+    patience.setSingleShot(true);
+    QObject::connect(&patience, &QTimer::timeout, qApp, [&face, &worker] {
+        face.fault = std::make_unique<FaultWindow>(
+            french("Vesto démarre…"),
+            std::string(text("Un autre programme Vesto finit peut-être le fichier en cours : cela peut prendre "
+                             "une minute.")),
+            [&worker] { worker.request_stop(); });
+        if (face.isAskedFor)
+            face.fault->show();
+    });
+    patience.start(std::chrono::seconds(1));
+    QApplication::exec();
+    worker.request_stop(); // where somebody else ended the loop
+    worker.join();
+    face.fault.reset();
+    return *std::move(outcome);
+}
+
+/// Takes the application's name on the bus. False where another application has it: that was brought up, or
+/// the user was told why not.
+bool takeName(Face& face, SingleInstance& instance, const QDBusConnection& bus, const Start& start,
+              int& status) {
+    using Answer = SingleInstance::Answer;
+    Answer answer = Answer::nobody;
+    for (int attempt = 0; attempt < 2 && answer == Answer::nobody; ++attempt) { // it may be just ending
+        if (instance.claim())
+            return true;
+        answer = start.isHidden ? Answer::shown : SingleInstance::activateOther(bus, start.activationToken);
+    }
+    status = answer == Answer::shown
+                 ? 0
+                 : showFault(face, std::string(text("Vesto est déjà ouvert et ne répond pas.")));
+    return false;
 }
 
 } // namespace
@@ -75,12 +127,13 @@ int run(const Start& start) {
     QTranslator translator;
     dress(translator);
     const auto bus = sessionBus();
-    Face face;
+    Face face{.application = {}, .fault = {}, .isAskedFor = !start.isHidden};
     std::optional<SingleInstance> instance;
     if (bus) {
         instance.emplace(*bus, [&face](const QString& token) { face.show(token); });
-        if (!instance->claim())
-            return SingleInstance::activateOther(*bus, start.activationToken) ? 0 : 1;
+        int status = 0;
+        if (!takeName(face, *instance, *bus, start, status))
+            return status;
     }
     // The display and the bus are connected. From here on this process reaches no other machine.
     if (!sandbox::refuseNetwork())
@@ -89,16 +142,17 @@ int run(const Start& start) {
             std::string(text(
                 "Ce noyau ne sait pas filtrer les appels système (seccomp) : rien n'empêcherait un accès au "
                 "réseau, aucun fichier n'est lu.")));
-    auto outcome = Startup::takeOver();
+    auto outcome = takeOver(face);
     if (const auto* refused = std::get_if<Startup::Refused>(&outcome))
         return showFault(face, refused->why);
     auto* taken = std::get_if<Startup::Taken>(&outcome);
     if (taken == nullptr)
         return 0;
-    face.application = std::make_unique<DesktopApplication>(std::move(*taken), bus);
+    face.application =
+        std::make_unique<DesktopApplication>(std::move(*taken), bus, [&instance] { instance.reset(); });
     const EndSignals signals([&face] { face.application->quit(); });
     face.application->start();
-    if (!start.isHidden)
+    if (face.isAskedFor)
         face.application->activate(start.activationToken);
     return QApplication::exec();
 }

@@ -36,8 +36,10 @@ void useToken(const QString& token) {
 
 } // namespace
 
-DesktopApplication::DesktopApplication(Startup::Taken taken, const std::optional<QDBusConnection>& bus)
+DesktopApplication::DesktopApplication(Startup::Taken taken, const std::optional<QDBusConnection>& bus,
+                                       std::function<void()> leaving)
     : m_taken(std::move(taken))
+    , m_leaving(std::move(leaving))
     , m_languageModel(std::make_shared<CurrentModel>(Locale::user()))
     , m_notifications(bus ? std::make_unique<NotificationCentre>(
                                 *bus, NotificationCentre::Windows{
@@ -75,6 +77,9 @@ DesktopApplication::DesktopApplication(Startup::Taken taken, const std::optional
 
 DesktopApplication::~DesktopApplication() {
     qApp->removeEventFilter(this);
+    // Requests that end now change the model, and what follows its signals is about to go.
+    m_model.disconnect(this);
+    m_control.reset();
 }
 
 AppModel::Dependencies DesktopApplication::dependencies() {
@@ -112,7 +117,7 @@ void DesktopApplication::activate(const QString& token) {
     if (m_isQuitting)
         return;
     useToken(token);
-    if (m_settings.onboarded())
+    if (isOnboarded())
         showPanel();
     else
         showWelcome();
@@ -126,6 +131,13 @@ PanelWindow& DesktopApplication::panel() {
     return *m_panel;
 }
 
+/// An open popup would keep the keyboard to itself.
+bool DesktopApplication::makeWay() {
+    if (m_panel)
+        (void)m_panel->closePopup();
+    return !m_isQuitting;
+}
+
 void DesktopApplication::bringForward(QWidget& window) {
     if (window.isMinimized())
         window.showNormal();
@@ -135,8 +147,10 @@ void DesktopApplication::bringForward(QWidget& window) {
 }
 
 void DesktopApplication::openFromTray() {
+    if (m_isQuitting)
+        return;
     const QRect icon = m_tray.geometry();
-    if (!m_settings.onboarded())
+    if (!isOnboarded())
         showWelcome();
     else if (!icon.isEmpty() && PanelWindow::canPlaceWindows())
         panel().openBeside(icon);
@@ -145,10 +159,13 @@ void DesktopApplication::openFromTray() {
 }
 
 void DesktopApplication::showWelcome() {
+    if (!makeWay())
+        return;
     if (!m_welcome) {
         m_welcome = std::make_unique<WelcomeWindow>(m_model, m_settings, *this);
         // Where there is a tray it stays in sight; elsewhere nothing else would show that Vesto runs.
         connect(m_welcome.get(), &WelcomeWindow::finished, this, [this] {
+            m_isWelcomed = true;
             if (!m_tray.isThere())
                 showPanel();
         });
@@ -157,20 +174,26 @@ void DesktopApplication::showWelcome() {
 }
 
 void DesktopApplication::showPanel() {
-    panel().openAsWindow();
+    if (!m_isQuitting)
+        panel().openAsWindow();
 }
 
 void DesktopApplication::showPanelEditing(std::string_view proposalID) {
-    panel().openEditing(proposalID);
+    if (!m_isQuitting)
+        panel().openEditing(proposalID);
 }
 
 void DesktopApplication::showHistory() {
+    if (!makeWay())
+        return;
     if (!m_history)
         m_history = std::make_unique<HistoryWindow>(m_model, *this);
     bringForward(*m_history);
 }
 
 void DesktopApplication::showSettings(SettingsPage page) {
+    if (!makeWay())
+        return;
     if (!m_settingsWindow)
         m_settingsWindow = std::make_unique<SettingsWindow>(m_model, m_settings, *this);
     m_settingsWindow->showPage(page);
@@ -178,6 +201,8 @@ void DesktopApplication::showSettings(SettingsPage page) {
 }
 
 void DesktopApplication::showBatch() {
+    if (!makeWay())
+        return;
     if (!m_batch)
         m_batch = std::make_unique<BatchWindow>(m_model, m_settings, *this);
     bringForward(*m_batch);
@@ -233,6 +258,10 @@ bool DesktopApplication::eventFilter(QObject* watched, QEvent* event) {
 
 void DesktopApplication::chooseFolder(QWidget* over, const std::filesystem::path& start,
                                       std::function<void(const std::string& folderID)> added) {
+    if (!makeWay())
+        return;
+    if (over != nullptr && !over->isVisible())
+        over = nullptr; // it was the popup's
     const FolderChooser::Words words{
         .title = french("Choisissez un dossier dont Vesto renommera les nouveaux fichiers."),
         .accept = french("Surveiller")};
@@ -255,10 +284,16 @@ void DesktopApplication::chooseFolder(QWidget* over, const std::filesystem::path
 }
 
 void DesktopApplication::reveal(const std::filesystem::path& file) {
-    m_files.reveal(file, [this, file] {
+    const bool wasPopup = m_panel && m_panel->closePopup();
+    m_files.reveal(file, [this, file, wasPopup](FileManager::Failure failure) {
         m_model.showError(
-            fmt::format("{} {}", text("Aucun gestionnaire de fichiers n'a répondu. Le fichier est ici :"),
-                        file.native()));
+            failure == FileManager::Failure::missing
+                ? std::string(text("Le fichier n'est plus à cet endroit."))
+                : fmt::format("{} {}",
+                              text("Aucun gestionnaire de fichiers n'a répondu. Le fichier est ici :"),
+                              file.native()));
+        if (wasPopup)
+            showPanel(); // where it was asked for
     });
 }
 
@@ -281,6 +316,13 @@ void DesktopApplication::quit() {
         QCoreApplication::exit(0);
         return;
     }
+    // Whoever is started from here on takes the place of this one, once its lock is free.
+    if (m_leaving)
+        m_leaving();
+    if (m_control)
+        m_control->close();
+    m_tray.leave();
+    m_chooser.cancel();
     QApplication::closeAllWindows();
     if (m_notifications)
         m_notifications->closeAll();

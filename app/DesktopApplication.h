@@ -24,6 +24,7 @@
 #include <QObject>
 #include <QPointer>
 #include <QString>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -34,7 +35,9 @@ namespace vesto {
 /// for. Main thread. Destroying it finishes what was begun with files.
 class DesktopApplication : public QObject, public Shell {
 public:
-    DesktopApplication(Startup::Taken taken, const std::optional<QDBusConnection>& bus);
+    /// `leaving`: it has begun to quit, and shows itself no more.
+    DesktopApplication(Startup::Taken taken, const std::optional<QDBusConnection>& bus,
+                       std::function<void()> leaving);
     ~DesktopApplication() override;
 
     void start();
@@ -65,14 +68,18 @@ public:
 private:
     [[nodiscard]] AppModel::Dependencies dependencies();
     [[nodiscard]] PanelWindow& panel();
+    [[nodiscard]] bool isOnboarded() const { return m_isWelcomed || m_settings.onboarded(); }
     void openFromTray();
     void showWelcome();
+    /// False, and nothing is shown, once it quits.
+    [[nodiscard]] bool makeWay();
     static void bringForward(QWidget& window);
     void serveControl();
     void fillMenu();
     void updateTray();
 
     Startup::Taken m_taken;
+    std::function<void()> m_leaving;
     Settings m_settings;
     std::shared_ptr<CurrentModel> m_languageModel;
     std::unique_ptr<NotificationCentre> m_notifications; // null where nobody shows any
@@ -88,6 +95,7 @@ private:
     Previews m_previews;
     std::optional<Previews::Jail> m_jail; // nothing before it was tried
     bool m_isQuitting = false;
+    bool m_isWelcomed = false;            // also where that could not be kept
     std::unique_ptr<PanelWindow> m_panel; // the windows: null before they were asked for
     std::unique_ptr<WelcomeWindow> m_welcome;
     std::unique_ptr<HistoryWindow> m_history;

@@ -9,10 +9,12 @@
 #include <QLabel>
 #include <QPushButton>
 #include <QVBoxLayout>
+#include <utility>
 
 namespace vesto {
 
-FaultWindow::FaultWindow(const std::string& fault) {
+FaultWindow::FaultWindow(const QString& heading, const std::string& words, std::function<void()> closed)
+    : m_closed(std::move(closed)) {
     constexpr int margin = 16;
     constexpr int iconSize = 48;
     constexpr int textWidth = 440;
@@ -20,17 +22,17 @@ FaultWindow::FaultWindow(const std::string& fault) {
     auto* icon = new QLabel;
     icon->setPixmap(Icons::application().pixmap(QSize(iconSize, iconSize), devicePixelRatioF()));
     icon->setAlignment(Qt::AlignTop);
-    auto* heading = new QLabel(french("Vesto ne peut pas démarrer."));
-    QFont bold = heading->font();
+    auto* title = new QLabel(heading);
+    QFont bold = title->font();
     bold.setWeight(QFont::DemiBold);
-    heading->setFont(bold);
+    title->setFont(bold);
     // With paths that somebody may want to copy.
-    auto* words = new QLabel(shown(fault));
-    words->setTextFormat(Qt::PlainText);
-    words->setWordWrap(true);
-    words->setMinimumWidth(textWidth);
-    words->setTextInteractionFlags(Qt::TextSelectableByMouse | Qt::TextSelectableByKeyboard);
-    words->setAccessibleName(words->text());
+    auto* why = new QLabel(shown(words));
+    why->setTextFormat(Qt::PlainText);
+    why->setWordWrap(true);
+    why->setMinimumWidth(textWidth);
+    why->setTextInteractionFlags(Qt::TextSelectableByMouse | Qt::TextSelectableByKeyboard);
+    why->setAccessibleName(why->text());
     auto* quit = new QPushButton(french("Quitter Vesto"));
     quit->setDefault(true);
     connect(quit, &QPushButton::clicked, this, [this] { close(); });
@@ -38,8 +40,8 @@ FaultWindow::FaultWindow(const std::string& fault) {
 
     auto* texts = new QVBoxLayout;
     texts->setSpacing(margin / 2);
-    texts->addWidget(heading);
-    texts->addWidget(words);
+    texts->addWidget(title);
+    texts->addWidget(why);
     texts->addStretch();
     texts->addWidget(quit, 0, Qt::AlignRight);
     auto* all = new QHBoxLayout(this);
@@ -48,6 +50,12 @@ FaultWindow::FaultWindow(const std::string& fault) {
     all->addWidget(icon, 0, Qt::AlignTop);
     all->addLayout(texts, 1);
     quit->setFocus();
+}
+
+void FaultWindow::closeEvent(QCloseEvent* event) {
+    QWidget::closeEvent(event);
+    if (m_closed)
+        m_closed();
 }
 
 } // namespace vesto

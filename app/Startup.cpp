@@ -24,8 +24,8 @@ using namespace std::chrono_literals;
 constexpr auto patience = 90s; // the file at hand may be a film
 
 /// Whether the engine that runs did what it was asked.
-bool ask(ControlClient& engine, const char* verb) {
-    const auto answer = engine.ask(Json{{"verb", verb}}, [](const Json&) { return true; });
+bool ask(ControlClient& engine, const Json& order) {
+    const auto answer = engine.ask(order, [](const Json&) { return true; });
     const Json* end = answer ? member(*answer, "end") : nullptr;
     return end != nullptr && boolMember(*end, "done").value_or(false);
 }
@@ -40,23 +40,24 @@ std::string lockFailure(int error) {
 
 } // namespace
 
-Outcome takeOver() {
+Outcome takeOver(bool isHidden, const std::stop_token& stop) {
     auto lock = EngineLock::take(userDataFolder());
     if (!lock && lock.error() == EWOULDBLOCK) {
         if (auto engine = ControlClient::connect(userDataFolder())) {
-            if (ask(*engine, "show"))
+            if (ask(*engine, Json{{"verb", "show"}, {"hidden", isHidden}}))
                 return ShownElsewhere{};
-            static_cast<void>(ask(*engine, "leave"));
+            static_cast<void>(ask(*engine, Json{{"verb", "leave"}}));
         }
-        lock = EngineLock::await(userDataFolder(), patience, [](auto) { return !EndSignals::isWaiting(); });
-        if (EndSignals::isWaiting())
+        const auto goesOn = [&stop] { return !stop.stop_requested() && !EndSignals::isWaiting(); };
+        lock = EngineLock::await(userDataFolder(), patience, [&](auto) { return goesOn(); });
+        if (!goesOn())
             return Ended{};
     }
     if (!lock)
         return Refused{lockFailure(lock.error())};
     auto store = Store::open(lock->folder() / "history.sqlite");
     if (!store)
-        return Refused{store.error().description};
+        return Refused{fmt::format("{} {}", text("SwiftData :"), store.error().description)};
     return Taken{*std::move(lock), *std::move(store)};
 }
 

@@ -4,6 +4,7 @@
 
 #include <expected>
 #include <optional>
+#include <stop_token>
 #include <string>
 #include <variant>
 
@@ -24,8 +25,9 @@ struct Taken {
 using Outcome = std::variant<Taken, ShownElsewhere, Ended, Refused>;
 
 /// Takes over the user's files: another application is asked to show itself, a `vesto watch` to finish the
-/// file at hand and to leave, which may take a minute. Blocks.
-[[nodiscard]] Outcome takeOver();
+/// file at hand and to leave, which may take a minute. Blocks until then, or until it is stopped or the
+/// process is asked to end. `isHidden`: another application need not show itself.
+[[nodiscard]] Outcome takeOver(bool isHidden, const std::stop_token& stop);
 
 /// Whether the kernel refuses this process the network, tried anew; empty: it does, else what is wrong, in
 /// French.

@@ -8,6 +8,7 @@
 #include <QDBusPendingCallWatcher>
 #include <QDBusUnixFileDescriptor>
 #include <QVariantMap>
+#include <cerrno>
 #include <chrono>
 #include <utility>
 
@@ -37,29 +38,40 @@ FileManager::~FileManager() {
     static_cast<void>(m_worker.end(std::chrono::seconds(2)));
 }
 
-void FileManager::reveal(const std::filesystem::path& file, std::function<void()> failed) {
+void FileManager::reveal(const std::filesystem::path& file, Failed failed) {
+    // A file manager that is asked for a file that is gone may open a folder and say nothing.
+    m_worker.post([this, box = m_mailbox, file, failed = std::move(failed)] {
+        // A path only: nothing of the file can be read by that.
+        auto handle = std::make_shared<UniqueFd>(::open(file.c_str(), O_PATH | O_CLOEXEC));
+        const int error = *handle ? 0 : errno;
+        box->post([this, file, handle = std::move(handle), error, failed] {
+            if (error == ENOENT || error == ENOTDIR)
+                failed(Failure::missing);
+            else
+                show(file, handle, failed);
+        });
+    });
+}
+
+void FileManager::show(const std::filesystem::path& file, const std::shared_ptr<UniqueFd>& handle,
+                       const Failed& failed) {
     if (!m_bus) {
-        m_mailbox->post(std::move(failed));
+        failed(Failure::silence);
         return;
     }
     auto call =
         QDBusMessage::createMethodCall("org.freedesktop.FileManager1", "/org/freedesktop/FileManager1",
                                        "org.freedesktop.FileManager1", "ShowItems");
     call << QStringList{QString::fromStdString(fileURL(file))} << QString();
-    whenDone(*this, m_bus->asyncCall(call, patience), [this, file, failed = std::move(failed)](bool shown) {
-        if (shown)
-            return;
-        m_worker.post([this, box = m_mailbox, file, failed] {
-            // A path only: nothing of the file can be read by that.
-            auto handle = std::make_shared<UniqueFd>(::open(file.c_str(), O_PATH | O_CLOEXEC));
-            box->post([this, handle = std::move(handle), failed] { openFolder(*handle, failed); });
-        });
+    whenDone(*this, m_bus->asyncCall(call, patience), [this, handle, failed](bool shown) {
+        if (!shown)
+            openFolder(*handle, failed);
     });
 }
 
-void FileManager::openFolder(const UniqueFd& file, const std::function<void()>& failed) {
+void FileManager::openFolder(const UniqueFd& file, const Failed& failed) {
     if (!file) {
-        failed();
+        failed(Failure::silence);
         return;
     }
     // The portal shows the folder of the file that it is handed.
@@ -69,7 +81,7 @@ void FileManager::openFolder(const UniqueFd& file, const std::function<void()>& 
     call << QString() << QVariant::fromValue(QDBusUnixFileDescriptor(file.get())) << QVariantMap();
     whenDone(*this, m_bus->asyncCall(call, patience), [failed](bool shown) {
         if (!shown)
-            failed();
+            failed(Failure::silence);
     });
 }
 

@@ -18,12 +18,20 @@ public:
     explicit FileManager(std::optional<QDBusConnection> bus);
     ~FileManager() override;
 
+    enum class Failure {
+        missing, // there is no such file
+        silence, // nobody shows it
+    };
+    using Failed = std::function<void(Failure)>;
+
     /// Shows the file, chosen in its folder; where no file manager can, its folder. `failed` is called,
     /// later, where neither can be shown.
-    void reveal(const std::filesystem::path& file, std::function<void()> failed);
+    void reveal(const std::filesystem::path& file, Failed failed);
 
 private:
-    void openFolder(const UniqueFd& file, const std::function<void()>& failed);
+    void show(const std::filesystem::path& file, const std::shared_ptr<UniqueFd>& handle,
+              const Failed& failed);
+    void openFolder(const UniqueFd& file, const Failed& failed);
 
     std::optional<QDBusConnection> m_bus;
     std::shared_ptr<Mailbox> m_mailbox;

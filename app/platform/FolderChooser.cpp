@@ -34,9 +34,7 @@ public:
 
 void FolderChooser::choose(QWidget* over, const Words& words, const std::filesystem::path& start,
                            Chosen chosen) {
-    stopListening();
-    if (m_dialog)
-        m_dialog->deleteLater();
+    cancel();
     m_request = Request{over, words, start, std::move(chosen)};
     if (!m_bus) {
         askQt();
@@ -53,6 +51,18 @@ void FolderChooser::choose(QWidget* over, const Words& words, const std::filesys
         else
             askQt();
     });
+}
+
+void FolderChooser::cancel() {
+    if (!m_portalRequest.isEmpty()) {
+        auto call = QDBusMessage::createMethodCall(portal, m_portalRequest, requestInterface, "Close");
+        call.setAutoStartService(false);
+        m_bus->asyncCall(call);
+    }
+    stopListening();
+    if (m_dialog)
+        m_dialog->deleteLater();
+    m_request.reset();
 }
 
 void FolderChooser::askPortal() {

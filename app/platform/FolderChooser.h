@@ -30,6 +30,9 @@ public:
     /// `over` may be null. Begins in `start`, where that is there. Takes the place of a chooser that is open.
     void choose(QWidget* over, const Words& words, const std::filesystem::path& start, Chosen chosen);
 
+    /// Takes away a chooser that is open; nobody is told.
+    void cancel();
+
 private:
     struct Request {
         QPointer<QWidget> over;

@@ -2,6 +2,7 @@
 
 #include "app/model/FolderCheck.h"
 #include "app/platform/SingleInstance.h"
+#include "core/support/Log.h"
 #include "core/support/Printable.h"
 #include "core/support/Text.h"
 
@@ -12,6 +13,7 @@
 #include <QVariantMap>
 #include <algorithm>
 #include <filesystem>
+#include <string_view>
 #include <utility>
 
 namespace vesto {
@@ -185,11 +187,14 @@ void NotificationCentre::askServer() {
                     return;
                 const QDBusPendingReply<QStringList> capabilities = *finished;
                 if (capabilities.isError()) { // nobody shows notifications here; perhaps later
+                    const QByteArray error = capabilities.error().message().toUtf8();
+                    log::write(log::Level::info, "notifications: %{public}s", {std::string_view(error)});
                     m_server = Server::unknown;
                     while (!m_items.empty())
                         erase(m_items.begin());
                     return;
                 }
+                log::write(log::Level::info, "notifications autorisées : %{bool}d", {true});
                 m_server = Server::known;
                 m_capabilities = capabilities.value();
                 sendAll();

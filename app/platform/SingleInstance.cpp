@@ -28,10 +28,11 @@ SingleInstance::~SingleInstance() {
 }
 
 bool SingleInstance::claim() {
-    return m_bus.registerObject(objectPath, this) && m_bus.registerService(applicationID);
+    m_isThere = m_isThere || m_bus.registerObject(objectPath, this);
+    return m_isThere && m_bus.registerService(applicationID);
 }
 
-bool SingleInstance::activateOther(const QDBusConnection& bus, const QString& token) {
+SingleInstance::Answer SingleInstance::activateOther(const QDBusConnection& bus, const QString& token) {
     auto call =
         QDBusMessage::createMethodCall(applicationID, objectPath, "org.freedesktop.Application", "Activate");
     call.setAutoStartService(false);
@@ -41,7 +42,14 @@ bool SingleInstance::activateOther(const QDBusConnection& bus, const QString& to
         platformData.insert("desktop-startup-id", token);
     }
     call << platformData;
-    return bus.call(call, QDBus::Block, patience).type() == QDBusMessage::ReplyMessage;
+    const QDBusMessage answer = bus.call(call, QDBus::Block, patience);
+    if (answer.type() == QDBusMessage::ReplyMessage)
+        return Answer::shown;
+    const QString error = answer.errorName();
+    const bool isGone = error == "org.freedesktop.DBus.Error.ServiceUnknown" ||
+                        error == "org.freedesktop.DBus.Error.NameHasNoOwner";
+    // One that ends while it is asked does not answer either.
+    return isGone || error == "org.freedesktop.DBus.Error.Disconnected" ? Answer::nobody : Answer::silence;
 }
 
 void ApplicationAdaptor::Activate(const QVariantMap& platformData) {

@@ -20,17 +20,20 @@ public:
     SingleInstance(QDBusConnection bus, std::function<void(const QString& token)> activated);
     ~SingleInstance() override;
 
-    /// Takes the name; false where another process has it.
+    /// Takes the name; false where another process has it, and it may be tried again.
     [[nodiscard]] bool claim();
 
     void activate(const QString& token) const { m_activated(token); }
 
-    /// Brings up the application that has the name. False where there is none, or it does not answer within
-    /// five seconds; waits for that.
-    [[nodiscard]] static bool activateOther(const QDBusConnection& bus, const QString& token);
+    enum class Answer { shown, nobody, silence };
+
+    /// Brings up the application that has the name: `nobody` where none has it any more, `silence` where it
+    /// does not answer within five seconds; waits for that.
+    [[nodiscard]] static Answer activateOther(const QDBusConnection& bus, const QString& token);
 
 private:
     QDBusConnection m_bus;
+    bool m_isThere = false; // its object on the bus
     std::function<void(const QString&)> m_activated;
 };
 

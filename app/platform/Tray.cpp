@@ -115,8 +115,14 @@ bool Tray::nativeEventFilter(const QByteArray& eventType, void* message, qintptr
     return false;
 }
 
-void Tray::appear(Way way) {
+void Tray::leave() {
+    m_hasLeft = true;
     if (m_icon)
+        m_icon->hide(); // we may stand in a call of its menu
+}
+
+void Tray::appear(Way way) {
+    if (m_icon || m_hasLeft)
         return;
     m_way = way;
     m_icon = std::make_unique<QSystemTrayIcon>(icon());

@@ -27,6 +27,9 @@ public:
     /// colours as it likes, or `own` where it has none or cannot colour it.
     void show(const QString& name, const QIcon& own, const QString& toolTip);
 
+    /// The icon goes, and comes back no more.
+    void leave();
+
     /// To be filled; opened by a click with the right button.
     [[nodiscard]] QMenu& menu() { return m_menu; }
 
@@ -57,6 +60,7 @@ private:
     std::uint32_t m_managerAtom = 0; // of X11, while its older kind of tray is waited for
     std::unique_ptr<QSystemTrayIcon> m_icon;
     Way m_way = Way::bus;
+    bool m_hasLeft = false;
 };
 
 } // namespace vesto

@@ -31,7 +31,8 @@ class LifeTest(DesktopTest):
             with self.subTest(bus=bus):
                 session = self.session(bus=bus)
                 first = session.start_desktop("--hidden")
-                self.assertEqual(session.windows(), [])
+                self.assertEqual(session.start_desktop("--hidden", awaited=False).wait(PATIENCE), 0)
+                self.assertEqual(session.windows_of_vesto(), [])
                 self.assertEqual(session.start_desktop(awaited=False).wait(PATIENCE), 0)
                 until(session.windows_of_vesto, "a window")
                 self.assertEqual(session.ask_to_end(first), 0)
