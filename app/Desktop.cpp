@@ -81,8 +81,9 @@ Startup::Outcome takeOver(Face& face) {
     QObject::connect(&patience, &QTimer::timeout, qApp, [&face, &worker] {
         face.fault = std::make_unique<FaultWindow>(
             french("Vesto démarre…"),
-            std::string(text("Un autre programme Vesto finit peut-être le fichier en cours : cela peut prendre "
-                             "une minute.")),
+            std::string(
+                text("Un autre programme Vesto finit peut-être le fichier en cours : cela peut prendre "
+                     "une minute.")),
             [&worker] { worker.request_stop(); });
         if (face.isAskedFor)
             face.fault->show();

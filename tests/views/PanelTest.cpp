@@ -217,7 +217,7 @@ TEST_F(Panel, LeavesTheKeyboardToOtherWindowsAndFitsItsContents) {
 
     window->resize(window->width(), full + 50);
     window->close();
-    show(); // another one, at another start
+    show();                                 // another one, at another start
     EXPECT_EQ(window->height(), full + 50); // as the user left it
     window->openBeside(QRect(100, 100, 22, 22));
     EXPECT_EQ(QApplication::activePopupWidget(), window.get());
