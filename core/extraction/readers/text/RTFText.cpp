@@ -2,14 +2,12 @@
 
 #include "core/extraction/readers/Ascii.h"
 #include "core/extraction/readers/LineCollector.h"
-#include "core/extraction/readers/text/RTFCharsets.h"
+#include "core/extraction/readers/text/RTFLook.h"
 #include "core/extraction/readers/text/RTFWords.h"
-#include "core/support/Charset.h"
 #include "core/support/Unicode.h"
 #include "core/support/UnicodeDates.h"
 
 #include <algorithm>
-#include <unordered_map>
 #include <utility>
 #include <vector>
 
@@ -19,10 +17,6 @@ namespace {
 constexpr std::size_t maxDepth = 1000; // groups; deeper ones are skipped
 constexpr std::size_t maxLineBytes = 4 * maxCharacters;
 constexpr std::size_t maxTitleBytes = 4096;
-constexpr std::size_t maxFonts = 4096;
-constexpr std::size_t maxColors = 4096;
-constexpr int smallestHalfPoints = 4; // smaller text is not to be seen
-constexpr int leastWhite = 240;       // of each part of a colour
 
 struct ControlWord {
     std::string_view name;
@@ -34,15 +28,7 @@ enum class Destination { body, skipped, fontTable, colorTable, fieldCode, info, 
 
 struct State {
     Destination destination = Destination::body;
-    int font = -1;          // none yet
-    int fallbackLength = 1; // characters that follow a \u
-    bool isHidden = false;
-    bool isDeleted = false;
-    bool isTiny = false;
-    bool isWhite = false;            // the text,
-    bool hasGround = false;          // on a colour of its own
-    bool hasParagraphGround = false; // or of its paragraph
-    bool isInTable = false;
+    rtf::Look look;
 };
 
 class RTFScanner {
@@ -189,8 +175,11 @@ private:
             breakParagraph();
         } else if (const char32_t scalar = rtf::scalarOfWord(name); scalar != 0) {
             symbol(scalar);
-        } else if (!destinationWord(name) && !characterWord(name, number)) {
-            documentWord(name, number);
+        } else if (!destinationWord(name)) {
+            if (rtf::Looks::isFontWord(name))
+                flush();
+            if (!m_looks.characterWord(m_state.look, name, number))
+                otherWord(name, number.value_or(0));
         }
     }
 
@@ -221,82 +210,23 @@ private:
     /// Whether the field whose code was read last makes one.
     [[nodiscard]] bool isTableOfContents() const { return ascii::trimmed(m_fieldCode).starts_with("TOC"); }
 
-    /// Words that change how the following characters look or are read.
-    bool characterWord(std::string_view name, std::optional<int> number) {
-        const bool isOn = number.value_or(1) != 0;
-        if (name == "v" || name == "webhidden")
-            m_state.isHidden = isOn;
-        else if (name == "deleted")
-            m_state.isDeleted = isOn;
-        else if (name == "fs")
-            m_state.isTiny = number.value_or(24) < smallestHalfPoints;
-        else if (name == "cf")
-            m_state.isWhite = isWhite(number.value_or(0));
-        else if (name == "highlight" || name == "cb" || name == "chcbpat" || name == "chshdng")
-            m_state.hasGround = number.value_or(0) != 0;
-        else if (name == "uc")
-            m_state.fallbackLength = std::clamp(number.value_or(1), 0, 16);
-        else if (name == "plain")
-            setFont(m_defaultFont, true);
-        else if (name == "f")
-            setFont(number.value_or(0), false);
-        else
-            return tableWord(name, number);
-        return true;
-    }
-
-    /// Words of paragraphs and rows that say what text stands on.
-    bool tableWord(std::string_view name, std::optional<int> number) {
-        if (name == "pard")
-            m_state.hasParagraphGround = m_state.isInTable = false;
-        else if (name == "cbpat" || name == "shading")
-            m_state.hasParagraphGround = number.value_or(0) != 0;
-        else if (name == "intbl")
-            m_state.isInTable = true;
-        else if (name == "trowd")
-            m_rowHasGround = false;
-        else if (name == "clcbpat" || name == "clshdng")
-            m_rowHasGround = m_rowHasGround || number.value_or(0) != 0;
-        else
-            return false;
-        return true;
-    }
-
-    [[nodiscard]] bool isWhite(int color) const {
-        return color >= 0 && static_cast<std::size_t>(color) < m_whiteColors.size() &&
-               m_whiteColors[static_cast<std::size_t>(color)];
-    }
-
-    void setFont(int font, bool isPlain) {
-        flush();
-        m_state.font = font;
-        if (isPlain)
-            m_state.isHidden = m_state.isTiny = m_state.isWhite = m_state.hasGround = false;
-    }
-
-    void documentWord(std::string_view name, std::optional<int> number) {
-        const int value = number.value_or(0);
-        if (m_state.destination == Destination::fontTable) {
-            const bool hasRoom = m_fontCharsets.size() < maxFonts;
-            if (name == "fcharset" && hasRoom)
-                m_fontCharsets.try_emplace(m_state.font, charsetOfFont(value));
-            else if (name == "cpg" && hasRoom)
-                m_fontCharsets[m_state.font] = charsetOfCodePage(value);
-        } else if (m_state.destination == Destination::colorTable) {
-            if (name == "red" || name == "green" || name == "blue")
-                m_whiteParts += value >= leastWhite ? 1 : 0;
-        } else if (m_state.destination == Destination::creationTime) {
+    void otherWord(std::string_view name, int value) {
+        switch (m_state.destination) {
+        case Destination::fontTable:
+            m_looks.fontWord(m_state.look, name, value);
+            return;
+        case Destination::colorTable:
+            m_looks.colorWord(name, value);
+            return;
+        case Destination::creationTime:
             dateWord(name, value);
-        } else if (name == "ansicpg") {
-            m_charset = charsetOfCodePage(value);
-        } else if (name == "mac") {
-            m_charset = "macintosh";
-        } else if (name == "pc") {
-            m_charset = "ibm-437";
-        } else if (name == "pca") {
-            m_charset = "ibm-850";
-        } else if (name == "deff") {
-            m_defaultFont = value;
+            return;
+        case Destination::body:
+        case Destination::skipped:
+        case Destination::fieldCode:
+        case Destination::info:
+        case Destination::title:
+            m_looks.documentWord(name, value);
         }
     }
 
@@ -320,10 +250,7 @@ private:
     // ---- Characters ----
 
     [[nodiscard]] bool isShown() const {
-        if (m_tooDeep > 0 || m_state.isHidden || m_state.isDeleted || m_state.isTiny)
-            return false;
-        if (m_state.isWhite && !m_state.hasGround && !m_state.hasParagraphGround &&
-            !(m_state.isInTable && m_rowHasGround))
+        if (m_tooDeep > 0 || !m_looks.shows(m_state.look))
             return false;
         return m_state.destination == Destination::body ||
                (m_state.destination == Destination::title && m_title.size() < maxTitleBytes);
@@ -356,9 +283,8 @@ private:
         constexpr std::size_t enough = 32;
         if (m_state.destination == Destination::fieldCode && m_fieldCode.size() < enough)
             m_fieldCode += c;
-        if (m_state.destination != Destination::colorTable || c != ';' || m_whiteColors.size() >= maxColors)
-            return;
-        m_whiteColors.push_back(std::exchange(m_whiteParts, 0) == 3);
+        if (m_state.destination == Destination::colorTable && c == ';')
+            m_looks.endColor();
     }
 
     void hexByte() {
@@ -377,7 +303,7 @@ private:
     }
 
     void unicodeScalar(int number) {
-        m_fallback = m_state.fallbackLength;
+        m_fallback = m_state.look.fallbackLength;
         if (!isShown())
             return;
         flush();
@@ -404,17 +330,7 @@ private:
         if (m_pending.empty())
             return;
         std::string& target = m_state.destination == Destination::title ? m_title : m_line;
-        std::optional<std::string> decoded;
-        if (!m_pendingIsASCII) {
-            const auto charset = m_fontCharsets.find(m_state.font < 0 ? m_defaultFont : m_state.font);
-            if (charset != m_fontCharsets.end() && !charset->second.empty())
-                decoded = unicode::decodeCharset(m_pending, charset->second);
-            if (!decoded)
-                decoded = unicode::decodeCharset(m_pending, m_charset);
-            if (!decoded)
-                decoded = unicode::decodeCharset(m_pending, "windows-1252");
-        }
-        target += decoded ? *decoded : m_pending;
+        target += m_pendingIsASCII ? m_pending : m_looks.decoded(m_pending, m_state.look);
         m_pending.clear();
         m_pendingIsASCII = true;
         if (m_line.size() > maxLineBytes)
@@ -445,13 +361,8 @@ private:
     int m_fallback = 0;         // characters still to be passed over
     char32_t m_highSurrogate = 0;
 
-    std::string m_charset = "windows-1252";
-    int m_defaultFont = 0;
-    std::unordered_map<int, std::string> m_fontCharsets;
-    std::vector<bool> m_whiteColors; // by number
-    int m_whiteParts = 0;            // of the colour that is being read
-    bool m_rowHasGround = false;     // some cell of the table's row has a colour
-    std::string m_fieldCode;         // its first letters
+    rtf::Looks m_looks;
+    std::string m_fieldCode; // its first letters
 
     std::string m_pending; // bytes of the charset in force
     bool m_pendingIsASCII = true;
