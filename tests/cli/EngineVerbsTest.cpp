@@ -1,5 +1,4 @@
 #include "core/files/ProcessedMarker.h"
-#include "core/support/Json.h"
 #include "services/client/ControlClient.h"
 #include "tests/cli/Program.h"
 
@@ -10,7 +9,6 @@
 #include <sys/socket.h>
 
 #include <fstream>
-#include <sstream>
 
 namespace vesto::test {
 namespace {
@@ -25,18 +23,6 @@ constexpr std::string_view invoice =
     "Facture d'électricité\nÉnergie du Val\nDate de facture : 12/10/2026\nMontant 84,20 €\n";
 constexpr std::string_view lease = "Contrat de location meublée\nentre les soussignés\n";
 constexpr const char* leaseName = "Contrat de location meublée.txt";
-
-std::vector<Json> objects(const std::string& out) {
-    std::vector<Json> result;
-    std::istringstream lines(out);
-    for (std::string line; std::getline(lines, line);) {
-        auto value = parseJson(line);
-        EXPECT_TRUE(value && value->is_object()) << line;
-        if (value)
-            result.push_back(*std::move(value));
-    }
-    return result;
-}
 
 /// The records that a verb prints with --json; it must end with `status`.
 std::vector<Json> ask(std::vector<std::string> words, int status = 0) {

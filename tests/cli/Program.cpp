@@ -3,6 +3,8 @@
 #include "core/support/UniqueFd.h"
 
 #include <fcntl.h>
+#include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
 #include <signal.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
@@ -15,6 +17,7 @@
 #include <cstdlib>
 #include <fstream>
 #include <iterator>
+#include <sstream>
 #include <stdexcept>
 #include <thread>
 #include <utility>
@@ -63,6 +66,21 @@ void useProfile(const fs::path& profile, uid_t user) {
         ::unsetenv(name);
 }
 
+/// `vesto` with these words, as a new program takes them.
+struct CommandLine {
+    explicit CommandLine(std::vector<std::string> rest)
+        : words(std::move(rest)) {
+        words.insert(words.begin(), VESTO_PROGRAM);
+        for (std::string& word : words)
+            pointers.push_back(word.data());
+        pointers.push_back(nullptr);
+    }
+    CommandLine(const CommandLine&) = delete;
+
+    std::vector<std::string> words;
+    std::vector<char*> pointers;
+};
+
 /// `program` is opened before: another user may have no way to it through its folders.
 [[noreturn]] void becomeVesto(int program, std::vector<char*>& words, int out, int err,
                               std::optional<uid_t> user) {
@@ -80,12 +98,7 @@ void useProfile(const fs::path& profile, uid_t user) {
 
 RunResult runVesto(const std::vector<std::string>& words, std::optional<uid_t> user, const char* output,
                    const std::function<void()>& before) {
-    std::string program = VESTO_PROGRAM;
-    std::vector<std::string> owned = words;
-    std::vector<char*> pointers{program.data()};
-    for (std::string& word : owned)
-        pointers.push_back(word.data());
-    pointers.push_back(nullptr);
+    CommandLine line(words);
 
     // Files take the output, so that a long one cannot block the child.
     const UniqueFd out(output == nullptr ? ::open("/tmp", O_TMPFILE | O_RDWR | O_CLOEXEC, 0600)
@@ -99,7 +112,7 @@ RunResult runVesto(const std::vector<std::string>& words, std::optional<uid_t> u
     if (child == 0 && before)
         before();
     if (child == 0)
-        becomeVesto(opened.get(), pointers, out.get(), err.get(), user);
+        becomeVesto(opened.get(), line.pointers, out.get(), err.get(), user);
     int status = 0;
     ::waitpid(child, &status, 0);
     ::lseek(out.get(), 0, SEEK_SET);
@@ -123,12 +136,7 @@ fs::path Profile::data() const {
 }
 
 RunningVesto::RunningVesto(const std::vector<std::string>& words) {
-    std::string program = VESTO_PROGRAM;
-    std::vector<std::string> owned = words;
-    std::vector<char*> pointers{program.data()};
-    for (std::string& word : owned)
-        pointers.push_back(word.data());
-    pointers.push_back(nullptr);
+    CommandLine line(words);
     const fs::path profile = profileInUse();
     m_output = (profile / "output-XXXXXX").native();
     const UniqueFd out(::mkostemp(m_output.data(), O_CLOEXEC));
@@ -136,7 +144,7 @@ RunningVesto::RunningVesto(const std::vector<std::string>& words) {
     m_process = ::fork();
     if (m_process == 0) {
         useProfile(profile, ::geteuid());
-        becomeVesto(opened.get(), pointers, out.get(), out.get(), std::nullopt);
+        becomeVesto(opened.get(), line.pointers, out.get(), out.get(), std::nullopt);
     }
 }
 
@@ -198,6 +206,18 @@ std::vector<std::string> Folder::names() const {
         names.push_back(entry.path().filename().native());
     std::ranges::sort(names);
     return names;
+}
+
+std::vector<Json> objects(const std::string& out) {
+    std::vector<Json> result;
+    std::istringstream lines(out);
+    for (std::string line; std::getline(lines, line);) {
+        auto value = parseJson(line);
+        EXPECT_TRUE(value && value->is_object()) << line;
+        if (value)
+            result.push_back(*std::move(value));
+    }
+    return result;
 }
 
 std::string contentOf(const fs::path& path) {

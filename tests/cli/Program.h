@@ -1,4 +1,6 @@
 #pragma once
+#include "core/support/Json.h"
+
 #include <sys/types.h>
 
 #include <filesystem>
@@ -79,6 +81,9 @@ public:
 private:
     std::filesystem::path m_path;
 };
+
+/// The objects that `--json` printed, one a line.
+[[nodiscard]] std::vector<Json> objects(const std::string& out);
 
 [[nodiscard]] std::string contentOf(const std::filesystem::path& path);
 

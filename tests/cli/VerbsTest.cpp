@@ -1,4 +1,3 @@
-#include "core/support/Json.h"
 #include "tests/cli/Program.h"
 
 #include <gmock/gmock.h>
@@ -7,8 +6,6 @@
 #include <sys/stat.h>
 #include <sys/xattr.h>
 #include <unistd.h>
-
-#include <sstream>
 
 namespace vesto::test {
 namespace {
@@ -21,19 +18,6 @@ constexpr uid_t nobody = 65534;
 constexpr std::string_view invoice =
     "Facture d'électricité\nÉnergie du Val\nDate de facture : 12/10/2026\nMontant 84,20 €\n";
 constexpr const char* invoiceBase = "Facture d’électricité Énergie du Val";
-
-/// The objects that `--json` printed, one a line.
-std::vector<Json> objects(const std::string& out) {
-    std::vector<Json> result;
-    std::istringstream lines(out);
-    for (std::string line; std::getline(lines, line);) {
-        auto value = parseJson(line);
-        EXPECT_TRUE(value && value->is_object()) << line;
-        if (value)
-            result.push_back(*std::move(value));
-    }
-    return result;
-}
 
 TEST(CommandLine, ExitStatusTellsWrongUsageFromWorkLeft) {
     const Folder folder;
