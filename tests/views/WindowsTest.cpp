@@ -203,7 +203,7 @@ TEST_F(BatchWindowWithWorkers, IsSortedOnceAndTakesWhatComesLater) {
 }
 
 TEST_F(BatchWindowWithWorkers, ShowsPicturesAndAsksForThemInTurn) {
-    Preview picture{.width = 2, .height = 2, .rgba = std::vector<std::uint8_t>(16, 255)};
+    const Preview picture{.width = 2, .height = 2, .rgba = std::vector<std::uint8_t>(16, 255)};
     world.shell.pictures["scan0001.txt"] = picture;
     analyse();
     QTest::keyClick(list, Qt::Key_Home);
