@@ -4,6 +4,7 @@
 #include "app/FaultWindow.h"
 #include "app/Startup.h"
 #include "app/model/EndSignals.h"
+#include "app/model/Mailbox.h"
 #include "app/model/QtLog.h"
 #include "app/platform/SessionBus.h"
 #include "app/platform/SingleInstance.h"
@@ -72,9 +73,10 @@ int showFault(Face& face, const std::string& fault) {
 /// Comes by the user's files, however long another program keeps them: whoever waits for that sees why.
 Startup::Outcome takeOver(Face& face) {
     std::optional<Startup::Outcome> outcome;
-    std::jthread worker([&outcome, isHidden = !face.isAskedFor](const std::stop_token& stop) {
+    const auto box = std::make_shared<Mailbox>(*qApp);
+    std::jthread worker([&outcome, box, isHidden = !face.isAskedFor](const std::stop_token& stop) {
         outcome.emplace(Startup::takeOver(isHidden, stop));
-        QMetaObject::invokeMethod(qApp, [] { QApplication::exit(0); }, Qt::QueuedConnection);
+        box->post([] { QApplication::exit(0); });
     });
     QTimer patience;
     patience.setSingleShot(true);
@@ -92,6 +94,7 @@ Startup::Outcome takeOver(Face& face) {
     QApplication::exec();
     worker.request_stop(); // where somebody else ended the loop
     worker.join();
+    box->close();
     face.fault.reset();
     return *std::move(outcome);
 }
