@@ -8,6 +8,7 @@
 #include "app/model/QtLog.h"
 #include "app/platform/SessionBus.h"
 #include "app/platform/SingleInstance.h"
+#include "app/views/FusionStyle.h"
 #include "app/views/Icons.h"
 #include "app/views/Words.h"
 #include "core/support/Text.h"
@@ -34,6 +35,7 @@ constexpr const char* tokenName = "XDG_ACTIVATION_TOKEN";
 constexpr const char* olderTokenName = "DESKTOP_STARTUP_ID";
 
 void dress(QTranslator& translator) {
+    FusionStyle::use();
     QApplication::setApplicationName("Vesto");
     QApplication::setDesktopFileName(applicationID);
     QApplication::setQuitOnLastWindowClosed(false);

@@ -303,6 +303,14 @@ void AppModel::lookUpNames(std::vector<WantedName> wanted,
         std::move(done));
 }
 
+void AppModel::checkDisk(std::filesystem::path folder,
+                         std::function<void(const std::vector<FolderNote>&)> done) {
+    auto& context = m_parts->context;
+    context.onFiles(
+        [folder = std::move(folder), &disk = context.given().disk] { return checkDiskOf(folder, disk); },
+        std::move(done));
+}
+
 void AppModel::lookUpFiles(std::vector<std::filesystem::path> files,
                            std::function<void(const std::vector<bool>&)> done) {
     auto& context = m_parts->context;

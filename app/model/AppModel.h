@@ -196,6 +196,9 @@ public:
     void lookUpFiles(std::vector<std::filesystem::path> files,
                      std::function<void(const std::vector<bool>&)> done);
 
+    /// What the disk of a folder can do: see `checkDiskOf`.
+    void checkDisk(std::filesystem::path folder, std::function<void(const std::vector<FolderNote>&)> done);
+
     // ---- The rest ----
 
     void refreshModelStatus();

@@ -37,6 +37,25 @@ std::string_view modeWords(FolderWatcher::Mode mode) {
     return {};
 }
 
+/// Short enough for a line; the note's own message says the rest.
+std::string_view diskWords(FolderNote::Kind kind) {
+    switch (kind) {
+    case FolderNote::Kind::readOnly:
+        return text("Lecture seule : rien n'y sera renommé");
+    case FolderNote::Kind::noSafeRename:
+        return text("Disque sans renommage sûr : rien n'y sera renommé");
+    case FolderNote::Kind::noAttributes:
+        return text("disque sans attributs");
+    case FolderNote::Kind::missing:
+    case FolderNote::Kind::notFolder:
+    case FolderNote::Kind::alreadyWatched:
+    case FolderNote::Kind::insideAnother:
+    case FolderNote::Kind::containsAnother:
+        break;
+    }
+    return {};
+}
+
 } // namespace
 
 std::string shownPath(std::string_view path) {
@@ -47,14 +66,25 @@ std::string shownPath(std::string_view path) {
     return isAtHome ? "~" + unicode::repaired(path.substr(root.size())) : unicode::repaired(path);
 }
 
-FolderState folderState(const AppModel& model, const WatchedFolder& folder) {
+FolderState folderState(const AppModel& model, const WatchedFolder& folder,
+                        const std::vector<FolderNote>& disk) {
+    using Kind = FolderState::Kind;
     if (const auto trouble = model.folderTrouble(folder.id); trouble && folder.enabled && !model.paused())
-        return {FolderState::Kind::caution,
-                fmt::format("{} {}", text("Surveillance arrêtée :"), troubleWords(*trouble))};
-    const auto mode = model.watchMode(folder.id);
-    if (const std::string_view words = mode ? modeWords(*mode) : std::string_view(); !words.empty())
-        return {FolderState::Kind::note, fmt::format("{} · {}", shownPath(folder.path), words)};
-    return {FolderState::Kind::path, shownPath(folder.path)};
+        return {Kind::caution, fmt::format("{} {}", text("Surveillance arrêtée :"), troubleWords(*trouble))};
+    FolderState state{Kind::path, shownPath(folder.path)};
+    if (const auto mode = model.watchMode(folder.id))
+        state.note = modeWords(*mode);
+    for (const FolderNote& each : disk) {
+        state.why += (state.why.empty() ? "" : "\n") + each.message;
+        const std::string_view words = diskWords(each.kind);
+        if (each.kind == FolderNote::Kind::noAttributes)
+            state.note += (state.note.empty() ? "" : " · ") + std::string(words);
+        else if (!words.empty())
+            state = {Kind::caution, std::string(words), {}, state.why};
+    }
+    if (state.kind == Kind::path && !state.note.empty())
+        state.kind = Kind::note;
+    return state;
 }
 
 } // namespace vesto

@@ -1,6 +1,9 @@
 #pragma once
+#include "app/model/FolderCheck.h"
+
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace vesto {
 
@@ -11,12 +14,16 @@ struct WatchedFolder;
 struct FolderState {
     enum class Kind { path, note, caution };
     Kind kind = Kind::path;
-    std::string text; // its path, shortened by "~"; or in French how it is watched, or why it is not
+    std::string text;   // its path, shortened by "~"; or in French why nothing is renamed there
+    std::string note{}; // in French, after the path: how it is watched, what its disk cannot do
+    std::string why{};  // whole sentences for who wants to know more
 
     bool operator==(const FolderState&) const = default;
 };
 
-[[nodiscard]] FolderState folderState(const AppModel& model, const WatchedFolder& folder);
+/// `disk`: what `AppModel::checkDisk` told of it.
+[[nodiscard]] FolderState folderState(const AppModel& model, const WatchedFolder& folder,
+                                      const std::vector<FolderNote>& disk = {});
 
 /// A path for people: valid text, the user's own folder as "~".
 [[nodiscard]] std::string shownPath(std::string_view path);

@@ -1,8 +1,11 @@
 #include "app/views/BatchDelegate.h"
 
 #include "app/views/BatchModel.h"
+#include "app/views/ConfidenceMark.h"
+#include "app/views/Formats.h"
 #include "app/views/Names.h"
 #include "app/views/Roles.h"
+#include "app/views/TableHeader.h"
 #include "app/views/Words.h"
 
 #include <QAbstractItemView>
@@ -10,6 +13,7 @@
 #include <QLineEdit>
 #include <QPainter>
 #include <QStyle>
+#include <algorithm>
 
 namespace vesto {
 namespace {
@@ -21,6 +25,15 @@ bool isProposed(const QModelIndex& index) {
 }
 
 } // namespace
+
+int BatchDelegate::confidenceWidth(const QFontMetrics& metrics) {
+    const int mark = std::max(symbolWidth, ConfidenceMark::size.width() + markGap);
+    const int words =
+        std::max(metrics.horizontalAdvance(french("Modifié")), metrics.horizontalAdvance(percentage(1)));
+    constexpr int arrow = 14; // of the header
+    return std::max(mark + words, metrics.horizontalAdvance(french("Confiance")) + arrow) +
+           (2 * TableHeader::margin);
+}
 
 std::vector<RowPart> BatchDelegate::parts(const QStyleOptionViewItem& option,
                                           const QModelIndex& index) const {
@@ -115,10 +128,6 @@ void BatchDelegate::paint(QPainter* painter, const QStyleOptionViewItem& given,
         if (part.look != RowPart::Look::check || part.place.isNull())
             continue;
         paintPart(*painter, option, index, part);
-        if (const Tones tones(option.palette); tones.isDark()) { // where styles hardly show its edge
-            painter->setPen(tones.secondary());
-            painter->drawRect(part.place.adjusted(0, 0, -1, -1));
-        }
     }
     painter->restore();
 }

@@ -11,6 +11,9 @@ public:
 
     using TableDelegate::TableDelegate;
 
+    /// At which the column of confidences shows all that stands there.
+    [[nodiscard]] static int confidenceWidth(const QFontMetrics& metrics);
+
     void paint(QPainter* painter, const QStyleOptionViewItem& given, const QModelIndex& index) const override;
     [[nodiscard]] std::vector<RowPart> parts(const QStyleOptionViewItem& option,
                                              const QModelIndex& index) const override;

@@ -1,14 +1,13 @@
 #include "app/views/BatchWindow.h"
 
 #include "app/model/AppModel.h"
-#include "app/model/EvidenceSheet.h"
 #include "app/views/BatchDelegate.h"
 #include "app/views/BatchModel.h"
 #include "app/views/BatchPreview.h"
 #include "app/views/CheckHeader.h"
+#include "app/views/ColumnFit.h"
 #include "app/views/EmptyNote.h"
 #include "app/views/ErrorStrip.h"
-#include "app/views/EvidenceView.h"
 #include "app/views/Formats.h"
 #include "app/views/Names.h"
 #include "app/views/NoteLabel.h"
@@ -16,19 +15,16 @@
 #include "app/views/Shell.h"
 #include "app/views/SkippedSummary.h"
 #include "app/views/Tones.h"
-#include "app/views/WindowKeys.h"
 #include "app/views/Words.h"
 
-#include <QApplication>
+#include <QEvent>
 #include <QHBoxLayout>
-#include <QKeyEvent>
 #include <QProgressBar>
 #include <QPushButton>
 #include <QSplitter>
 #include <QStackedWidget>
 #include <QTreeView>
 #include <algorithm>
-#include <array>
 #include <chrono>
 #include <utility>
 
@@ -37,6 +33,7 @@ namespace {
 
 constexpr std::string_view placeKey = "batchWindow";
 constexpr std::string_view splitKey = "batchSplitter";
+constexpr std::string_view columnsKey = "batchColumns";
 constexpr int narrow = 800; // below that there is no preview
 constexpr int margin = 16;
 
@@ -52,10 +49,11 @@ BatchWindow::BatchWindow(AppModel& model, const Settings& settings, Shell& shell
     , m_shell(shell)
     , m_memory(std::move(memory))
     , m_items(new BatchModel(model, settings, this))
-    , m_title(new QLabel(this))
-    , m_progressText(new NoteLabel({}, this, NoteLabel::Tone::secondary, 1))
-    , m_progress(new QProgressBar(this))
-    , m_count(new NoteLabel({}, this, NoteLabel::Tone::secondary, 1))
+    , m_heading(new QWidget(this))
+    , m_title(new QLabel(m_heading))
+    , m_progressText(new NoteLabel({}, m_heading, NoteLabel::Tone::secondary, 1))
+    , m_progress(new QProgressBar(m_heading))
+    , m_count(new NoteLabel({}, m_heading, NoteLabel::Tone::secondary, 1))
     , m_pages(new QStackedWidget(this))
     , m_splitter(new QSplitter(Qt::Horizontal))
     , m_list(new QTreeView)
@@ -90,7 +88,9 @@ BatchWindow::BatchWindow(AppModel& model, const Settings& settings, Shell& shell
 
 BatchWindow::~BatchWindow() {
     m_memory.keep(placeKey, saveGeometry());
-    m_memory.keep(splitKey, m_splitter->saveState());
+    m_memory.keep(columnsKey, m_columns->state());
+    if (!m_preview->isHidden()) // else the splitter does not know how wide it was
+        m_memory.keep(splitKey, m_splitter->saveState());
 }
 
 void BatchWindow::makeHeading(QBoxLayout& column) {
@@ -101,14 +101,14 @@ void BatchWindow::makeHeading(QBoxLayout& column) {
     m_progress->setTextVisible(false);
     for (QLabel* label : {m_progressText, m_count})
         label->setWordWrap(false);
-    auto* row = new QHBoxLayout;
+    auto* row = new QHBoxLayout(m_heading);
     row->setContentsMargins(margin, margin, margin, 12);
     row->setSpacing(margin);
     row->addWidget(m_title, 1);
     row->addWidget(m_progressText);
     row->addWidget(m_progress);
     row->addWidget(m_count);
-    column.addLayout(row);
+    column.addWidget(m_heading);
 }
 
 void BatchWindow::makeList() {
@@ -119,14 +119,16 @@ void BatchWindow::makeList() {
     m_list->setEditTriggers(QAbstractItemView::DoubleClicked);
     m_list->setSortingEnabled(true);
     m_header->setSortIndicator(-1, Qt::AscendingOrder);
-    m_header->setStretchLastSection(false);
-    m_header->setMinimumSectionSize(36);
-    m_header->setSectionResizeMode(QHeaderView::Interactive);
+    m_columns = new ColumnFit(
+        *m_list,
+        {{.section = Column::checkColumn,
+          .width = [this] { return std::max(36, style()->pixelMetric(QStyle::PM_IndicatorWidth) + 20); }},
+         {.section = Column::titleColumn, .share = 1.5},
+         {.section = Column::currentColumn, .share = 1},
+         {.section = Column::confidenceColumn,
+          .width = [this] { return BatchDelegate::confidenceWidth(m_list->fontMetrics()); }}});
+    m_columns->restore(m_memory.value(columnsKey));
     m_header->setSectionResizeMode(Column::checkColumn, QHeaderView::Fixed);
-    m_header->setSectionResizeMode(Column::titleColumn, QHeaderView::Stretch);
-    m_header->resizeSection(Column::checkColumn, 36);
-    m_header->resizeSection(Column::currentColumn, 214);
-    m_header->resizeSection(Column::confidenceColumn, 100);
     m_list->installEventFilter(this);
 
     connect(m_header, &CheckHeader::tickedAll, m_items, &BatchModel::tickAll);
@@ -202,28 +204,12 @@ void BatchWindow::makeFooter(QBoxLayout& column) {
     connect(m_rename, &QPushButton::clicked, this, &BatchWindow::rename);
 }
 
-void BatchWindow::makeKeys() {
-    addWindowKeys(*this, m_shell);
-    addKey(*this, Qt::Key_Escape, [this] { close(); });
-    addKey(*this, Qt::CTRL | Qt::Key_Return, [this] { rename(); });
-    addKey(*this, Qt::CTRL | Qt::Key_Enter, [this] { rename(); });
-    addKey(*this, Qt::Key_F1, [this] { popUpEvidence(); });
-    setTabOrder(m_list, m_skipped);
-    setTabOrder(m_skipped, m_preview);
-    setTabOrder(m_preview, m_undo);
-    setTabOrder(m_undo, m_close);
-    setTabOrder(m_close, m_rename);
-}
-
 // ---- What is shown ----
 
 void BatchWindow::follow() {
     const Batch* batch = m_model.batch();
     showPages(batch);
-    if (batch != nullptr)
-        showProgress(*batch);
-    else
-        m_estimate = {};
+    showProgress(batch);
     showButtons(batch);
     showCurrent();
 }
@@ -233,7 +219,6 @@ void BatchWindow::showPages(const Batch* batch) {
     for (QWidget* widget : {static_cast<QWidget*>(m_undo), static_cast<QWidget*>(m_rename)})
         widget->setVisible(batch != nullptr);
     m_title->setText(batch == nullptr ? QString() : shownSentence(batchTitle(*batch)));
-    m_title->setVisible(batch != nullptr);
     const bool isNothing = batch != nullptr && !batch->isAnalysing() && batch->items.empty();
     m_listPages->setCurrentIndex(isNothing ? 1 : 0);
     m_isWide = width() >= narrow;
@@ -241,16 +226,18 @@ void BatchWindow::showPages(const Batch* batch) {
     m_skipped->show(batch == nullptr ? std::vector<BatchLine>() : batchLines(*batch));
 }
 
-void BatchWindow::showProgress(const Batch& batch) {
-    const bool isAnalysing = batch.isAnalysing();
+void BatchWindow::showProgress(const Batch* current) {
+    const bool isAnalysing = current != nullptr && current->isAnalysing();
+    m_heading->setVisible(current != nullptr);
     m_progress->setVisible(isAnalysing);
     m_progressText->setVisible(isAnalysing);
     if (!isAnalysing) {
         m_estimate = {};
-        const std::size_t count = batch.items.size();
+        const std::size_t count = current == nullptr ? 0 : current->items.size();
         m_count->setText(count == 0 ? QString() : plural(count, "%n proposition", "%n propositions"));
         return;
     }
+    const Batch& batch = *current;
     m_progressText->setText(shown(batchStatus(batch)));
     m_progress->setRange(0, static_cast<int>(batch.total)); // 0 to 0 while it is being listed
     m_progress->setValue(static_cast<int>(batch.analysed));
@@ -297,93 +284,7 @@ QModelIndex BatchWindow::titleAt(int row) const {
     return row >= 0 && row < m_items->rowCount() ? m_items->index(row, Column::titleColumn) : QModelIndex();
 }
 
-// ---- What is done ----
-
-void BatchWindow::editTitle(const QModelIndex& index) {
-    const QModelIndex title = titleAt(index.row());
-    if (!index.isValid() || !m_items->flags(title).testFlag(Qt::ItemIsEditable))
-        return;
-    m_list->setCurrentIndex(title);
-    m_list->scrollTo(title);
-    m_list->edit(title);
-}
-
-void BatchWindow::editNext() {
-    for (int row = m_list->currentIndex().row() + 1; row < m_items->rowCount(); ++row)
-        if (m_items->flags(titleAt(row)).testFlag(Qt::ItemIsEditable)) {
-            editTitle(titleAt(row));
-            return;
-        }
-}
-
-void BatchWindow::restoreTitle(const QModelIndex& index) {
-    if (const Batch::Item* item = m_items->item(index)) {
-        const std::string id = item->proposal.id;
-        const std::string title = item->proposal.title;
-        m_model.setItemTitle(id, title);
-    }
-}
-
-void BatchWindow::doPart(const QModelIndex& index, int part, const QRect& place) {
-    switch (static_cast<BatchDelegate::Part>(part)) {
-    case BatchDelegate::check:
-        m_items->toggle({index});
-        break;
-    case BatchDelegate::mark:
-        if (const Batch::Item* item = m_items->item(index))
-            EvidenceView::popUp(*m_list->viewport(), place, evidenceSheet(item->proposal, item->title),
-                                m_settings.autoThreshold());
-        break;
-    case BatchDelegate::edit:
-        editTitle(index);
-        break;
-    case BatchDelegate::restore:
-        restoreTitle(index);
-        break;
-    }
-}
-
-void BatchWindow::popUpEvidence() {
-    const QModelIndex current = m_list->currentIndex();
-    if (current.isValid())
-        doPart(current, BatchDelegate::mark,
-               m_list->visualRect(current.siblingAtColumn(Column::confidenceColumn)));
-}
-
-void BatchWindow::rename() {
-    m_list->setFocus(); // a title that is being written counts
-    m_model.renameSelected();
-}
-
-void BatchWindow::dismiss() {
-    close();
-    m_model.closeBatch();
-}
-
 // ---- Events ----
-
-bool BatchWindow::keyInList(int key, Qt::KeyboardModifiers modifiers) {
-    const QModelIndex current = m_list->currentIndex();
-    const bool isPlain = (modifiers & ~Qt::KeypadModifier) == Qt::NoModifier;
-    if (isPlain && key == Qt::Key_Space)
-        m_items->toggle(m_list->selectionModel()->selectedRows(Column::titleColumn));
-    else if (isPlain && (key == Qt::Key_F2 || key == Qt::Key_Return || key == Qt::Key_Enter))
-        editTitle(current);
-    else if (modifiers == Qt::ControlModifier && key == Qt::Key_Z)
-        restoreTitle(current);
-    else
-        return false;
-    return true;
-}
-
-bool BatchWindow::eventFilter(QObject* watched, QEvent* event) {
-    if (watched == m_list && event->type() == QEvent::KeyPress) {
-        const auto* key = static_cast<QKeyEvent*>(event);
-        if (keyInList(key->key(), key->modifiers()))
-            return true;
-    }
-    return QWidget::eventFilter(watched, event);
-}
 
 void BatchWindow::resizeEvent(QResizeEvent* event) {
     QWidget::resizeEvent(event);

@@ -24,6 +24,7 @@ class BatchDelegate;
 class BatchModel;
 class BatchPreview;
 class CheckHeader;
+class ColumnFit;
 class EmptyNote;
 class Shell;
 class SkippedSummary;
@@ -53,7 +54,7 @@ private:
     void makeKeys();
 
     void follow();
-    void showProgress(const Batch& batch);
+    void showProgress(const Batch* current);
     void showPages(const Batch* batch);
     void showButtons(const Batch* batch);
     void showCurrent();
@@ -73,6 +74,7 @@ private:
     Shell& m_shell;
     WindowMemory m_memory;
     BatchModel* m_items;
+    QWidget* m_heading;
     QLabel* m_title;
     QLabel* m_progressText;
     QProgressBar* m_progress;
@@ -84,6 +86,7 @@ private:
     EmptyNote* m_nothing;
     EmptyNote* m_noBatch;
     CheckHeader* m_header;
+    ColumnFit* m_columns = nullptr; // owned by the list
     BatchDelegate* m_delegate;
     SkippedSummary* m_skipped;
     BatchPreview* m_preview;

@@ -7,12 +7,9 @@
 namespace vesto {
 
 CheckHeader::CheckHeader(QWidget* parent)
-    : QHeaderView(Qt::Horizontal, parent) {
-    setMinimumHeight(28);
+    : TableHeader(parent) {
     setSectionsClickable(true);
     setSortIndicatorClearable(true);
-    setHighlightSections(false);
-    setDefaultAlignment(Qt::AlignLeft | Qt::AlignVCenter);
 }
 
 void CheckHeader::setTicked(BatchModel::Ticked ticked) {
@@ -23,9 +20,7 @@ void CheckHeader::setTicked(BatchModel::Ticked ticked) {
 }
 
 void CheckHeader::paintSection(QPainter* painter, const QRect& rect, int section) const {
-    painter->save();
-    QHeaderView::paintSection(painter, rect, section);
-    painter->restore();
+    TableHeader::paintSection(painter, rect, section);
     if (section != BatchModel::checkColumn)
         return;
     QStyleOptionButton box;
@@ -56,12 +51,12 @@ bool CheckHeader::isBox(const QMouseEvent& event) const {
 
 void CheckHeader::mousePressEvent(QMouseEvent* event) {
     if (!isBox(*event))
-        QHeaderView::mousePressEvent(event);
+        TableHeader::mousePressEvent(event);
 }
 
 void CheckHeader::mouseReleaseEvent(QMouseEvent* event) {
     if (!isBox(*event))
-        QHeaderView::mouseReleaseEvent(event);
+        TableHeader::mouseReleaseEvent(event);
     else if (event->button() == Qt::LeftButton)
         Q_EMIT tickedAll(m_ticked != BatchModel::Ticked::all);
 }

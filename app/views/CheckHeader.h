@@ -1,12 +1,11 @@
 #pragma once
 #include "app/views/BatchModel.h"
-
-#include <QHeaderView>
+#include "app/views/TableHeader.h"
 
 namespace vesto {
 
 /// A header whose first section is a box that ticks all rows.
-class CheckHeader final : public QHeaderView {
+class CheckHeader final : public TableHeader {
     Q_OBJECT
 public:
     explicit CheckHeader(QWidget* parent = nullptr);

@@ -112,19 +112,22 @@ bool ErrorStrip::eventFilter(QObject* watched, QEvent* event) {
 }
 
 void ErrorStrip::paintAgain() {
-    // From the parent's palette: this frame's own is the tinted one.
-    const QPalette desktop = parentWidget() != nullptr ? parentWidget()->palette() : QPalette();
+    if (m_isPainting) // what follows tells of itself
+        return;
+    m_isPainting = true;
+    const QPalette desktop = QApplication::palette(); // this frame's own is the tinted one
     const Tones tones(desktop);
-    QPalette tinted = desktop;
+    QPalette tinted; // of one colour; the others are the window's
     tinted.setColor(QPalette::Window, tones.noticeGround());
     setPalette(tinted);
     m_icon->setPixmap(
         Icons::own(Symbol::warning, tones.caution()).pixmap(QSize(iconSide, iconSide), devicePixelRatio()));
     m_dismiss->setIcon(Icons::themed(Symbol::ignore, desktop));
+    m_isPainting = false;
 }
 
 void ErrorStrip::changeEvent(QEvent* event) {
-    if (event->type() == QEvent::ApplicationPaletteChange || event->type() == QEvent::ParentChange)
+    if (event->type() == QEvent::PaletteChange)
         paintAgain();
     if (event->type() == QEvent::FontChange)
         layOutText();

@@ -32,6 +32,7 @@ private:
     QLabel* m_icon;
     QLabel* m_text;
     QToolButton* m_dismiss;
+    bool m_isPainting = false;
     QString m_message;
 };
 

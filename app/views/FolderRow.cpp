@@ -17,6 +17,8 @@
 #include <QKeyEvent>
 #include <QLabel>
 #include <QPainter>
+#include <QPointer>
+#include <QStringList>
 #include <QToolButton>
 #include <algorithm>
 
@@ -106,23 +108,65 @@ void FolderRow::show(const WatchedFolder& folder) {
     m_shownName = name;
     m_name->setTone(folder.enabled ? NoteLabel::Tone::plain : NoteLabel::Tone::secondary);
 
-    const FolderState state = folderState(m_model, folder);
+    if (!m_model.isWatching(folder.id)) {
+        m_isDiskAsked = false;
+        m_disk.clear();
+    } else if (isVisible()) {
+        askDisk();
+    }
+    showState();
+}
+
+void FolderRow::askDisk() {
+    if (m_isDiskAsked || !m_model.isWatching(m_folder.id))
+        return;
+    m_isDiskAsked = true;
+    m_model.checkDisk(m_folder.path, [row = QPointer<FolderRow>(this)](const std::vector<FolderNote>& notes) {
+        if (!row || !row->m_isDiskAsked)
+            return;
+        row->m_disk = notes;
+        row->showState();
+    });
+}
+
+void FolderRow::showState() {
+    const FolderState state = folderState(m_model, m_folder, m_disk);
     m_isCaution = state.kind == FolderState::Kind::caution;
     m_state = shownName(state.text);
+    m_note = shown(state.note);
+    m_why = shown(state.why);
     m_caution->setVisible(m_isCaution);
     m_path->setTone(m_isCaution ? NoteLabel::Tone::caution : NoteLabel::Tone::secondary);
-    m_enabled->setAccessibleDescription(m_state);
+    QStringList all{m_state, m_note, m_why};
+    all.removeAll(QString());
+    m_enabled->setAccessibleDescription(all.join(QStringLiteral(", ")));
     elide();
 }
 
 void FolderRow::elide() {
     const int room = std::max(m_name->width(), 80);
     m_name->setText(leftToRight(m_name->fontMetrics().elidedText(m_shownName, Qt::ElideMiddle, room)));
-    const QString text =
-        m_path->fontMetrics().elidedText(m_state, Qt::ElideMiddle, std::max(m_path->width(), 80));
+    const QFontMetrics metrics = m_path->fontMetrics();
+    const int width = std::max(m_path->width(), 80);
+    const QString end = m_note.isEmpty() ? QString() : QStringLiteral(" · ") + m_note;
+    const int least = 8 * metrics.averageCharWidth();
+    const QString state = metrics.elidedText(m_state, m_isCaution ? Qt::ElideRight : Qt::ElideMiddle,
+                                             std::max(width - metrics.horizontalAdvance(end), least));
+    const QString text = metrics.elidedText(state + end, Qt::ElideRight, width);
     m_path->setText(leftToRight(text));
-    const QString path = shownName(m_folder.path);
-    m_path->setToolTip(m_isCaution || text != m_state ? tip(path) : QString());
+    const bool isWhole = !m_isCaution && m_why.isEmpty() && text == m_state + end;
+    QStringList lines{shownName(m_folder.path).toHtmlEscaped()};
+    if (m_isCaution)
+        lines.push_back(m_state.toHtmlEscaped());
+    if (!m_why.isEmpty())
+        lines.push_back(m_why.toHtmlEscaped());
+    m_path->setToolTip(isWhole ? QString() : QLatin1String("<qt>") + lines.join(QLatin1String("<br>")));
+}
+
+void FolderRow::showEvent(QShowEvent* event) {
+    QWidget::showEvent(event);
+    m_isDiskAsked = false; // it may be another disk by now
+    askDisk();
 }
 
 void FolderRow::analyse() {

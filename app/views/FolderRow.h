@@ -1,7 +1,9 @@
 #pragma once
+#include "app/model/FolderCheck.h"
 #include "app/model/WatchedFolder.h"
 
 #include <QWidget>
+#include <vector>
 
 class QBoxLayout;
 class QCheckBox;
@@ -28,10 +30,14 @@ protected:
     void keyPressEvent(QKeyEvent* event) override;
     void resizeEvent(QResizeEvent* event) override;
     void changeEvent(QEvent* event) override;
+    void showEvent(QShowEvent* event) override;
     void paintEvent(QPaintEvent* event) override;
 
 private:
     void layOut();
+    /// Asks what the folder's disk can do; of a watched one only, as another may not answer for long.
+    void askDisk();
+    void showState();
     void analyse();
     void paintIcons();
     void elide();
@@ -42,7 +48,11 @@ private:
     bool m_isLast = false;
     bool m_isCaution = false;
     QString m_shownName;
+    std::vector<FolderNote> m_disk;
+    bool m_isDiskAsked = false; // since it is shown and watched
     QString m_state;
+    QString m_note; // after it
+    QString m_why;  // for the tip
     QCheckBox* m_enabled;
     NoteLabel* m_name;
     QLabel* m_caution;

@@ -47,6 +47,13 @@ QString spokenDateTime(Instant date, QDate today) {
     return frenchLocale().toString(local.date(), day) + local.time().toString(QStringLiteral(" H 'h' mm"));
 }
 
+QString tableDateTime(Instant date, QDate today) {
+    const QDate day = localTime(date).date();
+    const bool needsTime = day.year() == today.year() && day < today.addDays(-1);
+    return needsTime ? shortDateTime(date, today) + QLatin1Char(' ') + timeOf(date)
+                     : shortDateTime(date, today);
+}
+
 QString shortDateTime(Instant date, QDate today) {
     const QDate day = localTime(date).date();
     if (day == today)

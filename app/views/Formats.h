@@ -19,6 +19,10 @@ namespace vesto {
 /// As short as it can be told: "10:42", "Hier 18:20", "19 nov.", "3 nov. 2025".
 [[nodiscard]] QString shortDateTime(Instant date, QDate today = QDate::currentDate());
 
+/// For a table, where rows of one day stand together: with the time too, "19 nov. 21:12", unless it is of
+/// another year.
+[[nodiscard]] QString tableDateTime(Instant date, QDate today = QDate::currentDate());
+
 /// For screen readers: "19 novembre 21 h 12", with the year where it is another.
 [[nodiscard]] QString spokenDateTime(Instant date, QDate today = QDate::currentDate());
 

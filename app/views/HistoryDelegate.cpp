@@ -4,9 +4,11 @@
 #include "app/views/Names.h"
 #include "app/views/RecordModel.h"
 #include "app/views/Roles.h"
+#include "app/views/TableHeader.h"
 #include "app/views/Words.h"
 
 #include <QPainter>
+#include <algorithm>
 
 namespace vesto {
 namespace {
@@ -14,6 +16,7 @@ namespace {
 using Status = RenameRecord::Status;
 
 constexpr int buttonSide = 28;
+constexpr int buttonEnd = 4; // from the edge
 
 Status statusOf(const QModelIndex& index) {
     return static_cast<Status>(index.data(StatusRole).toInt());
@@ -52,12 +55,19 @@ QColor textColour(int column, Status status, const Tones& tones) {
 
 } // namespace
 
+int HistoryDelegate::stateWidth(const QFontMetrics& metrics) {
+    const QString automatic = french("Automatique");
+    const int done = metrics.horizontalAdvance(automatic) + buttonSide; // it can be undone
+    const int undone = metrics.horizontalAdvance(french("%1 · %2", french("Annulé"), automatic));
+    return std::max(done, undone) + TableHeader::margin + symbolWidth + buttonSide + (2 * buttonEnd);
+}
+
 std::vector<RowPart> HistoryDelegate::parts(const QStyleOptionViewItem& option,
                                             const QModelIndex& index) const {
     QRect place;
     if (index.column() == RecordModel::statusColumn && isRowLively(index))
-        place =
-            QRect(option.rect.right() - buttonSide - 4, option.rect.top(), buttonSide, option.rect.height());
+        place = QRect(option.rect.right() - buttonSide - buttonEnd, option.rect.top(), buttonSide,
+                      option.rect.height());
     const QRect before = place.isNull() ? place : place.translated(-buttonSide, 0);
     std::vector<RowPart> all;
     if (index.data(CanUndoRole).toBool())

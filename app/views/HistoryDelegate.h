@@ -11,6 +11,9 @@ public:
 
     using TableDelegate::TableDelegate;
 
+    /// At which the last column shows all that stands there.
+    [[nodiscard]] static int stateWidth(const QFontMetrics& metrics);
+
     void paint(QPainter* painter, const QStyleOptionViewItem& given, const QModelIndex& index) const override;
     [[nodiscard]] std::vector<RowPart> parts(const QStyleOptionViewItem& option,
                                              const QModelIndex& index) const override;

@@ -2,6 +2,7 @@
 
 #include "app/model/AppModel.h"
 #include "app/model/FolderState.h"
+#include "app/views/ColumnFit.h"
 #include "app/views/EmptyNote.h"
 #include "app/views/ErrorStrip.h"
 #include "app/views/Formats.h"
@@ -12,6 +13,7 @@
 #include "app/views/RecordModel.h"
 #include "app/views/Roles.h"
 #include "app/views/Shell.h"
+#include "app/views/TableHeader.h"
 #include "app/views/Tones.h"
 #include "app/views/WindowKeys.h"
 #include "app/views/Words.h"
@@ -21,7 +23,6 @@
 #include <QBoxLayout>
 #include <QClipboard>
 #include <QFrame>
-#include <QHeaderView>
 #include <QKeyEvent>
 #include <QLabel>
 #include <QLineEdit>
@@ -32,7 +33,6 @@
 #include <QToolButton>
 #include <QTreeView>
 #include <algorithm>
-#include <array>
 #include <chrono>
 #include <expected>
 #include <utility>
@@ -95,6 +95,12 @@ HistoryWindow::HistoryWindow(AppModel& model, Shell& shell, WindowMemory memory,
     m_lookDelay.setSingleShot(true);
     m_lookDelay.setInterval(delay);
     connect(&m_lookDelay, &QTimer::timeout, this, &HistoryWindow::lookForFile);
+    m_arrivalDelay.setSingleShot(true);
+    m_arrivalDelay.setInterval(0);
+    connect(&m_arrivalDelay, &QTimer::timeout, this, [this] {
+        QScrollBar& scroller = *m_table->verticalScrollBar();
+        scroller.setValue(scroller.value() + std::exchange(m_arrived, 0));
+    });
     connect(m_records, &RecordModel::totalChanged, this, &HistoryWindow::showCount);
     restoreGeometry(m_memory.value(placeKey));
     showState();
@@ -127,27 +133,26 @@ void HistoryWindow::makeBar(QBoxLayout& column) {
 
 void HistoryWindow::makeTable() {
     auto* delegate = new HistoryDelegate(*m_table);
+    auto* header = new TableHeader(m_table);
+    m_table->setHeader(header);
     m_table->setModel(m_records);
     m_table->setAccessibleName(french("Historique"));
     m_table->setSelectionMode(QAbstractItemView::SingleSelection);
     m_table->installEventFilter(this);
-    QHeaderView& header = *m_table->header();
-    header.setStretchLastSection(false);
-    header.setSectionsMovable(false);
-    header.setHighlightSections(false);
-    header.setMinimumSectionSize(64);
-    header.setDefaultAlignment(Qt::AlignLeft | Qt::AlignVCenter);
-    if (!header.restoreState(m_memory.value(columnsKey))) {
-        constexpr std::array<std::pair<int, int>, 5> widths{{{Column::dateColumn, 108},
-                                                             {Column::newNameColumn, 350},
-                                                             {Column::oldNameColumn, 250},
-                                                             {Column::confidenceColumn, 88},
-                                                             {Column::statusColumn, 208}}};
-        for (const auto& [section, width] : widths)
-            header.resizeSection(section, width);
-    }
-    header.setSectionResizeMode(QHeaderView::Interactive);
-    header.setSectionResizeMode(Column::newNameColumn, QHeaderView::Stretch);
+    const auto widthOf = [this](const QString& words, int least) {
+        return std::max(least, m_table->fontMetrics().horizontalAdvance(words) + (2 * TableHeader::margin));
+    };
+    m_columns = new ColumnFit(
+        *m_table, {{.section = Column::dateColumn,
+                    .width = [widthOf] { return widthOf(QStringLiteral("28 sept. 20:58"), 108); }},
+                   {.section = Column::newNameColumn, .share = 1.4},
+                   {.section = Column::oldNameColumn, .share = 1},
+                   {.section = Column::confidenceColumn,
+                    .width = [widthOf] { return widthOf(french("Confiance"), 84); },
+                    .leastTable = narrow - (2 * margin)},
+                   {.section = Column::statusColumn,
+                    .width = [this] { return HistoryDelegate::stateWidth(m_table->fontMetrics()); }}});
+    m_columns->restore(m_memory.value(columnsKey));
 
     auto* ground = new QFrame;
     ground->setFrameStyle(static_cast<int>(QFrame::StyledPanel) | static_cast<int>(QFrame::Sunken));
@@ -215,7 +220,8 @@ void HistoryWindow::makeKeys() {
             m_field->clear();
     });
     addKey(*this, QKeySequence::Undo, [this] { undo(m_table->currentIndex()); });
-    addKey(*this, Qt::CTRL | Qt::Key_Return, [this] { revealCurrent(); });
+    for (const Qt::Key enter : {Qt::Key_Return, Qt::Key_Enter})
+        addKey(*this, Qt::CTRL | enter, [this] { revealCurrent(); });
     setTabOrder(m_field, m_table);
     setTabOrder(m_table, m_undo);
     setTabOrder(m_undo, m_reveal);
@@ -300,23 +306,17 @@ void HistoryWindow::lookForFile() {
 
 /// Who looks further down, or at a row under the pointer, sees it stay where it is.
 void HistoryWindow::keepInPlace(int first, int last) {
-    QScrollBar& bar = *m_table->verticalScrollBar();
+    const QScrollBar& bar = *m_table->verticalScrollBar();
     const QModelIndex top = m_table->indexAt(QPoint(1, 1));
     const bool isAbove = top.isValid() && first <= top.row();
     if (!isAbove || (bar.value() == 0 && !m_table->underMouse()))
         return;
-    const int height = m_table->visualRect(top).height() * (last - first + 1);
-    QMetaObject::invokeMethod(
-        this,
-        [this, height] {
-            QScrollBar& scroller = *m_table->verticalScrollBar();
-            scroller.setValue(scroller.value() + height);
-        },
-        Qt::QueuedConnection);
+    m_arrived += m_table->visualRect(top).height() * (last - first + 1);
+    m_arrivalDelay.start(); // once the table has laid them out
 }
 
 void HistoryWindow::rememberColumns() const {
-    m_memory.keep(columnsKey, m_table->header()->saveState());
+    m_memory.keep(columnsKey, m_columns->state());
 }
 
 const RenameRecord* HistoryWindow::recordAt(const QModelIndex& index) const {

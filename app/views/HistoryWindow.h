@@ -18,6 +18,7 @@ class QTreeView;
 namespace vesto {
 
 class AppModel;
+class ColumnFit;
 class EmptyNote;
 class RecordModel;
 class Shell;
@@ -68,6 +69,7 @@ private:
     QLabel* m_count;
     QStackedWidget* m_pages;
     QTreeView* m_table;
+    ColumnFit* m_columns = nullptr; // owned by the table
     EmptyNote* m_empty;
     QWidget* m_detail;
     QBoxLayout* m_detailRow;
@@ -78,6 +80,8 @@ private:
     std::set<std::string, std::less<>> m_undoing; // ids of rows whose files are on their way back
     QTimer m_searchDelay;
     QTimer m_lookDelay;
+    QTimer m_arrivalDelay;
+    int m_arrived = 0; // height of the rows above that are not scrolled past yet
 };
 
 } // namespace vesto

@@ -9,7 +9,6 @@
 #include "app/views/SectionHeader.h"
 #include "app/views/Shell.h"
 #include "app/views/StatusLine.h"
-#include "app/views/TitleEditor.h"
 #include "app/views/Words.h"
 #include "core/files/FileName.h"
 #include "core/support/Text.h"
@@ -215,6 +214,7 @@ void MenuPanel::fitLists() {
         list->doItemsLayout();
         list->setFixedHeight(contentsHeight(*list));
     }
+    placeEditor();
 }
 
 void MenuPanel::keepPlace(int heightAbove) {
@@ -236,7 +236,8 @@ QSize MenuPanel::sizeHint() const {
     for (const QWidget* each : {static_cast<QWidget*>(m_errors), static_cast<QWidget*>(m_status),
                                 static_cast<QWidget*>(m_simple), static_cast<QWidget*>(m_footer)})
         if (!each->isHidden())
-            height += each->hasHeightForWidth() ? each->heightForWidth(width) : each->sizeHint().height();
+            height += std::max(each->minimumHeight(), each->hasHeightForWidth() ? each->heightForWidth(width)
+                                                                                : each->sizeHint().height());
     return {width, height + (2 * frameWidth())};
 }
 
@@ -344,86 +345,6 @@ QRect MenuPanel::markOf(const QModelIndex& index) const {
     option.fontMetrics = QFontMetrics(option.font);
     option.rect = m_pendingList->visualRect(index);
     return m_pendingRows->parts(option, index)[PendingRows::markPart].place;
-}
-
-// ---- Writing a title ----
-
-void MenuPanel::edit(std::string_view proposalID) {
-    const QModelIndex index = m_pending.indexOf(proposalID);
-    const PendingProposal* pending = m_pending.proposal(index);
-    if (pending == nullptr)
-        return;
-    closeEditor();
-    m_edited = QString::fromStdString(pending->proposal.id);
-    m_editedPath = pending->proposal.url.native();
-    const QString text = m_draftPath == m_editedPath ? m_draft : shown(pending->proposal.title);
-    m_editor = new TitleEditor(m_model, *pending, text, m_pendingList->viewport());
-    m_pendingRows->setEdited(m_edited, m_editor->sizeHint().height());
-    connect(m_editor, &TitleEditor::textEdited, this, [this](const QString& draft) {
-        m_draftPath = m_editedPath;
-        m_draft = draft;
-    });
-    connect(m_editor, &TitleEditor::accepted, this, &MenuPanel::renameEdited);
-    connect(m_editor, &TitleEditor::left, this, [this] {
-        m_draftPath.clear();
-        leave();
-    });
-    m_pendingList->setCurrentIndex(index);
-    m_pendingList->setIndexWidget(index, m_editor);
-    showState();
-    m_editor->setFocus(Qt::OtherFocusReason);
-    m_scroll->ensureWidgetVisible(m_editor);
-}
-
-void MenuPanel::renameEdited() {
-    if (m_editor == nullptr)
-        return;
-    const QScopedValueRollback answering(m_isAnswering, true);
-    const std::string id = utf8(m_edited);
-    m_model.accept(id, utf8(m_editor->text()));
-    if (m_pending.indexOf(id).isValid())
-        return; // the model said why not, and the editor stays
-    m_draftPath.clear();
-    takeFocus(*m_pendingList, Qt::OtherFocusReason);
-}
-
-/// The draft stays: a file that was only saved again comes back with another proposal.
-void MenuPanel::loseEdited() {
-    dropEditor();
-    if (!m_isAnswering)
-        m_model.showError(std::string(text("Cette proposition n'est plus d'actualité.")));
-}
-
-void MenuPanel::dropEditor() {
-    if (m_editor == nullptr)
-        return;
-    TitleEditor* editor = m_editor;
-    m_editor = nullptr;
-    const QModelIndex index = m_pending.indexOf(utf8(m_edited));
-    m_edited.clear();
-    m_pendingRows->setEdited({}, 0);
-    editor->hide();
-    if (index.isValid())
-        m_pendingList->setIndexWidget(index, nullptr); // deletes it later
-}
-
-void MenuPanel::closeEditor() {
-    if (m_editor == nullptr)
-        return;
-    dropEditor();
-    showState();
-}
-
-bool MenuPanel::leave() {
-    if (m_pendingHeader->isAsking()) {
-        m_pendingHeader->stopAsking();
-        return true;
-    }
-    if (m_editor == nullptr)
-        return false;
-    closeEditor();
-    takeFocus(*m_pendingList, Qt::OtherFocusReason);
-    return true;
 }
 
 } // namespace vesto

@@ -94,6 +94,7 @@ private:
     void renameEdited();
     /// The row under the editor goes.
     void loseEdited();
+    void placeEditor();
     void dropEditor();
     void closeEditor();
     [[nodiscard]] QRect markOf(const QModelIndex& index) const;
@@ -124,10 +125,11 @@ private:
     PanelFooter* m_footer = nullptr;
     Announcer* m_announcer = nullptr;
 
-    TitleEditor* m_editor = nullptr; // owned by the list
-    QString m_edited;                // the proposal's id
-    std::string m_editedPath;        // its file's
-    std::string m_draftPath;         // the file for which a title was begun and left
+    TitleEditor* m_editor = nullptr; // over its row
+    QTimer m_placeTimer;
+    QString m_edited;         // the proposal's id
+    std::string m_editedPath; // its file's
+    std::string m_draftPath;  // the file for which a title was begun and left
     QString m_draft;
     bool m_isAnswering = false;                   // a row goes because of what was done here
     std::vector<std::string> m_asked;             // ids of what the user was asked about at once

@@ -22,13 +22,17 @@ void MenuPanel::bindKeys() {
         connect(shortcut, &QShortcut::activated, this, act);
     };
     bind(QKeySequence(Qt::CTRL | Qt::Key_Z), [this] { undo(); });
-    bind(QKeySequence(Qt::CTRL | Qt::Key_Return), [this] { revealCurrent(); });
+    for (const Qt::Key enter : {Qt::Key_Return, Qt::Key_Enter})
+        bind(QKeySequence(Qt::CTRL | enter), [this] { revealCurrent(); });
     bind(QKeySequence(Qt::CTRL | Qt::Key_N), [this] { m_footer->addFolder(); });
     bind(QKeySequence(Qt::CTRL | Qt::Key_P), [this] { m_model.setPaused(!m_model.paused()); });
     bind(QKeySequence(Qt::CTRL | Qt::Key_H), [this] { m_shell.showHistory(); });
     bind(QKeySequence(Qt::CTRL | Qt::Key_Comma), [this] { m_shell.showSettings(SettingsPage::folders); });
     bind(QKeySequence(Qt::CTRL | Qt::Key_Q), [this] { m_shell.quit(); });
     bind(QKeySequence(Qt::Key_F1), [this] { showEvidence(m_pendingList->currentIndex()); });
+    m_placeTimer.setSingleShot(true);
+    m_placeTimer.setInterval(0);
+    connect(&m_placeTimer, &QTimer::timeout, this, &MenuPanel::placeEditor);
     m_pendingList->installEventFilter(this);
     m_recentList->installEventFilter(this);
 }
@@ -116,6 +120,8 @@ bool MenuPanel::eventFilter(QObject* watched, QEvent* event) {
     auto* list = watched == m_pendingList ? m_pendingList : watched == m_recentList ? m_recentList : nullptr;
     if (list == nullptr)
         return QFrame::eventFilter(watched, event);
+    if (event->type() == QEvent::Resize && list == m_pendingList) // once its rows have taken the new width
+        m_placeTimer.start();
     if (event->type() == QEvent::KeyPress)
         return pressKey(*list, *static_cast<QKeyEvent*>(event));
     if (event->type() == QEvent::FocusIn) {

@@ -155,10 +155,14 @@ void PendingRows::paint(QPainter* painter, const QStyleOptionViewItem& given,
         below.setLeft(below.left() + markWidth);
         below.setRight(QStyle::visualRect(option.direction, option.rect, all[acceptPart].place).left() - 8);
         const QString frame = french("au lieu de %1", quoted(QString()));
-        const QString old = elideName(index.data(OldNameRole).toString(), metrics,
-                                      below.width() - metrics.horizontalAdvance(frame));
-        paintLine(*painter, turned(option, below), french("au lieu de %1", quoted(old)), small,
-                  tones.secondary(), leading(option));
+        const QString whole = index.data(OldNameRole).toString();
+        const int room = below.width() - metrics.horizontalAdvance(frame);
+        // Where there is hardly any room the name says more than the words around it.
+        const bool hasRoom =
+            room >= std::min(metrics.horizontalAdvance(whole), 10 * metrics.averageCharWidth());
+        const QString words = hasRoom ? french("au lieu de %1", quoted(elideName(whole, metrics, room)))
+                                      : elideName(whole, metrics, below.width());
+        paintLine(*painter, turned(option, below), words, small, tones.secondary(), leading(option));
         for (const RowPart& part : all)
             paintPart(*painter, option, index, part);
     }

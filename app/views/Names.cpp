@@ -72,11 +72,14 @@ QString elideName(const QString& shownName, const QFontMetrics& metrics, int wid
     const QString extension = shownName.sliced(dot);
     const QString base = metrics.elidedText(shownName.first(dot), Qt::ElideMiddle,
                                             width - metrics.horizontalAdvance(extension));
-    if (base.endsWith(shownName.sliced(kept, dot - kept)))
+    const bool fits = !base.isEmpty() && metrics.horizontalAdvance(base + extension) <= width;
+    if (fits && base.endsWith(shownName.sliced(kept, dot - kept)))
         return base + extension;
     const QString tail = shownName.sliced(kept);
-    const int room = std::max(width - metrics.horizontalAdvance(tail), 0);
-    return metrics.elidedText(shownName.first(kept), Qt::ElideRight, room) + tail;
+    const int room = width - metrics.horizontalAdvance(tail);
+    if (room >= metrics.horizontalAdvance(QChar(0x2026)))
+        return metrics.elidedText(shownName.first(kept), Qt::ElideRight, room) + tail;
+    return fits ? base + extension : metrics.elidedText(shownName, Qt::ElideMiddle, width);
 }
 
 } // namespace vesto

@@ -41,7 +41,9 @@ void NoteLabel::colour() {
 
 void NoteLabel::changeEvent(QEvent* event) {
     QLabel::changeEvent(event);
-    if (event->type() == QEvent::PaletteChange || event->type() == QEvent::FontChange)
+    // The application's font: its own is set, so that no change of that reaches it.
+    if (event->type() == QEvent::PaletteChange || event->type() == QEvent::FontChange ||
+        event->type() == QEvent::ApplicationFontChange)
         colour();
 }
 

@@ -85,7 +85,7 @@ void PanelFooter::fit() {
 }
 
 void PanelFooter::changeEvent(QEvent* event) {
-    if (event->type() == QEvent::ApplicationPaletteChange)
+    if (event->type() == QEvent::PaletteChange)
         dress();
     if (event->type() == QEvent::FontChange)
         fit();

@@ -57,7 +57,7 @@ void paintLineButton(QToolButton& button, bool hasLineBelow) {
 }
 
 bool isNewLook(const QEvent& event) {
-    return event.type() == QEvent::ApplicationPaletteChange || event.type() == QEvent::FontChange;
+    return event.type() == QEvent::PaletteChange || event.type() == QEvent::FontChange;
 }
 
 } // namespace

@@ -14,6 +14,7 @@ PiecesLabel::PiecesLabel(const EvidenceLine& line, QWidget* parent)
     , m_line(line) {
     setTextFormat(Qt::PlainText);
     setText(shown(line.text()));
+    setWordWrap(true); // else a label forgets with each font that its height follows its width
     QSizePolicy policy(QSizePolicy::Ignored, QSizePolicy::Minimum);
     policy.setHeightForWidth(true);
     setSizePolicy(policy);

@@ -253,7 +253,7 @@ void RecordModel::refreshDates() {
 QVariant RecordModel::textOf(const RenameRecord& record, int column) const {
     switch (column) {
     case dateColumn:
-        return shortDateTime(record.date);
+        return tableDateTime(record.date);
     case newNameColumn:
         return shownName(record.newName);
     case oldNameColumn:
@@ -329,6 +329,8 @@ QVariant RecordModel::data(const QModelIndex& index, int role) const {
 }
 
 QVariant RecordModel::headerData(int section, Qt::Orientation orientation, int role) const {
+    if (orientation == Qt::Horizontal && role == Qt::TextAlignmentRole && section == confidenceColumn)
+        return QVariant::fromValue(Qt::AlignRight | Qt::AlignVCenter); // over its numbers
     if (orientation != Qt::Horizontal || role != Qt::DisplayRole)
         return {};
     switch (section) {

@@ -54,6 +54,7 @@ void SectionHeader::setCount(std::size_t count) {
 void SectionHeader::setAct(const QString& text, const QString& doIt) {
     m_act->setText(text);
     m_yes->setText(doIt);
+    dress(); // a button with a text is higher
 }
 
 void SectionHeader::setActVisible(bool visible) {
@@ -104,7 +105,7 @@ void SectionHeader::dress() {
 }
 
 void SectionHeader::changeEvent(QEvent* event) {
-    if (event->type() == QEvent::FontChange || event->type() == QEvent::ApplicationPaletteChange)
+    if (event->type() == QEvent::FontChange || event->type() == QEvent::PaletteChange)
         dress();
     QWidget::changeEvent(event);
 }

@@ -100,7 +100,7 @@ void StatusLine::dress() {
 }
 
 void StatusLine::changeEvent(QEvent* event) {
-    if (event->type() == QEvent::ApplicationPaletteChange || event->type() == QEvent::FontChange)
+    if (event->type() == QEvent::PaletteChange || event->type() == QEvent::FontChange)
         dress();
     QFrame::changeEvent(event);
 }

@@ -1,5 +1,6 @@
 #include "app/views/TableDelegate.h"
 
+#include "app/views/TableHeader.h"
 #include "app/views/Tones.h"
 
 #include <QHeaderView>
@@ -12,11 +13,9 @@ namespace {
 
 constexpr int leastHeight = 32;
 constexpr int padding = 12; // above and below the text, together
-constexpr int sideMargin = 8;
 constexpr int symbolSide = 16;
-constexpr int symbolGap = 6;
 constexpr int edgeBar = 3;
-constexpr int headerHeight = 28;
+constexpr int ring = 2;
 
 } // namespace
 
@@ -26,11 +25,10 @@ TableDelegate::TableDelegate(QTreeView& view)
     view.setRootIsDecorated(false);
     view.setItemsExpandable(false);
     view.setUniformRowHeights(true);
-    view.setAllColumnsShowFocus(true);
+    view.setAllColumnsShowFocus(false); // the row's ring is painted here
     view.setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
     view.setVerticalScrollMode(QAbstractItemView::ScrollPerPixel);
     view.setTextElideMode(Qt::ElideMiddle);
-    view.header()->setMinimumHeight(headerHeight);
 }
 
 QSize TableDelegate::sizeHint(const QStyleOptionViewItem& option, const QModelIndex& /*index*/) const {
@@ -58,9 +56,12 @@ void TableDelegate::paintCellGround(QPainter& painter, const QStyleOptionViewIte
     const bool isFocused = table.hasFocus() && table.currentIndex().row() == index.row();
     if (isFocused) {
         const QRect& place = option.rect;
-        const QColor ring = tones.focus();
-        painter.fillRect(QRect(place.left(), place.top(), place.width(), 1), ring);
-        painter.fillRect(QRect(place.left(), place.bottom(), place.width(), 1), ring);
+        const QColor colour = tones.focus();
+        painter.fillRect(QRect(place.left(), place.top(), place.width(), ring), colour);
+        painter.fillRect(QRect(place.left(), place.bottom() + 1 - ring, place.width(), ring), colour);
+        const int last = table.header()->logicalIndexAt(table.viewport()->width() - 1);
+        if (index.column() == last)
+            painter.fillRect(QRect(place.right() + 1 - ring, place.top(), ring, place.height()), colour);
     }
     if (isSelected && isFirst)
         painter.fillRect(QRect(option.rect.left(), option.rect.top(), edgeBar, option.rect.height()),
@@ -68,14 +69,14 @@ void TableDelegate::paintCellGround(QPainter& painter, const QStyleOptionViewIte
 }
 
 QRect TableDelegate::contentOf(const QStyleOptionViewItem& option) {
-    return option.rect.adjusted(sideMargin, 0, -sideMargin, 0);
+    return option.rect.adjusted(TableHeader::margin, 0, -TableHeader::margin, 0);
 }
 
 QRect TableDelegate::paintSymbol(QPainter& painter, const QRect& place, Symbol symbol, const QColor& colour) {
     QRect side(place.left(), 0, symbolSide, symbolSide);
     side.moveTop(place.center().y() - (symbolSide / 2) + 1);
     Icons::paint(painter, side, symbol, colour);
-    return place.adjusted(symbolSide + symbolGap, 0, 0, 0);
+    return place.adjusted(symbolWidth, 0, 0, 0);
 }
 
 } // namespace vesto

@@ -25,6 +25,8 @@ protected:
 
     /// Calls the symbol's drawing; gives what is left of the place.
     static QRect paintSymbol(QPainter& painter, const QRect& place, Symbol symbol, const QColor& colour);
+    /// What `paintSymbol` takes.
+    static constexpr int symbolWidth = 22;
 };
 
 } // namespace vesto

@@ -24,6 +24,7 @@ TitleEditor::TitleEditor(AppModel& model, const PendingProposal& pending, const 
     , m_model(model)
     , m_proposal(pending.proposal)
     , m_field(new QLineEdit(draft, this))
+    , m_old(new QLabel(this))
     , m_accept(new QPushButton(french("Renommer"), this))
     , m_leave(new QPushButton(french("Annuler"), this)) {
     const QString oldName = shownName(lastComponentOf(m_proposal.url));
@@ -34,17 +35,15 @@ TitleEditor::TitleEditor(AppModel& model, const PendingProposal& pending, const 
     m_accept->setDefault(true);
     m_accept->setAutoDefault(true);
     m_leave->setAutoDefault(true);
-    auto* old = new QLabel(french("au lieu de %1", quoted(oldName)), this);
-    old->setTextFormat(Qt::PlainText);
-    old->setFont(secondaryFont(font()));
-    old->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred);
-    QPalette pale = old->palette();
-    pale.setColor(QPalette::Text, Tones(palette()).secondary()); // the list under it is a Base
-    old->setPalette(pale);
+    m_old->setText(french("au lieu de %1", quoted(oldName)));
+    m_old->setTextFormat(Qt::PlainText);
+    m_old->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred);
+    m_old->setForegroundRole(QPalette::Text); // the list under it is a Base
+    dress();
 
     auto* answers = new QHBoxLayout;
     answers->setSpacing(8);
-    answers->addWidget(old, 1);
+    answers->addWidget(m_old, 1);
     answers->addWidget(m_accept);
     answers->addWidget(m_leave);
     auto* column = new QVBoxLayout(this);
@@ -65,6 +64,12 @@ TitleEditor::TitleEditor(AppModel& model, const PendingProposal& pending, const 
     connect(m_accept, &QPushButton::clicked, this, &TitleEditor::accepted);
     connect(m_leave, &QPushButton::clicked, this, &TitleEditor::left);
     showName();
+}
+
+void TitleEditor::followInTabOrder(QWidget& before) {
+    setTabOrder(&before, m_field);
+    setTabOrder(m_field, m_accept);
+    setTabOrder(m_accept, m_leave);
 }
 
 QString TitleEditor::text() const {
@@ -98,6 +103,19 @@ void TitleEditor::lookUp() {
 void TitleEditor::describe(const QString& name) {
     m_field->setToolTip(tip(leftToRight(name)));
     m_field->setAccessibleDescription(name);
+}
+
+void TitleEditor::dress() {
+    m_old->setFont(secondaryFont(font()));
+    QPalette pale;
+    pale.setColor(QPalette::Text, Tones(palette()).secondary());
+    m_old->setPalette(pale);
+}
+
+void TitleEditor::changeEvent(QEvent* event) {
+    QWidget::changeEvent(event);
+    if (event->type() == QEvent::PaletteChange || event->type() == QEvent::FontChange)
+        dress();
 }
 
 bool TitleEditor::eventFilter(QObject* watched, QEvent* event) {

@@ -20,6 +20,9 @@ class TitleEditor final : public QWidget {
 public:
     TitleEditor(AppModel& model, const PendingProposal& pending, const QString& draft, QWidget* parent);
 
+    /// Its field and buttons are reached by Tab right after that widget.
+    void followInTabOrder(QWidget& before);
+
     [[nodiscard]] QString text() const;
     [[nodiscard]] QLineEdit& field() { return *m_field; }
 
@@ -30,9 +33,11 @@ Q_SIGNALS:
 
 protected:
     bool eventFilter(QObject* watched, QEvent* event) override;
+    void changeEvent(QEvent* event) override;
     void keyPressEvent(QKeyEvent* event) override;
 
 private:
+    void dress();
     void showName();
     void lookUp();
     void describe(const QString& name);
@@ -40,6 +45,7 @@ private:
     AppModel& m_model;
     Proposal m_proposal;
     QLineEdit* m_field;
+    QLabel* m_old;
     QPushButton* m_accept;
     QPushButton* m_leave;
     QTimer m_lookTimer;

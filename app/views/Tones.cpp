@@ -19,11 +19,12 @@ constexpr double secondaryShare = 0.35;
 constexpr double separatorShare = 0.82;
 constexpr double readableEdge = 3.0; // contrast of what is no text
 constexpr double readableText = 4.5;
+constexpr double edgeShare = 0.55;
 
-/// Text paled towards its ground as far as it can still be read on `worst`.
-QColor paled(const QColor& text, const QColor& ground, const QColor& worst) {
-    double share = secondaryShare;
-    while (share > 0 && contrast(mixed(text, ground, share), worst) < readableText)
+/// Text paled towards its ground by `share` or as far as it still has that contrast with `worst`.
+QColor paled(const QColor& text, const QColor& ground, const QColor& worst, double share = secondaryShare,
+             double least = readableText) {
+    while (share > 0 && contrast(mixed(text, ground, share), worst) < least)
         share -= 0.02;
     return mixed(text, ground, std::max(share, 0.0));
 }
@@ -80,6 +81,10 @@ QColor Tones::separator() const {
 
 QColor Tones::separatorOnWindow() const {
     return mixed(role(QPalette::WindowText), role(QPalette::Window), separatorShare);
+}
+
+QColor Tones::edge() const {
+    return paled(role(QPalette::Text), role(QPalette::Base), selectedRow(), edgeShare, readableEdge);
 }
 
 QColor Tones::noticeGround() const {

@@ -29,6 +29,7 @@ public:
     [[nodiscard]] QColor accent() const;    // the bar at the edge of a selected row
     [[nodiscard]] QColor separator() const; // on Base
     [[nodiscard]] QColor separatorOnWindow() const;
+    [[nodiscard]] QColor edge() const; // of a box that can be ticked
     [[nodiscard]] QColor noticeGround() const;
     [[nodiscard]] QColor noticeEdge() const;
     [[nodiscard]] QColor focus() const;

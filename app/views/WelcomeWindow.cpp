@@ -8,6 +8,7 @@
 #include "app/views/Names.h"
 #include "app/views/Shell.h"
 #include "app/views/Tones.h"
+#include "app/views/WindowKeys.h"
 #include "app/views/Words.h"
 
 #include <QEvent>
@@ -65,7 +66,7 @@ public:
 
 protected:
     void changeEvent(QEvent* event) override {
-        if (event->type() == QEvent::ApplicationPaletteChange)
+        if (event->type() == QEvent::PaletteChange)
             dress();
         QLabel::changeEvent(event);
     }
@@ -119,6 +120,7 @@ WelcomeWindow::WelcomeWindow(AppModel& model, const Settings& settings, Shell& s
     whole->addWidget(scroll, 1);
     whole->addWidget(m_edge);
     whole->addWidget(buildFooter());
+    addWindowKeys(*this, shell);
     setTabOrder(m_desktop, m_downloads);
     setTabOrder(m_downloads, m_finish);
     dress();
@@ -299,15 +301,14 @@ void WelcomeWindow::dress() {
 }
 
 void WelcomeWindow::changeEvent(QEvent* event) {
-    if ((event->type() == QEvent::ApplicationPaletteChange || event->type() == QEvent::FontChange) &&
+    if ((event->type() == QEvent::PaletteChange || event->type() == QEvent::FontChange) &&
         m_finish != nullptr)
         dress();
     QWidget::changeEvent(event);
 }
 
 void WelcomeWindow::keyPressEvent(QKeyEvent* event) {
-    if (event->key() == Qt::Key_Escape ||
-        (event->key() == Qt::Key_W && event->modifiers() == Qt::ControlModifier))
+    if (event->key() == Qt::Key_Escape)
         close();
     else if (event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter)
         finish();

@@ -163,6 +163,17 @@ TEST(FolderStateThreads, SaysWhyAFolderIsNotWatched) {
     const std::string id = world.watch(place).id;
     const auto state = [&] { return folderState(*world.model, world.model->folders().front()); };
     EXPECT_EQ(state(), (FolderState{FolderState::Kind::path, place.native()}));
+    const auto withDisk = [&](const std::vector<FolderNote>& notes) {
+        return folderState(*world.model, world.model->folders().front(), notes);
+    };
+    using Note = FolderNote::Kind;
+    EXPECT_EQ(
+        withDisk({{Note::noAttributes, "Sans attributs."}}),
+        (FolderState{FolderState::Kind::note, place.native(), "disque sans attributs", "Sans attributs."}));
+    EXPECT_EQ(withDisk({{Note::noAttributes, "Sans attributs."}, {Note::noSafeRename, "Risque."}}),
+              (FolderState{FolderState::Kind::caution, "Disque sans renommage sûr : rien n'y sera renommé",
+                           "", "Sans attributs.\nRisque."}));
+    EXPECT_EQ(withDisk({{Note::readOnly, "Seule."}}).text, "Lecture seule : rien n'y sera renommé");
     std::filesystem::remove(place);
     ASSERT_TRUE(world.eventually([&] { return world.model->folderTrouble(id).has_value(); }));
     const FolderState missing{FolderState::Kind::caution, "Surveillance arrêtée : dossier introuvable"};

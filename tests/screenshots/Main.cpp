@@ -1,10 +1,14 @@
+#include "app/views/FusionStyle.h"
 #include "tests/screenshots/Stage.h"
 
 #include <gtest/gtest.h>
 
 #include <QApplication>
+#include <algorithm>
 #include <cstdlib>
+#include <fstream>
 #include <iostream>
+#include <iterator>
 
 // As in the tests of the windows.
 extern "C" const char* __lsan_default_suppressions();  // NOLINT(bugprone-reserved-identifier)
@@ -44,7 +48,8 @@ QPalette dark() {
 int takeAll(const std::filesystem::path& target, const std::string& wanted) {
     const QPalette light = QApplication::palette();
     const std::string scale = qEnvironmentVariable("QT_SCALE_FACTOR") == QLatin1String("2") ? "-200" : "";
-    const std::vector<Scene> scenes = panelScenes();
+    std::vector<Scene> scenes = panelScenes();
+    std::ranges::move(windowScenes(), std::back_inserter(scenes));
     for (const auto& [suffix, palette] : {std::pair{"-light", light}, std::pair{"-dark", dark()}}) {
         QApplication::setPalette(palette);
         for (const Scene& scene : scenes) {
@@ -67,9 +72,14 @@ int main(int argc, char** argv) {
         std::cerr << "screenshots FOLDER [BEGINNING OF A SCENE]\n";
         return 2;
     }
-    setenv("QT_QPA_PLATFORM", "offscreen", 1);
-    const QApplication application(argc, argv);
-    QApplication::setStyle(QStringLiteral("Fusion"));
     std::filesystem::create_directories(argv[1]);
+    const std::filesystem::path screen = std::filesystem::path(argv[1]) / "screen.json";
+    std::ofstream(screen) << R"({"screens": [{"name": "screen", "x": 0, "y": 0, "width": 3200, "height": 2000,
+                                 "logicalDpi": 96, "logicalBaseDpi": 96, "dpr": 1}]})";
+    setenv("QT_QPA_PLATFORM", ("offscreen:configfile=" + screen.native()).c_str(), 1);
+    const QApplication application(argc, argv);
+    std::filesystem::remove(screen);
+    QApplication::setStyle(QStringLiteral("Fusion"));
+    vesto::FusionStyle::use();
     return vesto::takeAll(argv[1], argc > 2 ? argv[2] : "");
 }

@@ -1,8 +1,13 @@
 #pragma once
+#include "app/views/RecordModel.h"
 #include "core/files/FileIdentity.h"
+#include "core/naming/FoundationNameGenerator.h"
+#include "tests/screenshots/StageDisk.h"
+#include "tests/screenshots/StageReading.h"
 #include "tests/views/support/WindowWorld.h"
 
 #include <QApplication>
+#include <QPainter>
 #include <QPalette>
 #include <QPixmap>
 #include <QWidget>
@@ -22,11 +27,35 @@ public:
     Stage(std::filesystem::path target, std::string suffix)
         : m_target(std::move(target))
         , m_suffix(std::move(suffix)) {
+        setenv("HOME", home.path().c_str(), 1); // NOLINT(concurrency-mt-unsafe): no thread runs yet
         downloads = home / "Téléchargements";
         std::filesystem::create_directory(downloads);
         watched.path = downloads.native();
         watched.bookmark = FileIdentity::of(downloads);
         watched.addedAt = now();
+    }
+
+    ~Stage() { documents->isHeld = false; }
+
+    /// Starts the application with documents that say their titles, on disks that cannot do all.
+    void startWithDocuments() {
+        stop();
+        openStore();
+        model = std::make_unique<AppModel>(
+            AppModel::Dependencies{.store = *store,
+                                   .settings = settings,
+                                   .notifier = notifier,
+                                   .summarizer = Summarizer({"fr-FR"}, documents),
+                                   .generator = std::make_shared<StageTitles>(),
+                                   .modelAvailability = [this] { return availability; },
+                                   .locale = Locale("fr_FR"),
+                                   .stabilizer = stabilizer,
+                                   .rescanInterval = std::chrono::milliseconds(100),
+                                   .disk = stageDisk,
+                                   .clock = clock});
+        bool isReady = false;
+        model->start(AppModel::Watching::asSet, [&] { isReady = true; });
+        EXPECT_TRUE(eventually([&] { return isReady; }));
     }
 
     [[nodiscard]] static Instant now() {
@@ -65,7 +94,8 @@ public:
         record.automatic = automatic;
         record.confidence = confidence;
         if (status == RenameRecord::Status::failed)
-            record.errorMessage = "Interrompu, et non terminé.";
+            record.errorMessage = "Interrompu";
+        write(downloads / currentNameOf(record), "");
         EXPECT_TRUE(store->save(record));
     }
 
@@ -100,14 +130,39 @@ public:
         window.show();
         EXPECT_TRUE(QTest::qWaitForWindowExposed(&window));
         pass(std::chrono::milliseconds(300));
-        const auto file = m_target / (name + m_suffix + ".png");
-        EXPECT_TRUE(window.grab().save(QString::fromStdString(file.native()))) << file;
+        keep(window.grab(), name);
+    }
+
+    /// The same with a popup that stands over it.
+    void picture(QWidget& window, QWidget& popup, const std::string& name) const {
+        window.show();
+        pass(std::chrono::milliseconds(300));
+        QPixmap whole = window.grab();
+        const QPoint at = popup.pos() - window.mapToGlobal(QPoint(0, 0));
+        const QSize size = window.size().expandedTo(QSize(at.x() + popup.width(), at.y() + popup.height()));
+        QPixmap both(size * whole.devicePixelRatio());
+        both.setDevicePixelRatio(whole.devicePixelRatio());
+        both.fill(window.palette().color(QPalette::Window));
+        {
+            QPainter painter(&both);
+            painter.drawPixmap(0, 0, whole);
+            painter.drawPixmap(at, popup.grab());
+        }
+        keep(both, name);
     }
 
     std::filesystem::path downloads;
     WatchedFolder watched;
+    std::shared_ptr<StageReading> documents = std::make_shared<StageReading>();
+    StageDisk stageDisk;
+    FoundationNameGenerator::Availability availability;
 
 private:
+    void keep(const QPixmap& picture, const std::string& name) const {
+        const auto file = m_target / (name + m_suffix + ".png");
+        EXPECT_TRUE(picture.save(QString::fromStdString(file.native()))) << file;
+    }
+
     std::filesystem::path m_target;
     std::string m_suffix;
 };
@@ -118,5 +173,6 @@ struct Scene {
 };
 
 [[nodiscard]] std::vector<Scene> panelScenes();
+[[nodiscard]] std::vector<Scene> windowScenes(); // the other windows
 
 } // namespace vesto

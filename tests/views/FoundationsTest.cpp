@@ -54,6 +54,7 @@ TEST(Tones, AreReadableOnEveryGround) {
         EXPECT_GE(contrast(desktop.color(QPalette::WindowText), tones.noticeGround()), 4.5);
         EXPECT_GE(contrast(tones.caution(), tones.noticeGround()), 3);
         EXPECT_GE(contrast(tones.focus(), desktop.color(QPalette::Base)), 3);
+        EXPECT_GE(contrast(tones.edge(), desktop.color(QPalette::Base)), 3);
     }
 }
 
@@ -120,9 +121,17 @@ TEST(Names, KeepTheirEndsWhenTheyAreCut) {
         EXPECT_LE(metrics.horizontalAdvance(cut), width);
         EXPECT_LT(cut.size(), name.size());
     }
-    // Where not even the end fits it is there all the same.
-    EXPECT_TRUE(elideName(name, metrics, 10).endsWith(shown("rimestre.m4a")));
-    EXPECT_EQ(elideName(QStringLiteral("a.pdf"), metrics, 1), QStringLiteral("a.pdf"));
+    // Where not even the end fits, as much of it as can be read; never more than there is room for.
+    for (const char* each : {"14.03.27.m4a", "document-final-2.pdf", "scan_0012.pdf", "a.pdf"}) {
+        const QString shortName = shown(each);
+        const int full = metrics.horizontalAdvance(shortName);
+        for (int width = full - 1; width > full / 2; width -= 3) {
+            const QString cut = elideName(shortName, metrics, width);
+            SCOPED_TRACE(utf8(cut));
+            EXPECT_LE(metrics.horizontalAdvance(cut), width);
+            EXPECT_TRUE(cut.contains(QChar(0x2026)));
+        }
+    }
 }
 
 TEST(Words, NumbersAndDatesAreFrench) {
@@ -140,6 +149,10 @@ TEST(Words, NumbersAndDatesAreFrench) {
     EXPECT_EQ(utf8(shortDateTime(at(today.addDays(-1), evening), today)), "Hier 18:20");
     EXPECT_EQ(utf8(shortDateTime(at(QDate(2026, 11, 19), evening), today)), "19 nov.");
     EXPECT_EQ(utf8(shortDateTime(at(QDate(2025, 11, 3), evening), today)), "3 nov. 2025");
+    EXPECT_EQ(utf8(tableDateTime(at(today, evening), today)), "18:20");
+    EXPECT_EQ(utf8(tableDateTime(at(today.addDays(-1), evening), today)), "Hier 18:20");
+    EXPECT_EQ(utf8(tableDateTime(at(QDate(2026, 11, 19), evening), today)), "19 nov. 18:20");
+    EXPECT_EQ(utf8(tableDateTime(at(QDate(2025, 11, 3), evening), today)), "3 nov. 2025");
     EXPECT_EQ(utf8(spokenDateTime(at(today, QTime(9, 5)), today)), "21 novembre 9 h 05");
     EXPECT_EQ(utf8(spokenDateTime(at(today, evening), QDate(2027, 1, 1))), "21 novembre 2026 18 h 20");
     EXPECT_EQ(utf8(longDateTime(at(today, QTime(9, 5)))), "21 novembre 2026 à 09:05");

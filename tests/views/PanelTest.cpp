@@ -6,7 +6,6 @@
 #include "app/views/StatusLine.h"
 #include "app/views/TitleEditor.h"
 #include "app/views/Words.h"
-#include "tests/views/support/Accessible.h"
 #include "tests/views/support/WindowWorld.h"
 
 #include <gtest/gtest.h>
@@ -280,16 +279,6 @@ TEST_F(Panel, SaysWhatIsGoingOn) {
     QTest::mouseClick(strip->findChild<QToolButton*>(), Qt::LeftButton);
     EXPECT_FALSE(strip->isVisible());
     EXPECT_FALSE(world.model->lastError());
-}
-
-TEST_F(Panel, HasANameForEverything) {
-    open({{"scan_1.txt", "Facture annuelle de la ville"}, {"scan_2.txt", "Contrat de location"}});
-    press(Qt::Key_Return);
-    EXPECT_TRUE(World::eventually([&] { return recent().isVisible(); }));
-    press(Qt::Key_F2);
-    EXPECT_GE(expectNamed(*window), 9); // lists, rows, footer
-    EXPECT_GE(expectNamed(*panel().editor()),
-              3); // field and answers, which the list does not count as its own
 }
 
 TEST_F(Panel, AnnouncesWhatArrives) {

@@ -48,7 +48,7 @@ public:
 };
 
 /// The real disk, which may refuse attributes, or not answer for a while.
-class PickyDisk final : public Disk {
+class PickyDisk : public Disk {
 public:
     std::atomic<bool> refusesAttributes = false;
     std::atomic<bool> hangs = false;

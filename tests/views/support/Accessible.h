@@ -17,7 +17,10 @@ inline int expectNamed(QAccessibleInterface* node, const std::string& trail = {}
     int count = 0;
     switch (node->role()) {
     case QAccessible::Button:
+    case QAccessible::ButtonDropDown:
+    case QAccessible::ButtonMenu:
     case QAccessible::CheckBox:
+    case QAccessible::ColumnHeader:
     case QAccessible::ComboBox:
     case QAccessible::EditableText:
     case QAccessible::List:
@@ -39,6 +42,16 @@ inline int expectNamed(QAccessibleInterface* node, const std::string& trail = {}
     for (int child = 0; child < node->childCount(); ++child)
         count += expectNamed(node->child(child), here);
     return count;
+}
+
+/// Whether a walk from `node` down comes to that object.
+inline bool isInTree(QAccessibleInterface* node, const QObject* wanted) {
+    if (node == nullptr || node->object() == wanted)
+        return node != nullptr;
+    for (int child = 0; child < node->childCount(); ++child)
+        if (isInTree(node->child(child), wanted))
+            return true;
+    return false;
 }
 
 inline int expectNamed(QWidget& window) {

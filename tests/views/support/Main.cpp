@@ -1,3 +1,5 @@
+#include "app/views/FusionStyle.h"
+
 #include <gtest/gtest.h>
 
 #include <QApplication>
@@ -16,6 +18,7 @@ int main(int argc, char** argv) {
     setenv("QT_QPA_PLATFORM", "offscreen", 1);
     const QApplication application(argc, argv);
     QApplication::setStyle(QStringLiteral("Fusion"));
+    vesto::FusionStyle::use();
     QApplication::setEffectEnabled(Qt::UI_AnimateTooltip, false);
     return RUN_ALL_TESTS();
 }

@@ -39,7 +39,7 @@ public:
         login = value;
         return true;
     }
-    [[nodiscard]] std::string modelSummary() const override { return "Modèle d'essai, 1,2 Go"; }
+    [[nodiscard]] std::string modelSummary() const override { return modelWords; }
     [[nodiscard]] std::string sandboxFault() const override { return fault; }
     void preview(const std::filesystem::path& file,
                  std::function<void(const std::optional<Preview>&)> done) override {
@@ -61,6 +61,7 @@ public:
     bool isLoginRefused = false;
     std::function<void()> onLoginRefused;
     std::string fault;
+    std::string modelWords = "Modèle d'essai, 1,2 Go";
 };
 
 /// A user's home with the application over it, and what the windows ask for beside.
