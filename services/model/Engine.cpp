@@ -22,8 +22,8 @@ using ipc::ModelOutcome;
 using Clock = std::chrono::steady_clock;
 
 constexpr std::size_t roomForDocument = 3072; // tokens behind the instructions, answer included
-constexpr std::uint32_t batchTokens = 256; // as fast as 512, with half the room for intermediate results
-constexpr std::size_t measuredTokens = 16; // of the instructions, for each number of threads
+constexpr std::uint32_t batchTokens = 256;    // as fast as 512, with half the room for intermediate results
+constexpr std::size_t measuredTokens = 16;    // of the instructions, for each number of threads
 constexpr int measuredWords = 3;
 
 struct CloseFile {
@@ -112,7 +112,8 @@ ipc::ModelLoaded Engine::load(int file, bool describe) {
         const File stream = streamOf(file);
         llama_model_params parameters = llama_model_default_params();
         parameters.n_gpu_layers = 0;
-        parameters.load_mode = LLAMA_LOAD_MODE_NONE; // the fast variants rearrange a copy; the mapping would stay beside it
+        parameters.load_mode =
+            LLAMA_LOAD_MODE_NONE; // the fast variants rearrange a copy; the mapping would stay beside it
         parameters.progress_callback = [](float, void* self) {
             return !static_cast<Engine*>(self)->mustStop();
         };
