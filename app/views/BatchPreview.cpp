@@ -76,6 +76,7 @@ PreviewView::Subject BatchPreview::subjectOf(const Batch::Item& item) const {
 void BatchPreview::show(const Batch::Item& item, const std::string& title,
                         const std::vector<const Batch::Item*>& neighbours) {
     std::vector<PreviewView::Subject> next;
+    next.reserve(neighbours.size());
     for (const Batch::Item* each : neighbours)
         next.push_back(subjectOf(*each));
     m_picture->show(subjectOf(item), std::move(next));

@@ -17,7 +17,7 @@ FusionStyle::FusionStyle()
     : QProxyStyle(QStringLiteral("fusion")) {}
 
 void FusionStyle::use() {
-    if (QApplication::style()->name() == QLatin1String("fusion"))
+    if (QApplication::style()->inherits("QFusionStyle"))
         QApplication::setStyle(new FusionStyle); // the application owns it
 } // NOLINT(clang-analyzer-cplusplus.NewDeleteLeaks)
 

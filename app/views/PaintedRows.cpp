@@ -10,6 +10,7 @@
 #include <QMenu>
 #include <QMouseEvent>
 #include <QPainter>
+#include <QScrollBar>
 #include <QStyle>
 #include <QStyleOptionButton>
 #include <QStyleOptionToolButton>
@@ -31,7 +32,9 @@ PaintedRows::PaintedRows(QAbstractItemView& view)
     m_viewport->setMouseTracking(true);
     m_viewport->installEventFilter(this);
     view.installEventFilter(this);
+    connect(view.verticalScrollBar(), &QScrollBar::valueChanged, this, [this] { m_steady.start(); });
     m_since.start();
+    m_steady.start();
 }
 
 QStyleOptionViewItem PaintedRows::optionOf(const QModelIndex& index) const {
@@ -56,6 +59,7 @@ void PaintedRows::watchModel() {
         return;
     // Queued: the view has to lay out its rows first.
     const auto follow = [this](auto signal) {
+        connect(m_model, signal, this, [this] { m_steady.start(); });
         connect(m_model, signal, this, &PaintedRows::refreshHover, Qt::QueuedConnection);
     };
     follow(&QAbstractItemModel::rowsInserted);
@@ -95,7 +99,7 @@ std::optional<PaintedRows::Found> PaintedRows::find(QPoint point) const {
 }
 
 bool PaintedRows::mayClick() const {
-    return m_since.elapsed() >= clickGuard;
+    return m_since.elapsed() >= clickGuard || m_steady.elapsed() >= clickGuard;
 }
 
 bool PaintedRows::press(QPoint point) {
@@ -174,6 +178,15 @@ bool PaintedRows::eventFilter(QObject* watched, QEvent* event) {
     case QEvent::Leave:
         if (watched == m_viewport)
             hover(std::nullopt);
+        return false;
+    case QEvent::Paint: // whose model a finger may touch next
+        if (watched == m_viewport)
+            watchModel();
+        return false;
+    case QEvent::Show:
+    case QEvent::Resize:
+        if (watched == m_viewport)
+            m_steady.start();
         return false;
     case QEvent::ToolTip: {
         const auto* help = static_cast<QHelpEvent*>(event);

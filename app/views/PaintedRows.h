@@ -41,12 +41,13 @@ struct RowPart {
 /// Base of the delegates: rows with buttons that are painted and not widgets, so that a list of any length
 /// costs what is seen of it. Knows what is hovered, answers clicks, tips and the context menu.
 ///
-/// A click counts only where the same row has been under the pointer for a while: a row that arrives moves no
-/// button under the finger. One delegate serves one view, which owns it.
+/// A click counts only where the same row has been under the pointer for a while, or where no row has moved
+/// for as long (a finger comes from nowhere): a row that arrives moves no button under the finger. One
+/// delegate serves one view, which owns it.
 class PaintedRows : public QStyledItemDelegate {
     Q_OBJECT
 public:
-    /// Milliseconds for which a row must have been under the pointer.
+    /// Milliseconds for which a row must have been where it is.
     static constexpr int clickGuard = 300;
 
     explicit PaintedRows(QAbstractItemView& view);
@@ -111,7 +112,8 @@ private:
     int m_hoveredPart = -1;
     QPersistentModelIndex m_pressed;
     int m_pressedPart = -1;
-    QElapsedTimer m_since; // how long that row has been under the pointer
+    QElapsedTimer m_since;  // how long that row has been under the pointer,
+    QElapsedTimer m_steady; // and all rows where they are
 };
 
 } // namespace vesto

@@ -39,7 +39,7 @@ QString plainStatus(const RenameRecord& record) {
 } // namespace
 
 QString statusText(const RenameRecord& record) {
-    const QString status = plainStatus(record);
+    QString status = plainStatus(record);
     if (!record.automatic || record.status == Status::done)
         return status;
     return french("%1 · %2", status, french("Automatique"));
