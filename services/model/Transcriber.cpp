@@ -191,7 +191,7 @@ ipc::ModelWarmed Transcriber::measure() {
     ipc::ModelWarmed report;
     begin(measuringTakes);
     const int all = threadsFor(0);
-    int fastest = all;
+    std::optional<int> fastest;
     try {
         const std::unique_ptr<whisper_state, Free> state(
             m_context && all > 1 ? whisper_init_state(m_context.get()) : nullptr);
@@ -213,8 +213,8 @@ ipc::ModelWarmed Transcriber::measure() {
     } catch (...) {
         report.outcome = ModelOutcome::engine;
     }
-    report.threads = {.reading = static_cast<std::uint32_t>(fastest),
-                      .writing = static_cast<std::uint32_t>(fastest)};
+    const auto threads = static_cast<std::uint32_t>(fastest.value_or(all));
+    report.threads = {.reading = threads, .writing = threads};
     return report;
 }
 

@@ -34,6 +34,7 @@ std::vector<Json> ask(std::vector<std::string> words, int status = 0) {
 
 std::vector<std::string> outcomes(const std::vector<Json>& records) {
     std::vector<std::string> result;
+    result.reserve(records.size());
     for (const Json& record : records)
         result.push_back(record.value("outcome", record.value("status", "")));
     return result;

@@ -92,9 +92,9 @@ TEST(HistoryWindow, KeepsItsColumnsInSight) {
     record.newName = "2026-11-21 Billet.png";
     ASSERT_TRUE(world.store->save(record));
     const auto widths = [](const QTreeView& table) {
-        std::vector<int> all;
+        std::vector<int> all(RecordModel::columns);
         for (int section = 0; section < RecordModel::columns; ++section)
-            all.push_back(table.header()->sectionSize(section));
+            all[static_cast<std::size_t>(section)] = table.header()->sectionSize(section);
         return all;
     };
     const auto expectFit = [&](const QTreeView& table, int least) {
