@@ -1,9 +1,9 @@
 #include "app/DesktopApplication.h"
 
+#include "app/model/LocalModel.h"
 #include "app/views/Formats.h"
 #include "app/views/Words.h"
 #include "core/support/Text.h"
-#include "services/client/RemoteTranscriber.h"
 #include "services/ipc/ControlFrames.h"
 
 #include <fmt/format.h>
@@ -19,15 +19,6 @@
 namespace vesto {
 namespace {
 
-Summarizer jailedSummarizer() {
-    std::shared_ptr<SpeechTranscribing> transcriber;
-    const ModelFolder models;
-    if (const auto speech = models.path().is_absolute() ? models.speech() : std::nullopt)
-        transcriber =
-            std::make_shared<RemoteTranscriber>(RemoteTranscriber::Settings{.model = models.pathOf(*speech)});
-    return {{"fr-FR", "en-US"}, std::make_shared<RemoteReader>(), std::move(transcriber)};
-}
-
 /// Lets the window that comes to the front next do so.
 void useToken(const QString& token) {
     if (!token.isEmpty())
@@ -41,6 +32,7 @@ DesktopApplication::DesktopApplication(Startup::Taken taken, const std::optional
     : m_taken(std::move(taken))
     , m_leaving(std::move(leaving))
     , m_languageModel(std::make_shared<CurrentModel>(Locale::user()))
+    , m_speech(openSpeech(ModelFolder{}))
     , m_notifications(bus ? std::make_unique<NotificationCentre>(
                                 *bus, NotificationCentre::Windows{
                                           .show = [this](const QString& token) { activate(token); },
@@ -58,6 +50,7 @@ DesktopApplication::DesktopApplication(Startup::Taken taken, const std::optional
     , m_chooser(bus)
     , m_autostart(Autostart::ofUser()) {
     m_commands.lendModel([model = m_languageModel](const auto& wanted) { return model->lend(wanted); });
+    m_commands.lendSpeech(m_speech);
     qApp->installEventFilter(this); // for a new palette
     connect(qApp, &QGuiApplication::commitDataRequest, this,
             // The entry of the autostart folder is what starts it again.
@@ -88,7 +81,7 @@ AppModel::Dependencies DesktopApplication::dependencies() {
     return {.store = m_taken.store,
             .settings = m_settings,
             .notifier = notifier,
-            .summarizer = jailedSummarizer(),
+            .summarizer = {{"fr-FR", "en-US"}, std::make_shared<RemoteReader>(), m_speech},
             .generator = m_languageModel,
             .modelAvailability = [model = m_languageModel] { return model->availability(); },
             .prepareModel = [model = m_languageModel] { model->prepare(); }};
@@ -107,10 +100,11 @@ void DesktopApplication::serveControl() {
         return;
     }
     const Json greeting{{"protocol", ipc::controlProtocol}, {"lock", lockToken(m_taken.lock.folder())}};
-    m_control = std::make_unique<ControlServer>(*std::move(listener), greeting,
-                                                [this](const Json& order, CommandRequest::Emit emit) {
-                                                    return m_commands.begin(order, std::move(emit));
-                                                });
+    m_control = std::make_unique<ControlServer>(
+        *std::move(listener), greeting,
+        [this](const Json& order, CommandRequest::Emit emit, UniqueFd attachment) {
+            return m_commands.begin(order, std::move(emit), std::move(attachment));
+        });
 }
 
 void DesktopApplication::activate(const QString& token) {

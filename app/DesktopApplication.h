@@ -18,6 +18,7 @@
 #include "app/views/SettingsWindow.h"
 #include "app/views/Shell.h"
 #include "app/views/WelcomeWindow.h"
+#include "services/client/RemoteTranscriber.h"
 
 #include <QAction>
 #include <QDBusConnection>
@@ -82,6 +83,7 @@ private:
     std::function<void()> m_leaving;
     Settings m_settings;
     std::shared_ptr<CurrentModel> m_languageModel;
+    std::shared_ptr<RemoteTranscriber> m_speech;
     std::unique_ptr<NotificationCentre> m_notifications; // null where nobody shows any
     NullNotifier m_silence;
     AppModel m_model;

@@ -52,17 +52,14 @@ bool ReadingSession::begin(bool offline) {
     return true;
 }
 
-Summarizer ReadingSession::summarizer() {
+Summarizer ReadingSession::summarizer(const std::shared_ptr<RemoteTranscriber>& speech) {
     SummarizerEvents events;
     if (m_verbose)
         events.onStage = [this](const auto& path, ReadingStage stage) { tellStage(path, stage); };
     events.onMissingLanguages = [this](const auto& languages) { tellMissing(languages); };
-    const ModelFolder models;
-    const auto speech = models.path().is_absolute() ? models.speech() : std::nullopt;
-    std::shared_ptr<SpeechTranscribing> transcriber;
-    if (speech)
-        transcriber = std::make_shared<SpokenWords>(models.pathOf(*speech), m_verbose, m_err);
-    return {{"fr-FR", "en-US"}, m_reader, std::move(transcriber), std::move(events)};
+    auto words = std::make_shared<SpokenWords>(speech ? localSpeech(speech) : openSharedSpeech(ModelFolder{}),
+                                               m_verbose, m_err);
+    return {{"fr-FR", "en-US"}, m_reader, std::move(words), std::move(events)};
 }
 
 void ReadingSession::tellStart(const std::filesystem::path& path) {

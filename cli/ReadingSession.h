@@ -3,6 +3,7 @@
 #include "core/extraction/ContentReading.h"
 #include "core/extraction/Summarizer.h"
 #include "services/client/RemoteReader.h"
+#include "services/client/RemoteTranscriber.h"
 
 #include <filesystem>
 #include <iosfwd>
@@ -25,9 +26,9 @@ public:
     /// process is not `offline` (kept from the network).
     [[nodiscard]] bool begin(bool offline);
 
-    /// Reads through the reader and tells of its doings; must not outlive the session.
-    /// What is said in recordings is heard where this user has a model of speech.
-    [[nodiscard]] Summarizer summarizer();
+    /// Reads through the reader and tells of its doings; must not outlive the session. What is said in
+    /// recordings is heard by `speech`; without it, by the host of a program that watches, where one does.
+    [[nodiscard]] Summarizer summarizer(const std::shared_ptr<RemoteTranscriber>& speech = nullptr);
 
     /// With --verbose: this file's turn has come.
     void tellStart(const std::filesystem::path& path);

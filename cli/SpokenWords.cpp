@@ -49,9 +49,13 @@ std::vector<std::int16_t> hiss() {
 std::optional<std::vector<std::string>> SpokenWords::transcribe(std::span<const std::int16_t> samples,
                                                                 const std::vector<std::string>& locales,
                                                                 Seconds timeout, std::stop_token stop) {
+    std::error_code ignored;
+    if (!std::filesystem::is_symlink(m_speech.file, ignored) &&
+        !std::filesystem::exists(m_speech.file, ignored))
+        return std::nullopt;
     if (m_verbose)
         m_err << text("Transcription de la parole…") << '\n' << std::flush;
-    auto lines = m_speech.transcribe(samples, locales, timeout, std::move(stop));
+    auto lines = m_speech.model->transcribe(samples, locales, timeout, std::move(stop));
     if (m_verbose)
         m_err << endWords(m_speech.facts()) << '\n' << std::flush;
     return lines;

@@ -1,22 +1,23 @@
 #pragma once
+#include "app/model/LocalModel.h"
 #include "cli/Options.h"
 #include "core/extraction/SpeechTranscribing.h"
-#include "services/client/RemoteTranscriber.h"
 
 #include <filesystem>
 #include <iosfwd>
 #include <string>
+#include <utility>
 
 namespace vesto::cli {
 
-/// What is said in recordings, as one run of the command line hears it: by the model of speech in one file.
-/// With --verbose it tells `err` what comes of each.
+/// What is said in recordings, as one run of the command line hears it. With --verbose it tells `err` what
+/// comes of each. Where there is no model of speech, nothing is heard, and nothing said about it.
 class SpokenWords final : public SpeechTranscribing {
 public:
-    SpokenWords(const std::filesystem::path& model, bool verbose, std::ostream& err)
-        : m_verbose(verbose)
-        , m_err(err)
-        , m_speech({.model = model}) {}
+    SpokenWords(LocalSpeech speech, bool verbose, std::ostream& err)
+        : m_speech(std::move(speech))
+        , m_verbose(verbose)
+        , m_err(err) {}
 
     [[nodiscard]] std::optional<std::vector<std::string>> transcribe(std::span<const std::int16_t> samples,
                                                                      const std::vector<std::string>& locales,
@@ -24,9 +25,9 @@ public:
                                                                      std::stop_token stop) override;
 
 private:
+    LocalSpeech m_speech;
     bool m_verbose;
     std::ostream& m_err;
-    RemoteTranscriber m_speech;
 };
 
 /// Whether the model of speech in this file answers here; says how long that takes, or why not.

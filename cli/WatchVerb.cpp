@@ -1,5 +1,6 @@
 #include "app/model/CurrentModel.h"
 #include "app/model/FolderCheck.h"
+#include "app/model/LocalModel.h"
 #include "app/model/Store.h"
 #include "cli/EngineVerbs.h"
 #include "cli/FolderWords.h"
@@ -127,12 +128,14 @@ ExitStatus watch(const Options& options, bool offline, Streams streams) {
     if (!reading.begin(offline))
         return ExitStatus::notAllDone;
     const auto model = std::make_shared<CurrentModel>(options.locale);
+    const auto speech = openSpeech(ModelFolder{});
     auto engine = Engine::open(*std::move(lock),
-                               {.summarizer = reading.summarizer(),
+                               {.summarizer = reading.summarizer(speech),
                                 .generator = model,
                                 .modelAvailability = [model] { return model->availability(); },
                                 .prepareModel = [model] { model->prepare(); },
                                 .lendModel = [model](const auto& wanted) { return model->lend(wanted); },
+                                .speech = speech,
                                 .locale = options.locale});
     if (!engine)
         return refuse(engine.error());

@@ -48,13 +48,14 @@ std::vector<std::string> pendingIDs(const AppModel& model) {
 
 } // namespace
 
-Commands::Request Commands::begin(const Json& order, CommandRequest::Emit emit) {
+Commands::Request Commands::begin(const Json& order, CommandRequest::Emit emit, UniqueFd attachment) {
     auto request = std::make_shared<CommandRequest>(std::move(emit));
-    dispatch(stringMember(order, "verb").value_or(""), order, request);
+    dispatch(stringMember(order, "verb").value_or(""), order, std::move(attachment), request);
     return request;
 }
 
-void Commands::dispatch(const std::string& verb, const Json& order, const Request& request) {
+void Commands::dispatch(const std::string& verb, const Json& order, UniqueFd attachment,
+                        const Request& request) {
     if (verb == "status")
         status(request);
     else if (verb == "folders")
@@ -81,6 +82,8 @@ void Commands::dispatch(const std::string& verb, const Json& order, const Reques
         m_desk.state(order, request);
     else if (verb == lent::titleVerb)
         m_desk.title(order, request);
+    else if (verb == lent::speechVerb)
+        m_desk.speech(order, std::move(attachment), request);
     else if (const auto paused = boolMember(order, "paused"); verb == "setPaused" && paused) {
         m_model.setPaused(*paused);
         request->end(true);

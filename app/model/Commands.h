@@ -3,6 +3,7 @@
 #include "app/model/CommandRequest.h"
 #include "app/model/ModelDesk.h"
 #include "core/support/Json.h"
+#include "core/support/UniqueFd.h"
 
 #include <functional>
 #include <memory>
@@ -22,8 +23,8 @@ namespace vesto {
 ///     undo url|id|last · undoBatch id
 ///     batch url [also…] [apply] [minConfidence]
 ///     setPaused paused · leave · show [hidden]      (hidden: only tells whether there is a window)
-///     model url [instructions] · title url instructions prompt maxTokens      (see
-///     services/client/LentModel.h)
+///     model url [instructions] · title url instructions prompt maxTokens
+///     speech url samples locales seconds, and a sound   (see services/client/LentModel.h)
 ///
 /// An id may be the beginning of one, four characters at least, where no other begins so. Main thread; must
 /// not outlive the model.
@@ -36,16 +37,18 @@ public:
         , m_leave(std::move(leave))
         , m_show(std::move(show)) {}
 
-    /// Lets other programs have titles from our language model.
+    /// Lets other programs use our models.
     void lendModel(ModelDesk::Lend lend) { m_desk.lend(std::move(lend)); }
+    void lendSpeech(std::shared_ptr<RemoteTranscriber> speech) { m_desk.lendSpeech(std::move(speech)); }
 
     using Request = std::shared_ptr<CommandRequest>;
 
-    /// Begins to serve a request. `emit` may be called before this returns.
-    Request begin(const Json& order, CommandRequest::Emit emit);
+    /// Begins to serve a request, with the descriptor that came along. `emit` may be called before this
+    /// returns.
+    Request begin(const Json& order, CommandRequest::Emit emit, UniqueFd attachment = {});
 
 private:
-    void dispatch(const std::string& verb, const Json& order, const Request& request);
+    void dispatch(const std::string& verb, const Json& order, UniqueFd attachment, const Request& request);
 
     void status(const Request& request);
     void folders(const Request& request);

@@ -86,12 +86,15 @@ void ControlServer::receive(std::uint64_t id) {
 void ControlServer::serve(std::uint64_t id, const Json& order) {
     const auto client = m_clients.at(id);
     client->isServed = true;
-    client->request = m_begin(order, [this, id](const Json& event) {
-        const auto place = m_clients.find(id);
-        if (place != m_clients.end() && member(event, "end") != nullptr)
-            place->second->isServed = false;
-        send(id, event);
-    });
+    client->request = m_begin(
+        order,
+        [this, id](const Json& event) {
+            const auto place = m_clients.find(id);
+            if (place != m_clients.end() && member(event, "end") != nullptr)
+                place->second->isServed = false;
+            send(id, event);
+        },
+        client->peer.takeAttachment());
     if (!m_clients.contains(id))
         client->request->cancel(); // it was given up before the request had a name
     else if (!client->isServed)

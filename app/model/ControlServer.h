@@ -20,7 +20,8 @@ namespace vesto {
 /// its own connection. Main thread; nothing here waits.
 class ControlServer : public QObject {
 public:
-    using Begin = std::function<std::shared_ptr<CommandRequest>(const Json&, CommandRequest::Emit)>;
+    /// The descriptor is the one that came with the request; mostly none.
+    using Begin = std::function<std::shared_ptr<CommandRequest>(const Json&, CommandRequest::Emit, UniqueFd)>;
 
     static constexpr std::size_t maxClients = 32;
 

@@ -33,6 +33,7 @@ class Engine::Impl {
 public:
     Impl(EngineLock taken, Store opened, Parts parts)
         : lendModel(std::move(parts.lendModel))
+        , speech(std::move(parts.speech))
         , lock(std::move(taken))
         , store(std::move(opened))
         , model({.store = store,
@@ -66,6 +67,7 @@ public:
     }
 
     ModelDesk::Lend lendModel;
+    std::shared_ptr<RemoteTranscriber> speech;
     EngineLock lock;
     Store store;
     Settings settings;
@@ -121,10 +123,13 @@ Engine::WatchEnd Engine::watch(const std::vector<std::filesystem::path>& folders
     EngineWatch watch(m_impl->model, onEvent);
     Commands commands(m_impl->model, [&watch] { watch.stop(); });
     commands.lendModel(m_impl->lendModel);
+    commands.lendSpeech(m_impl->speech);
     const ControlServer server(
         *std::move(listener),
         Json{{"protocol", ipc::controlProtocol}, {"lock", lockToken(m_impl->lock.folder())}},
-        [&](const Json& order, CommandRequest::Emit emit) { return commands.begin(order, std::move(emit)); });
+        [&](const Json& order, CommandRequest::Emit emit, UniqueFd attachment) {
+            return commands.begin(order, std::move(emit), std::move(attachment));
+        });
     m_impl->start(AppModel::Watching::asSet);
     m_impl->isFinished = true; // by the watch
     return watch.run(folders) ? WatchEnd::stopped : WatchEnd::unheard;

@@ -26,7 +26,9 @@ public:
         std::shared_ptr<TitleGenerating> generator{};
         std::function<FoundationNameGenerator::Availability()> modelAvailability{};
         std::function<void()> prepareModel{}; // see AppModel
-        ModelDesk::Lend lendModel{};          // to other programs, while it watches
+        // To other programs, while it watches:
+        ModelDesk::Lend lendModel{};
+        std::shared_ptr<RemoteTranscriber> speech{};
         Locale locale = Locale::user();
     };
 

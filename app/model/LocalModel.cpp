@@ -3,6 +3,7 @@
 #include "core/support/Text.h"
 #include "core/support/UserFolders.h"
 #include "services/client/SharedLanguageModel.h"
+#include "services/client/SharedTranscriber.h"
 
 namespace vesto {
 
@@ -65,6 +66,20 @@ LocalModel openUsedModel(const ModelFolder& models) {
     if (!models.isEnabled())
         return localModel(makeOwn());
     return localModel(std::make_shared<SharedLanguageModel>(userDataFolder(), file, makeOwn));
+}
+
+std::shared_ptr<RemoteTranscriber> openSpeech(const ModelFolder& models) {
+    return std::make_shared<RemoteTranscriber>(RemoteTranscriber::Settings{.model = models.speechPath()});
+}
+
+LocalSpeech localSpeech(const std::shared_ptr<RemoteTranscriber>& speech) {
+    return {.file = speech->model(), .model = speech, .facts = [speech] { return speech->facts(); }};
+}
+
+LocalSpeech openSharedSpeech(const ModelFolder& models) {
+    const auto speech = std::make_shared<SharedTranscriber>(userDataFolder(), models.speechPath(),
+                                                            [models] { return openSpeech(models); });
+    return {.file = models.speechPath(), .model = speech, .facts = [speech] { return speech->facts(); }};
 }
 
 } // namespace vesto

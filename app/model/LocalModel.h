@@ -3,6 +3,7 @@
 #include "core/naming/LanguageModel.h"
 #include "services/client/ModelObstacle.h"
 #include "services/client/RemoteLanguageModel.h"
+#include "services/client/RemoteTranscriber.h"
 
 #include <chrono>
 #include <cstdint>
@@ -45,5 +46,20 @@ struct LocalModel {
 
 /// The model that the user's settings name: by the host of a program that watches, where one does.
 [[nodiscard]] LocalModel openUsedModel(const ModelFolder& models);
+
+/// What is said in recordings, by the model of speech in one file: one that is added, replaced or removed
+/// counts from the next recording on.
+struct LocalSpeech {
+    std::filesystem::path file;
+    std::shared_ptr<SpeechTranscribing> model;
+    std::function<RemoteTranscriber::Facts()> facts;
+};
+
+/// By a host of this program's.
+[[nodiscard]] std::shared_ptr<RemoteTranscriber> openSpeech(const ModelFolder& models);
+[[nodiscard]] LocalSpeech localSpeech(const std::shared_ptr<RemoteTranscriber>& speech);
+
+/// By the host of a program that watches, where one does.
+[[nodiscard]] LocalSpeech openSharedSpeech(const ModelFolder& models);
 
 } // namespace vesto

@@ -45,6 +45,10 @@ public:
 
     /// The one of speech; nothing where there is none.
     [[nodiscard]] std::optional<Model> speech() const;
+    /// Where that one is, or would be; empty where this user has no folder of data.
+    [[nodiscard]] std::filesystem::path speechPath() const {
+        return m_folder.is_absolute() ? m_folder / speechName : std::filesystem::path();
+    }
 
     /// The chosen one where it is there, else the first one that is no broken link; nothing where there is
     /// none.

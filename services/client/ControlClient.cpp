@@ -35,8 +35,8 @@ ControlClient::connect(const std::filesystem::path& dataFolder, std::chrono::mil
 
 std::expected<Json, ControlClient::Failure>
 ControlClient::ask(const Json& request, const std::function<bool(const Json&)>& onEvent,
-                   std::chrono::milliseconds patience) {
-    if (!m_peer.send(request))
+                   std::chrono::milliseconds patience, int attachment) {
+    if (!m_peer.send(request, attachment))
         return std::unexpected(Failure::lost);
     while (m_peer.hasUnsent()) {
         pollfd entry{m_peer.socket(), POLLOUT, 0};
@@ -52,6 +52,20 @@ ControlClient::ask(const Json& request, const std::function<bool(const Json&)>& 
             return std::unexpected(Failure::lost);
         }
     }
+}
+
+std::optional<Json> ControlClient::askLine(const Json& request, std::chrono::milliseconds patience,
+                                           int attachment) {
+    std::optional<Json> line;
+    const auto end = ask(
+        request,
+        [&](const Json& event) {
+            if (const Json* record = member(event, "line"))
+                line = *record;
+            return true;
+        },
+        patience, attachment);
+    return end ? line : std::nullopt;
 }
 
 void ControlClient::hangUp() const {

@@ -6,6 +6,7 @@
 #include <expected>
 #include <filesystem>
 #include <functional>
+#include <optional>
 
 namespace vesto {
 
@@ -28,7 +29,11 @@ public:
     /// endless where it is negative.
     [[nodiscard]] std::expected<Json, Failure>
     ask(const Json& request, const std::function<bool(const Json&)>& onEvent,
-        std::chrono::milliseconds patience = std::chrono::milliseconds(-1));
+        std::chrono::milliseconds patience = std::chrono::milliseconds(-1), int attachment = -1);
+
+    /// Asks what has one result, and gives that: nothing where it was refused, or nobody answered.
+    [[nodiscard]] std::optional<Json> askLine(const Json& request, std::chrono::milliseconds patience,
+                                              int attachment = -1);
 
     /// Ends the talk, and an `ask` that waits, as `lost`. Of any thread.
     void hangUp() const;

@@ -14,6 +14,7 @@
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
+#include <span>
 
 namespace vesto {
 namespace {
@@ -129,23 +130,29 @@ UniqueFd ControlListener::accept() const {
     return client;
 }
 
-bool ControlPeer::send(const Json& message) {
+bool ControlPeer::send(const Json& message, int attachment) {
+    UniqueFd attached;
+    if (attachment >= 0) {
+        attached.reset(::fcntl(attachment, F_DUPFD_CLOEXEC, 0));
+        if (!attached)
+            return false;
+    }
     for (std::string& frame : ipc::controlFrames(writeJson(message))) {
         m_unsentBytes += frame.size();
-        m_unsent.push_back(std::move(frame));
+        m_unsent.push_back({std::move(frame), std::move(attached)});
     }
     return flush() && m_unsentBytes <= maxUnsent;
 }
 
 bool ControlPeer::flush() {
     while (!m_unsent.empty()) {
-        const std::string& frame = m_unsent.front();
-        const ssize_t sent = ::send(socket(), frame.data(), frame.size(), MSG_NOSIGNAL | MSG_DONTWAIT);
-        if (sent < 0 && errno == EINTR)
-            continue;
-        if (sent < 0)
-            return errno == EAGAIN;
-        m_unsentBytes -= frame.size();
+        const Frame& frame = m_unsent.front();
+        const int attached = frame.attached.get();
+        const int error = ipc::sendPacketNow(
+            socket(), frame.bytes, std::span(&attached, static_cast<std::size_t>(attached >= 0 ? 1 : 0)));
+        if (error != 0)
+            return error == EAGAIN;
+        m_unsentBytes -= frame.bytes.size();
         m_unsent.pop_front();
     }
     return true;
@@ -154,9 +161,11 @@ bool ControlPeer::flush() {
 ControlPeer::Received ControlPeer::receive(Json& message) {
     for (;;) {
         ipc::PacketFailure failure = ipc::PacketFailure::none;
-        const auto packet = ipc::receivePacket(socket(), ipc::controlFrameBytes, 0, failure);
+        auto packet = ipc::receivePacket(socket(), ipc::controlFrameBytes, 1, failure);
         if (!packet)
             return failure == ipc::PacketFailure::none ? Received::nothing : Received::over;
+        if (!packet->descriptors.empty())
+            m_attachment = std::move(packet->descriptors.front());
         switch (m_incoming.take(packet->bytes)) {
         case ipc::ControlAssembler::Taken::piece:
             break;

@@ -11,6 +11,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
 
 namespace vesto {
 
@@ -54,9 +55,9 @@ public:
 
     [[nodiscard]] int socket() const { return m_socket.get(); }
 
-    /// Sends it, or keeps it until `flush` finds room. False where the other side is gone or has left too
-    /// much unread: the connection is over.
-    [[nodiscard]] bool send(const Json& message);
+    /// Sends it, with a descriptor that stays the caller's, or keeps both until `flush` finds room. False
+    /// where the other side is gone or has left too much unread: the connection is over.
+    [[nodiscard]] bool send(const Json& message, int attachment = -1);
     [[nodiscard]] bool flush();
     [[nodiscard]] bool hasUnsent() const { return !m_unsent.empty(); }
 
@@ -66,11 +67,19 @@ public:
         over, // the other side is gone, or talks nonsense
     };
     [[nodiscard]] Received receive(Json& message);
+    /// The descriptor that came with the last message; none where it had none.
+    [[nodiscard]] UniqueFd takeAttachment() { return std::exchange(m_attachment, {}); }
 
 private:
+    struct Frame {
+        std::string bytes;
+        UniqueFd attached;
+    };
+
     UniqueFd m_socket;
     ipc::ControlAssembler m_incoming;
-    std::deque<std::string> m_unsent; // frames
+    UniqueFd m_attachment;
+    std::deque<Frame> m_unsent;
     std::size_t m_unsentBytes = 0;
 };
 

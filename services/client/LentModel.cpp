@@ -16,11 +16,14 @@ using Availability = LanguageModel::Availability;
 using Code = LanguageModel::Failure::Code;
 using namespace std::string_view_literals;
 
+constexpr std::size_t mostLanguages = 1000; // that a model's file lists
+
 // By the numbers of the enumerators.
 constexpr std::array availabilities{"available"sv, "deviceNotEligible"sv, "appleIntelligenceNotEnabled"sv,
                                     "modelNotReady"sv, "unavailable"sv};
 constexpr std::array obstacles{"none"sv,     "noFile"sv, "refused"sv, "memory"sv,
                                "noEngine"sv, "noJail"sv, "dies"sv};
+constexpr std::array ends{"none"sv, "heard"sv, "silence"sv, "late"sv, "failed"sv};
 constexpr std::array failures{"cancelled"sv, "unusable"sv, "tooLong"sv, "busy"sv, "engine"sv};
 
 template <class Enumerator, std::size_t count>
@@ -31,6 +34,16 @@ std::optional<Enumerator> enumeratorIn(const Json& record, std::string_view key,
     if (place == words.end())
         return std::nullopt;
     return static_cast<Enumerator>(place - words.begin());
+}
+
+/// At most so many.
+std::vector<std::string> wordsIn(const Json& record, std::string_view key, std::size_t most) {
+    std::vector<std::string> words;
+    if (const Json* list = member(record, key); list != nullptr && list->is_array())
+        for (const Json& word : *list)
+            if (word.is_string() && words.size() < most)
+                words.push_back(word.get<std::string>());
+    return words;
 }
 
 std::uint32_t countIn(const Json& record, std::string_view key) {
@@ -53,6 +66,14 @@ Json titleOrder(const std::filesystem::path& file, const ModelRequest& request) 
                 {"instructions", request.instructions},
                 {"prompt", request.prompt},
                 {"maxTokens", request.maxTokens}};
+}
+
+Json speechOrder(const Recording& recording) {
+    return Json{{"verb", speechVerb},
+                {"url", fileURL(recording.file)},
+                {"samples", recording.samples},
+                {"locales", recording.locales},
+                {"seconds", recording.timeout.count()}};
 }
 
 Json recordOf(const State& state) {
@@ -78,6 +99,16 @@ Json recordOf(const Answer& answer) {
                 {"refusals", answer.written.refusals}};
 }
 
+Json recordOf(const Heard& heard) {
+    const auto& facts = heard.facts;
+    return Json{{"lines", heard.lines},
+                {"heard", ends[static_cast<std::size_t>(facts.end)]},
+                {"obstacle", obstacles[static_cast<std::size_t>(facts.obstacle)]},
+                {"name", facts.name},
+                {"language", facts.language},
+                {"seconds", facts.took.count()}};
+}
+
 std::optional<Wanted> wantedIn(const Json& order) {
     const auto url = stringMember(order, "url");
     const auto file = url ? pathOfFileURL(*url) : std::nullopt;
@@ -99,6 +130,19 @@ std::optional<ModelRequest> requestIn(const Json& order) {
                         static_cast<int>(std::clamp<std::int64_t>(*maxTokens, 0, most))};
 }
 
+std::optional<Recording> recordingIn(const Json& order) {
+    const auto url = stringMember(order, "url");
+    const auto file = url ? pathOfFileURL(*url) : std::nullopt;
+    const auto samples = unsignedMember(order, "samples");
+    const auto seconds = numberMember(order, "seconds");
+    if (!file || !samples || !seconds)
+        return std::nullopt;
+    return Recording{.file = *file,
+                     .samples = *samples,
+                     .locales = wordsIn(order, "locales", ipc::limits::spokenLanguages),
+                     .timeout = Seconds(*seconds)};
+}
+
 std::optional<State> stateIn(const Json& record) {
     const auto availability = enumeratorIn<Availability>(record, "availability", availabilities);
     const auto obstacle = enumeratorIn<ModelObstacle>(record, "obstacle", obstacles);
@@ -111,10 +155,7 @@ std::optional<State> stateIn(const Json& record) {
     state.facts.architecture = stringMember(record, "architecture").value_or("");
     state.facts.bytes = unsignedMember(record, "bytes").value_or(0);
     state.facts.parameters = unsignedMember(record, "parameters").value_or(0);
-    if (const Json* languages = member(record, "languages"); languages != nullptr && languages->is_array())
-        for (const Json& language : *languages)
-            if (language.is_string())
-                state.facts.languages.push_back(language.get<std::string>());
+    state.facts.languages = wordsIn(record, "languages", mostLanguages);
     state.facts.titles = countIn(record, "titles");
     state.facts.perTitle = std::chrono::duration<double>(numberMember(record, "secondsPerTitle").value_or(0));
     return state;
@@ -130,6 +171,20 @@ std::optional<Answer> answerIn(const Json& record) {
         return std::nullopt;
     return Answer{.title = std::unexpected(
                       LanguageModel::Failure{*code, stringMember(record, "message").value_or("")})};
+}
+
+std::optional<Heard> heardIn(const Json& record) {
+    const auto end = enumeratorIn<RemoteTranscriber::End>(record, "heard", ends);
+    const auto obstacle = enumeratorIn<ModelObstacle>(record, "obstacle", obstacles);
+    if (!end || !obstacle)
+        return std::nullopt;
+    Heard heard{.lines = wordsIn(record, "lines", ipc::limits::spokenLines)};
+    heard.facts.end = *end;
+    heard.facts.obstacle = *obstacle;
+    heard.facts.name = stringMember(record, "name").value_or("");
+    heard.facts.language = stringMember(record, "language").value_or("");
+    heard.facts.took = Seconds(numberMember(record, "seconds").value_or(0));
+    return heard;
 }
 
 } // namespace vesto::lent

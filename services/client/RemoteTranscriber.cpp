@@ -1,12 +1,6 @@
 #include "services/client/RemoteTranscriber.h"
 
-#include <fcntl.h>
-#include <sys/mman.h>
-#include <unistd.h>
-
 #include <algorithm>
-#include <cerrno>
-#include <cstdlib>
 #include <utility>
 
 namespace vesto {
@@ -18,12 +12,6 @@ using std::chrono::steady_clock;
 
 constexpr std::chrono::seconds measuringTakes{30}; // far more than it may
 constexpr milliseconds answerTakes{500}; // from the end of its time until the host has said what it has
-constexpr int loudestSilence = 32;       // of 32,768; a thousandth
-
-/// Models make words even of nothing.
-bool isSilent(std::span<const std::int16_t> samples) {
-    return std::ranges::all_of(samples, [](int sample) { return std::abs(sample) <= loudestSilence; });
-}
 
 /// "fr" of "fr_FR", each once.
 std::vector<std::string> languagesOf(const std::vector<std::string>& locales) {
@@ -35,24 +23,6 @@ std::vector<std::string> languagesOf(const std::vector<std::string>& locales) {
             languages.push_back(language);
     }
     return languages;
-}
-
-/// Memory with these samples that nobody can change any more; none where the system refuses.
-UniqueFd sealedMemory(std::span<const std::int16_t> samples) {
-    UniqueFd memory(::memfd_create("vesto-sound", MFD_CLOEXEC | MFD_ALLOW_SEALING));
-    const auto bytes = std::as_bytes(samples);
-    for (std::size_t done = 0; memory && done < bytes.size();) {
-        const ssize_t size = ::write(memory.get(), bytes.data() + done, bytes.size() - done);
-        if (size < 0 && errno == EINTR)
-            continue;
-        if (size <= 0)
-            return {};
-        done += static_cast<std::size_t>(size);
-    }
-    constexpr int closed = F_SEAL_SHRINK | F_SEAL_GROW | F_SEAL_WRITE | F_SEAL_SEAL;
-    if (memory && ::fcntl(memory.get(), F_ADD_SEALS, closed) != 0)
-        return {};
-    return memory;
 }
 
 milliseconds until(steady_clock::time_point end) {
@@ -74,23 +44,25 @@ RemoteTranscriber::~RemoteTranscriber() {
 std::optional<std::vector<std::string>> RemoteTranscriber::transcribe(std::span<const std::int16_t> samples,
                                                                       const std::vector<std::string>& locales,
                                                                       Seconds timeout, std::stop_token stop) {
+    const bool isToBeHeard = !isSilent(samples);
+    auto sound = isToBeHeard ? SealedSound::of(samples) : std::nullopt;
+    if (sound)
+        return transcribe(*std::move(sound), locales, timeout, std::move(stop));
+    const std::scoped_lock lock(m_jobs.mutex);
+    m_facts.end = isToBeHeard ? End::failed : End::silence;
+    return std::nullopt;
+}
+
+std::optional<std::vector<std::string>> RemoteTranscriber::transcribe(SealedSound sound,
+                                                                      const std::vector<std::string>& locales,
+                                                                      Seconds timeout, std::stop_token stop) {
     constexpr Seconds longest = milliseconds(ipc::limits::transcribingMilliseconds);
     const auto end = steady_clock::now() +
                      std::chrono::duration_cast<milliseconds>(std::clamp(timeout, Seconds(0), longest));
-    samples = samples.first(std::min<std::size_t>(samples.size(), ipc::limits::heardSamples));
-    auto job = std::make_shared<Job>();
-    job->order = {.samples = static_cast<std::uint32_t>(samples.size()),
-                  .languages = languagesOf(locales),
-                  .threads = 0};
-    job->end = end;
-    const bool isToBeHeard = !isSilent(samples);
-    if (isToBeHeard)
-        job->sound = sealedMemory(samples);
+    const std::uint32_t samples = sound.samples();
+    auto job = std::make_shared<Job>(std::move(sound), end);
+    job->order = {.samples = samples, .languages = languagesOf(locales), .threads = 0};
     std::unique_lock lock(m_jobs.mutex);
-    if (!job->sound) {
-        m_facts.end = isToBeHeard ? End::failed : End::silence;
-        return std::nullopt;
-    }
     m_jobs.post(job, m_host);
     // The host ends in time of itself; it is told to only where it has something else to do.
     if (!m_jobs.await(lock, *job, stop, end + answerTakes, m_host)) {
@@ -170,7 +142,7 @@ std::optional<ipc::SoundTranscribed> RemoteTranscriber::hear(Job& job) {
         }
         job.order.threads = m_threads;
         job.order.longest = until(job.end);
-        auto report = m_host.give<ipc::SoundTranscribed>(job.order, job.sound.get(),
+        auto report = m_host.give<ipc::SoundTranscribed>(job.order, job.sound.descriptor(),
                                                          job.order.longest + m_settings.windDown, [&] {
                                                              const std::scoped_lock lock(m_jobs.mutex);
                                                              return job.isCancelled;

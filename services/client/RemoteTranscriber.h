@@ -1,11 +1,11 @@
 #pragma once
 #include "core/extraction/SpeechTranscribing.h"
-#include "core/support/UniqueFd.h"
 #include "services/client/ModelFile.h"
 #include "services/client/ModelHost.h"
 #include "services/client/ModelJobs.h"
 #include "services/client/ModelObstacle.h"
 #include "services/client/ModelProcess.h"
+#include "services/client/SealedSound.h"
 
 #include <chrono>
 #include <cstdint>
@@ -15,6 +15,7 @@
 #include <optional>
 #include <string>
 #include <thread>
+#include <utility>
 #include <vector>
 
 namespace vesto {
@@ -60,7 +61,15 @@ public:
                                                                      Seconds timeout,
                                                                      std::stop_token stop) override;
 
+    /// The same for what another process has recorded.
+    [[nodiscard]] std::optional<std::vector<std::string>> transcribe(SealedSound sound,
+                                                                     const std::vector<std::string>& locales,
+                                                                     Seconds timeout, std::stop_token stop);
+
     [[nodiscard]] Facts facts() const;
+
+    /// The file of the model, whether it is there or not.
+    [[nodiscard]] const std::filesystem::path& model() const { return m_settings.model; }
 
     /// The process that hosts the model now; nothing while there is none.
     [[nodiscard]] std::optional<pid_t> process() const { return m_host.process(); }
@@ -68,7 +77,11 @@ public:
 private:
     using Moment = std::chrono::steady_clock::time_point;
     struct Job : ModelJob {
-        UniqueFd sound;
+        Job(SealedSound toHear, Moment latest)
+            : sound(std::move(toHear))
+            , end(latest) {}
+
+        SealedSound sound;
         ipc::TranscribeSound order;
         Moment end;
         std::vector<std::string> lines; // of the own thread until it is done

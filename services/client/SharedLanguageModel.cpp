@@ -15,20 +15,6 @@ using std::chrono::milliseconds;
 constexpr milliseconds stateTakes{2000}; // of an engine that is alive
 constexpr milliseconds step{50};         // between two looks at a model that gets ready
 
-/// The only result of an order; nothing where it was refused or nobody answered.
-std::optional<Json> lineFor(ControlClient& engine, const Json& order, milliseconds patience) {
-    std::optional<Json> line;
-    const auto end = engine.ask(
-        order,
-        [&](const Json& event) {
-            if (const Json* record = member(event, "line"))
-                line = *record;
-            return true;
-        },
-        patience);
-    return end ? line : std::nullopt;
-}
-
 } // namespace
 
 LanguageModel::Availability SharedLanguageModel::availability() {
@@ -109,7 +95,7 @@ std::shared_ptr<RemoteLanguageModel> SharedLanguageModel::turnToOwn() {
 std::optional<lent::State> SharedLanguageModel::state(std::optional<std::string> instructions) {
     auto engine = ControlClient::connect(m_dataFolder, stateTakes);
     const auto line = engine
-                          ? lineFor(*engine, lent::stateOrder({m_file, std::move(instructions)}), stateTakes)
+                          ? engine->askLine(lent::stateOrder({m_file, std::move(instructions)}), stateTakes)
                           : std::nullopt;
     auto told = line ? lent::stateIn(*line) : std::nullopt;
     if (told) {
@@ -126,7 +112,7 @@ std::optional<lent::Answer> SharedLanguageModel::ask(const ModelRequest& request
         return std::nullopt;
     // Which ends the request there, and the wait here.
     const std::stop_callback hangUp(stop, [&engine] { engine->hangUp(); });
-    const auto line = lineFor(*engine, lent::titleOrder(m_file, request), milliseconds(-1));
+    const auto line = engine->askLine(lent::titleOrder(m_file, request), milliseconds(-1));
     return line ? lent::answerIn(*line) : std::nullopt;
 }
 

@@ -53,8 +53,7 @@ bool waitReadable(int fd, std::chrono::milliseconds timeout) {
     return waitFor(fd, POLLIN, timeout);
 }
 
-bool sendPacket(int socket, std::string_view bytes, std::span<const int> descriptors,
-                std::chrono::milliseconds timeout) {
+int sendPacketNow(int socket, std::string_view bytes, std::span<const int> descriptors) {
     VESTO_ASSERT(descriptors.size() <= mostDescriptors);
     iovec part{const_cast<char*>(bytes.data()), bytes.size()};
     msghdr header{};
@@ -73,10 +72,19 @@ bool sendPacket(int socket, std::string_view bytes, std::span<const int> descrip
     for (;;) {
         const ssize_t sent = ::sendmsg(socket, &header, MSG_NOSIGNAL | MSG_DONTWAIT);
         if (sent >= 0)
-            return static_cast<std::size_t>(sent) == bytes.size();
-        if (errno == EINTR)
-            continue;
-        if (errno != EAGAIN || !waitFor(socket, POLLOUT, timeout))
+            return static_cast<std::size_t>(sent) == bytes.size() ? 0 : EMSGSIZE;
+        if (errno != EINTR)
+            return errno;
+    }
+}
+
+bool sendPacket(int socket, std::string_view bytes, std::span<const int> descriptors,
+                std::chrono::milliseconds timeout) {
+    for (;;) {
+        const int error = sendPacketNow(socket, bytes, descriptors);
+        if (error == 0)
+            return true;
+        if (error != EAGAIN || !waitFor(socket, POLLOUT, timeout))
             return false;
     }
 }

@@ -23,6 +23,9 @@ enum class PacketFailure {
     closed,    // the other side is gone, or the socket is broken
 };
 
+/// Sends all or nothing, without waiting. 0, or the error: EAGAIN where there is no room.
+[[nodiscard]] int sendPacketNow(int socket, std::string_view bytes, std::span<const int> descriptors);
+
 /// Sends all or nothing; waits at most `timeout` for room. False where the other side is gone or does not
 /// read.
 [[nodiscard]] bool sendPacket(int socket, std::string_view bytes, std::span<const int> descriptors,

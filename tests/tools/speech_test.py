@@ -14,6 +14,13 @@ import wave
 VESTO, MAKE = sys.argv.pop(1), sys.argv.pop(1)
 
 
+def hosts_of(parent):
+    """The processes that host models for it; each is the child of one of its threads."""
+    threads = pathlib.Path(f"/proc/{parent}/task").glob("*/children")
+    processes = [pid for children in threads for pid in children.read_text().split()]
+    return [pid for pid in processes if pathlib.Path(f"/proc/{pid}/comm").read_text().strip() == "vesto-model"]
+
+
 class Speech(unittest.TestCase):
     def setUp(self):
         folder = tempfile.TemporaryDirectory()
@@ -61,6 +68,31 @@ class Speech(unittest.TestCase):
         self.assertIn("tronqué", done.stderr)
         self.assertEqual(self.vesto("model", "remove", "speech").returncode, 0)
         self.assertFalse(self.model.exists())
+
+    def test_one_process_hears_for_all_programs(self):
+        watch = subprocess.Popen([VESTO, "watch", "--json"], env=self.environment, stdout=subprocess.PIPE, text=True)
+        self.addCleanup(watch.stdout.close)
+        self.addCleanup(watch.wait)
+        self.addCleanup(watch.kill)
+        while json.loads(watch.stdout.readline())["event"] != "started":
+            pass
+        self.assertEqual(hosts_of(watch.pid), [])
+        self.assertFalse(json.loads(self.vesto("read", self.recording).stdout)["textFromSpeech"])
+
+        # A model that comes while it watches counts.
+        self.model.parent.mkdir(parents=True)
+        self.make(self.model, "--says", " Budget| du| camping| municipal")
+        done = self.vesto("read", "-v", self.recording)
+        self.assertEqual(json.loads(done.stdout)["lines"][-1], "Budget du camping municipal")
+        self.assertIn("Parole transcrite (fr", done.stderr)
+        host = hosts_of(watch.pid)
+        self.assertEqual(len(host), 1)
+        self.assertTrue(json.loads(self.vesto("read", self.recording).stdout)["textFromSpeech"])
+        self.assertEqual(hosts_of(watch.pid), host)
+
+        watch.terminate()
+        self.assertEqual(watch.wait(), 0)
+        self.assertTrue(json.loads(self.vesto("read", self.recording).stdout)["textFromSpeech"])
 
 
 unittest.main()
