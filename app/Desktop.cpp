@@ -51,9 +51,11 @@ struct Face {
     std::unique_ptr<DesktopApplication> application;
     std::unique_ptr<FaultWindow> fault; // or what it waits for
     bool isAskedFor = false;
+    QString token{}; // of who asked last
 
-    void show(const QString& token) {
+    void show(const QString& givenToken) {
         isAskedFor = true;
+        token = givenToken;
         if (application) {
             application->activate(token);
         } else if (fault) {
@@ -133,7 +135,7 @@ int run(const Start& start) {
     QTranslator translator;
     dress(translator);
     const auto bus = sessionBus();
-    Face face{.application = {}, .fault = {}, .isAskedFor = !start.isHidden};
+    Face face{.application = {}, .fault = {}, .isAskedFor = !start.isHidden, .token = start.activationToken};
     std::optional<SingleInstance> instance;
     if (bus) {
         instance.emplace(*bus, [&face](const QString& token) { face.show(token); });
@@ -159,7 +161,7 @@ int run(const Start& start) {
     const EndSignals signals([&face] { face.application->quit(); });
     face.application->start();
     if (face.isAskedFor)
-        face.application->activate(start.activationToken);
+        face.application->activate(face.token);
     return QApplication::exec();
 }
 

@@ -1,6 +1,7 @@
 #include "app/DesktopApplication.h"
 
 #include "app/model/LocalModel.h"
+#include "app/platform/StartupNotice.h"
 #include "app/views/Formats.h"
 #include "app/views/Words.h"
 #include "core/support/Text.h"
@@ -17,15 +18,6 @@
 #include <utility>
 
 namespace vesto {
-namespace {
-
-/// Lets the window that comes to the front next do so.
-void useToken(const QString& token) {
-    if (!token.isEmpty())
-        qputenv("XDG_ACTIVATION_TOKEN", token.toUtf8());
-}
-
-} // namespace
 
 DesktopApplication::DesktopApplication(Startup::Taken taken, const std::optional<QDBusConnection>& bus,
                                        std::function<void()> leaving)
@@ -38,8 +30,10 @@ DesktopApplication::DesktopApplication(Startup::Taken taken, const std::optional
                                           .show = [this](const QString& token) { activate(token); },
                                           .edit =
                                               [this](std::string_view proposalID, const QString& token) {
-                                                  useToken(token);
+                                                  StartupNotice::take(token);
                                                   showPanelEditing(proposalID);
+                                                  if (m_panel)
+                                                      StartupNotice::answer(*m_panel, token);
                                               }})
                           : nullptr)
     , m_model(dependencies())
@@ -110,11 +104,16 @@ void DesktopApplication::serveControl() {
 void DesktopApplication::activate(const QString& token) {
     if (m_isQuitting)
         return;
-    useToken(token);
-    if (isOnboarded())
+    StartupNotice::take(token);
+    QWidget* window = nullptr;
+    if (isOnboarded()) {
         showPanel();
-    else
+        window = m_panel.get();
+    } else {
         showWelcome();
+        window = m_welcome.get();
+    }
+    StartupNotice::answer(*window, token);
 }
 
 // ---- Windows ----
@@ -261,20 +260,24 @@ void DesktopApplication::chooseFolder(QWidget* over, const std::filesystem::path
         .accept = french("Surveiller")};
     m_chooser.choose(over, words, start,
                      [this, added = std::move(added)](const std::filesystem::path& folder) {
-                         m_model.addFolder(folder, [this, added](const std::optional<WatchedFolder>& watched,
-                                                                 const std::vector<FolderNote>& notes) {
-                             if (!watched)
-                                 return; // why is the model's last error
-                             const auto warning = std::ranges::find_if(notes, [](const FolderNote& note) {
-                                 return note.kind == FolderNote::Kind::readOnly ||
-                                        note.kind == FolderNote::Kind::noSafeRename;
-                             });
-                             if (warning != notes.end())
-                                 m_model.showError(warning->message);
-                             if (added)
-                                 added(watched->id);
-                         });
+                         watchFolder(folder, added);
                      });
+}
+
+void DesktopApplication::watchFolder(const std::filesystem::path& folder,
+                                     std::function<void(const std::string& folderID)> added) {
+    m_model.addFolder(folder, [this, added = std::move(added)](const std::optional<WatchedFolder>& watched,
+                                                               const std::vector<FolderNote>& notes) {
+        if (!watched)
+            return; // why is the model's last error
+        const auto warning = std::ranges::find_if(notes, [](const FolderNote& note) {
+            return note.kind == FolderNote::Kind::readOnly || note.kind == FolderNote::Kind::noSafeRename;
+        });
+        if (warning != notes.end())
+            m_model.showError(warning->message);
+        if (added)
+            added(watched->id);
+    });
 }
 
 void DesktopApplication::reveal(const std::filesystem::path& file) {

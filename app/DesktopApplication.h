@@ -54,6 +54,8 @@ public:
     void showBatch() override;
     void chooseFolder(QWidget* over, const std::filesystem::path& start,
                       std::function<void(const std::string& folderID)> added) override;
+    void watchFolder(const std::filesystem::path& folder,
+                     std::function<void(const std::string& folderID)> added) override;
     void reveal(const std::filesystem::path& file) override;
     /// Finishes the file at hand first; a second time without waiting for it.
     void quit() override;

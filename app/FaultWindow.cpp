@@ -2,6 +2,7 @@
 
 #include "app/views/Icons.h"
 #include "app/views/Words.h"
+#include "app/views/WrappingLabel.h"
 
 #include <QCoreApplication>
 #include <QHBoxLayout>
@@ -27,12 +28,13 @@ FaultWindow::FaultWindow(const QString& heading, const std::string& words, std::
     bold.setWeight(QFont::DemiBold);
     title->setFont(bold);
     // With paths that somebody may want to copy.
-    auto* why = new QLabel(shown(words));
+    auto* why = new QLabel;
     why->setTextFormat(Qt::PlainText);
+    why->setText(wrapped(shown(words), why->font(), textWidth));
     why->setWordWrap(true);
     why->setMinimumWidth(textWidth);
     why->setTextInteractionFlags(Qt::TextSelectableByMouse | Qt::TextSelectableByKeyboard);
-    why->setAccessibleName(why->text());
+    why->setAccessibleName(shown(words));
     auto* quit = new QPushButton(french("Quitter Vesto"));
     quit->setDefault(true);
     connect(quit, &QPushButton::clicked, this, [this] { close(); });

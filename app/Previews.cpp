@@ -13,8 +13,9 @@ namespace vesto {
 /// What runs on the worker's thread. Thread-safe.
 class Previews::Maker {
 public:
-    explicit Maker(std::shared_ptr<Mailbox> mailbox)
-        : m_mailbox(std::move(mailbox)) {}
+    Maker(std::shared_ptr<Mailbox> mailbox, RemoteReader::Settings settings)
+        : m_mailbox(std::move(mailbox))
+        , m_reader(std::make_shared<RemoteReader>(std::move(settings))) {}
 
     void want(const std::filesystem::path& file, Done done) {
         const std::scoped_lock lock(m_mutex);
@@ -57,16 +58,16 @@ private:
     }
 
     const std::shared_ptr<Mailbox> m_mailbox;
-    const std::shared_ptr<RemoteReader> m_reader = std::make_shared<RemoteReader>();
+    const std::shared_ptr<RemoteReader> m_reader;
     const Summarizer m_summarizer{{}, m_reader};
     std::stop_source m_stop;
     std::mutex m_mutex; // for m_wanted
     std::vector<Wanted> m_wanted;
 };
 
-Previews::Previews()
+Previews::Previews(RemoteReader::Settings settings)
     : m_mailbox(std::make_shared<Mailbox>(*this))
-    , m_maker(std::make_shared<Maker>(m_mailbox)) {}
+    , m_maker(std::make_shared<Maker>(m_mailbox, std::move(settings))) {}
 
 Previews::~Previews() {
     m_mailbox->close();

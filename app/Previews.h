@@ -21,7 +21,7 @@ public:
     using Done = std::function<void(const std::optional<Preview>&)>;
     using Jail = std::expected<ipc::Jail, ReaderStartFailure>;
 
-    Previews();
+    explicit Previews(RemoteReader::Settings settings = {});
     /// Gives up what is being made; no `done` is called any more.
     ~Previews() override;
 

@@ -1,6 +1,7 @@
 #include "app/model/EvidenceSheet.h"
 
 #include "core/naming/TitleEvidence.h"
+#include "core/support/Printable.h"
 #include "core/support/Text.h"
 #include "core/support/Unicode.h"
 
@@ -16,9 +17,6 @@ using Line = EvidenceLine;
 using Match = TitleEvidence::Match;
 using Mark = EvidenceLine::Mark;
 using Tone = EvidenceLine::Tone;
-
-constexpr std::string_view isolateBegin = "\u2068";
-constexpr std::string_view isolateEnd = "\u2069";
 
 /// What stands in a file, made fit to be shown.
 std::string shown(std::string_view foreign) {

@@ -33,6 +33,12 @@ QString shown(std::string_view utf8) {
     return QString::fromStdString(printable(utf8));
 }
 
+/// A name that stands alone: its date left and its extension right, whatever the title between them.
+QString shownAlone(std::string_view name) {
+    const QString plain = shown(name);
+    return plain.isRightToLeft() ? QChar(0x200E) + plain : plain;
+}
+
 QString words(std::string_view key) {
     return QString::fromUtf8(text(key));
 }
@@ -49,8 +55,15 @@ struct Content {
     QVariantMap hints{{"urgency", QVariant::fromValue(uchar{1})}, {"desktop-entry", QString(applicationID)}};
 };
 
+/// A sentence, or a name alone.
+QString bodyOf(const Notification& notification) {
+    return notification.category == "renamed"
+               ? shownAlone(notification.subtitle)
+               : QString::fromStdString(withIsolatedQuotations(printable(notification.subtitle)));
+}
+
 Content contentOf(const Notification& notification, bool asksInline) {
-    Content content{.summary = shown(notification.title), .body = shown(notification.subtitle)};
+    Content content{.summary = shownAlone(notification.title), .body = bodyOf(notification)};
     for (const NotificationAction& action : notificationActions(notification.category)) {
         const bool isInline = action.takesText && asksInline;
         content.actions << (isInline ? QString("inline-reply") : words(action.identifier))
@@ -78,7 +91,7 @@ Content contentOf(const NotificationBurst& burst, bool isOfProposals) {
             names << QString::fromUtf8("…");
             break;
         }
-        names << shown(displayNameOf(folder));
+        names << QString::fromStdString(isolated(printable(displayNameOf(folder))));
     }
     content.body = names.join(", ");
     return content;

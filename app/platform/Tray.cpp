@@ -1,5 +1,7 @@
 #include "app/platform/Tray.h"
 
+#include "app/platform/X11.h"
+
 #include <xcb/xcb.h>
 
 #include <QDBusMessage>
@@ -17,18 +19,6 @@ constexpr const char* watcherService = "org.kde.StatusNotifierWatcher";
 constexpr const char* watcherPath = "/StatusNotifierWatcher";
 
 template <typename T> using Reply = std::unique_ptr<T, decltype(&std::free)>;
-
-xcb_connection_t* x11() {
-    auto* application = qGuiApp->nativeInterface<QNativeInterface::QX11Application>();
-    return application == nullptr ? nullptr : application->connection();
-}
-
-xcb_atom_t atom(xcb_connection_t* connection, std::string_view name) {
-    const auto cookie = xcb_intern_atom(connection, 0, static_cast<std::uint16_t>(name.size()), name.data());
-    const Reply<xcb_intern_atom_reply_t> reply(xcb_intern_atom_reply(connection, cookie, nullptr),
-                                               &std::free);
-    return reply ? reply->atom : xcb_atom_t{XCB_ATOM_NONE};
-}
 
 bool hasOwner(xcb_connection_t* connection, xcb_atom_t selection) {
     const auto cookie = xcb_get_selection_owner(connection, selection);
@@ -93,13 +83,13 @@ void Tray::lookForHost() {
 }
 
 void Tray::lookForSelection() {
-    xcb_connection_t* connection = x11();
+    xcb_connection_t* connection = x11::connection();
     if (m_icon || connection == nullptr)
         return;
-    if (hasOwner(connection, atom(connection, "_NET_SYSTEM_TRAY_S0"))) {
+    if (hasOwner(connection, x11::atom(connection, "_NET_SYSTEM_TRAY_S0"))) {
         appear(Way::x11);
     } else if (m_managerAtom == 0) {
-        m_managerAtom = atom(connection, "MANAGER");
+        m_managerAtom = x11::atom(connection, "MANAGER");
         QCoreApplication::instance()->installNativeEventFilter(this);
     }
 }

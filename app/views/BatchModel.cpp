@@ -24,7 +24,7 @@ QString stateText(const Batch::Item& item) {
     if (std::holds_alternative<Batch::Renamed>(item.state))
         return french("renommé");
     if (const auto* failed = std::get_if<Batch::Failed>(&item.state))
-        return shown(failed->message);
+        return shownSentence(failed->message);
     return item.selected ? french("coché") : french("non coché");
 }
 
@@ -129,7 +129,8 @@ QVariant BatchModel::text(const Batch::Item& item, int column) const {
     case titleColumn:
         return renamed != nullptr ? shownName(renamed->newName) : shownName(item.title);
     case currentColumn:
-        return failed != nullptr ? shown(failed->message) : shownName(lastComponentOf(item.proposal.url));
+        return failed != nullptr ? shownSentence(failed->message)
+                                 : shownName(lastComponentOf(item.proposal.url));
     case confidenceColumn:
         return isEdited(item) ? french("Modifié") : percentage(item.proposal.confidence);
     default:
@@ -192,7 +193,7 @@ QVariant BatchModel::data(const QModelIndex& index, int role) const {
     case SourceRole:
         return static_cast<int>(found->proposal.source);
     case ErrorRole:
-        return failed != nullptr ? shown(failed->message) : QString();
+        return failed != nullptr ? shownSentence(failed->message) : QString();
     default:
         return {};
     }

@@ -16,6 +16,7 @@
 #include "app/views/SkippedSummary.h"
 #include "app/views/Tones.h"
 #include "app/views/Words.h"
+#include "app/views/WrappingLabel.h"
 
 #include <QEvent>
 #include <QHBoxLayout>
@@ -50,7 +51,7 @@ BatchWindow::BatchWindow(AppModel& model, const Settings& settings, Shell& shell
     , m_memory(std::move(memory))
     , m_items(new BatchModel(model, settings, this))
     , m_heading(new QWidget(this))
-    , m_title(new QLabel(m_heading))
+    , m_title(new WrappingLabel(m_heading))
     , m_progressText(new NoteLabel({}, m_heading, NoteLabel::Tone::secondary, 1))
     , m_progress(new QProgressBar(m_heading))
     , m_count(new NoteLabel({}, m_heading, NoteLabel::Tone::secondary, 1))
@@ -61,7 +62,7 @@ BatchWindow::BatchWindow(AppModel& model, const Settings& settings, Shell& shell
     , m_nothing(new EmptyNote)
     , m_noBatch(new EmptyNote)
     , m_header(new CheckHeader(m_list))
-    , m_delegate(new BatchDelegate(*m_list))
+    , m_delegate(new BatchDelegate(*m_list, *m_header))
     , m_skipped(new SkippedSummary)
     , m_preview(new BatchPreview(model, settings, shell))
     , m_undo(new QPushButton(french("Annuler ce lot"), this))
@@ -94,9 +95,7 @@ BatchWindow::~BatchWindow() {
 }
 
 void BatchWindow::makeHeading(QBoxLayout& column) {
-    m_title->setTextFormat(Qt::PlainText);
     m_title->setFont(headingFont(font()));
-    m_title->setWordWrap(true);
     m_progress->setFixedSize(200, 16);
     m_progress->setTextVisible(false);
     for (QLabel* label : {m_progressText, m_count})
@@ -114,13 +113,17 @@ void BatchWindow::makeHeading(QBoxLayout& column) {
 void BatchWindow::makeList() {
     m_list->setModel(m_items);
     m_list->setHeader(m_header);
+    m_list->setRootIsDecorated(false);
+    m_list->setItemsExpandable(false);
+    m_list->setUniformRowHeights(true);
+    m_list->setAllColumnsShowFocus(false); // the row's ring is painted by the delegate
     m_list->setAccessibleName(french("Propositions"));
     m_list->setSelectionMode(QAbstractItemView::ExtendedSelection);
     m_list->setEditTriggers(QAbstractItemView::DoubleClicked);
     m_list->setSortingEnabled(true);
     m_header->setSortIndicator(-1, Qt::AscendingOrder);
     m_columns = new ColumnFit(
-        *m_list,
+        *m_list, *m_header,
         {{.section = Column::checkColumn,
           .width = [this] { return std::max(36, style()->pixelMetric(QStyle::PM_IndicatorWidth) + 20); }},
          {.section = Column::titleColumn, .share = 1.5},

@@ -1,9 +1,9 @@
 #include "app/views/ColumnFit.h"
 
+#include <QAbstractItemView>
 #include <QEvent>
 #include <QHeaderView>
 #include <QList>
-#include <QTreeView>
 #include <algorithm>
 #include <cmath>
 #include <utility>
@@ -21,11 +21,11 @@ int ownWidth(const ColumnFit::Column& column) {
 
 } // namespace
 
-ColumnFit::ColumnFit(QTreeView& table, std::vector<Column> columns)
+ColumnFit::ColumnFit(QAbstractItemView& table, QHeaderView& header, std::vector<Column> columns)
     : QObject(&table)
     , m_table(table)
     , m_viewport(table.viewport())
-    , m_header(*table.header())
+    , m_header(header)
     , m_columns(std::move(columns)) {
     m_header.setStretchLastSection(false);
     m_header.setMinimumSectionSize(leastWidth / 2);

@@ -5,14 +5,14 @@
 #include <functional>
 #include <vector>
 
+class QAbstractItemView;
 class QHeaderView;
-class QTreeView;
 
 namespace vesto {
 
 /// Keeps the columns of a table together as wide as the table: some have a width of their own, the others
-/// share what is left. A column that the user drags takes from those. The table, which has its model and its
-/// header, owns it.
+/// share what is left. A column that the user drags takes from those. The table, which has its model,
+/// owns it; `header` is the table's.
 class ColumnFit final : public QObject {
     Q_OBJECT
 public:
@@ -24,7 +24,7 @@ public:
         int chosen = 0;               // by the user, in place of `width`
     };
 
-    ColumnFit(QTreeView& table, std::vector<Column> columns);
+    ColumnFit(QAbstractItemView& table, QHeaderView& header, std::vector<Column> columns);
 
     /// As the user left it, for another time.
     [[nodiscard]] QByteArray state() const;
@@ -39,7 +39,7 @@ private:
     void follow(int section, int width);
     [[nodiscard]] bool isThere(const Column& column) const;
 
-    QTreeView& m_table;
+    QAbstractItemView& m_table;
     const QObject* m_viewport; // the table's
     QHeaderView& m_header;
     std::vector<Column> m_columns;

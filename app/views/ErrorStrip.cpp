@@ -5,6 +5,7 @@
 #include "app/views/Names.h"
 #include "app/views/Tones.h"
 #include "app/views/Words.h"
+#include "app/views/WrappingLabel.h"
 
 #include <QAccessible>
 #include <QAction>
@@ -14,7 +15,6 @@
 #include <QHBoxLayout>
 #include <QKeyEvent>
 #include <QLabel>
-#include <QTextLayout>
 #include <QToolButton>
 #include <algorithm>
 
@@ -23,27 +23,6 @@ namespace {
 
 constexpr int iconSide = 16;
 constexpr int mostLines = 3;
-
-/// The text cut so that it takes three lines at most.
-QString fitted(const QString& text, const QFont& font, int width) {
-    QTextLayout layout(text, font);
-    layout.beginLayout();
-    qsizetype lastStart = 0;
-    for (int line = 0;; ++line) {
-        QTextLine next = layout.createLine();
-        if (!next.isValid()) {
-            layout.endLayout();
-            return text;
-        }
-        if (line == mostLines)
-            break;
-        next.setLineWidth(width);
-        lastStart = next.textStart();
-    }
-    layout.endLayout();
-    return text.first(lastStart) +
-           QFontMetrics(font).elidedText(text.sliced(lastStart), Qt::ElideRight, width);
-}
 
 } // namespace
 
@@ -94,9 +73,8 @@ void ErrorStrip::showError() {
 }
 
 void ErrorStrip::layOutText() {
-    const QString text = fitted(m_message, m_text->font(), std::max(m_text->width(), 40));
-    m_text->setText(text);
-    m_text->setToolTip(tip(m_message)); // a long path may not fit where nothing is cut
+    m_text->setText(wrapped(m_message, m_text->font(), std::max(m_text->width(), 40), mostLines));
+    m_text->setToolTip(tip(m_message));
 }
 
 /// The whole message, also where only a part of it fits: it may hold a path that is shown for this.
@@ -105,6 +83,8 @@ void ErrorStrip::copy() const {
 }
 
 bool ErrorStrip::eventFilter(QObject* watched, QEvent* event) {
+    if (event->type() == QEvent::Resize)
+        layOutText();
     if (event->type() != QEvent::KeyPress || !static_cast<QKeyEvent*>(event)->matches(QKeySequence::Copy))
         return QFrame::eventFilter(watched, event);
     copy();
@@ -132,11 +112,6 @@ void ErrorStrip::changeEvent(QEvent* event) {
     if (event->type() == QEvent::FontChange)
         layOutText();
     QFrame::changeEvent(event);
-}
-
-void ErrorStrip::resizeEvent(QResizeEvent* event) {
-    QFrame::resizeEvent(event);
-    layOutText();
 }
 
 } // namespace vesto

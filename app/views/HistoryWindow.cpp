@@ -8,6 +8,7 @@
 #include "app/views/Formats.h"
 #include "app/views/HistoryDelegate.h"
 #include "app/views/Icons.h"
+#include "app/views/LongTable.h"
 #include "app/views/Names.h"
 #include "app/views/NoteLabel.h"
 #include "app/views/RecordModel.h"
@@ -17,6 +18,7 @@
 #include "app/views/Tones.h"
 #include "app/views/WindowKeys.h"
 #include "app/views/Words.h"
+#include "app/views/WrappingLabel.h"
 
 #include <QAction>
 #include <QApplication>
@@ -31,7 +33,6 @@
 #include <QScrollBar>
 #include <QStackedWidget>
 #include <QToolButton>
-#include <QTreeView>
 #include <algorithm>
 #include <chrono>
 #include <expected>
@@ -64,11 +65,11 @@ HistoryWindow::HistoryWindow(AppModel& model, Shell& shell, WindowMemory memory,
     , m_field(new QLineEdit(this))
     , m_count(new NoteLabel({}, this))
     , m_pages(new QStackedWidget(this))
-    , m_table(new QTreeView)
+    , m_table(new LongTable)
     , m_empty(new EmptyNote)
     , m_detail(new QWidget(this))
     , m_detailRow(new QBoxLayout(QBoxLayout::LeftToRight, m_detail))
-    , m_name(new QLabel(m_detail))
+    , m_name(new WrappingLabel(m_detail))
     , m_facts(new NoteLabel({}, m_detail))
     , m_undo(new QPushButton(french("Annuler le renommage"), m_detail))
     , m_reveal(new QPushButton(french("Afficher dans le Finder"), m_detail)) {
@@ -132,9 +133,10 @@ void HistoryWindow::makeBar(QBoxLayout& column) {
 }
 
 void HistoryWindow::makeTable() {
-    auto* delegate = new HistoryDelegate(*m_table);
     auto* header = new TableHeader(m_table);
-    m_table->setHeader(header);
+    m_table->setHorizontalHeader(header);
+    auto* delegate = new HistoryDelegate(*m_table, *header);
+    m_table->fitRows();
     m_table->setModel(m_records);
     m_table->setAccessibleName(french("Historique"));
     m_table->setSelectionMode(QAbstractItemView::SingleSelection);
@@ -142,16 +144,17 @@ void HistoryWindow::makeTable() {
     const auto widthOf = [this](const QString& words, int least) {
         return std::max(least, m_table->fontMetrics().horizontalAdvance(words) + (2 * TableHeader::margin));
     };
-    m_columns = new ColumnFit(
-        *m_table, {{.section = Column::dateColumn,
-                    .width = [widthOf] { return widthOf(QStringLiteral("28 sept. 20:58"), 108); }},
-                   {.section = Column::newNameColumn, .share = 1.4},
-                   {.section = Column::oldNameColumn, .share = 1},
-                   {.section = Column::confidenceColumn,
-                    .width = [widthOf] { return widthOf(french("Confiance"), 84); },
-                    .leastTable = narrow - (2 * margin)},
-                   {.section = Column::statusColumn,
-                    .width = [this] { return HistoryDelegate::stateWidth(m_table->fontMetrics()); }}});
+    m_columns =
+        new ColumnFit(*m_table, *header,
+                      {{.section = Column::dateColumn,
+                        .width = [widthOf] { return widthOf(QStringLiteral("28 sept. 20:58"), 108); }},
+                       {.section = Column::newNameColumn, .share = 1.4},
+                       {.section = Column::oldNameColumn, .share = 1},
+                       {.section = Column::confidenceColumn,
+                        .width = [widthOf] { return widthOf(french("Confiance"), 84); },
+                        .leastTable = narrow - (2 * margin)},
+                       {.section = Column::statusColumn,
+                        .width = [this] { return HistoryDelegate::stateWidth(m_table->fontMetrics()); }}});
     m_columns->restore(m_memory.value(columnsKey));
 
     auto* ground = new QFrame;
@@ -185,8 +188,6 @@ void HistoryWindow::makeTable() {
 }
 
 void HistoryWindow::makeDetail(QBoxLayout& column) {
-    m_name->setTextFormat(Qt::PlainText);
-    m_name->setWordWrap(true);
     m_name->setFont(nameFont(font()));
     m_facts->setTextInteractionFlags(Qt::NoTextInteraction);
     auto* texts = new QVBoxLayout;

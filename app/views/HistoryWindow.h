@@ -13,13 +13,13 @@ class QLabel;
 class QLineEdit;
 class QPushButton;
 class QStackedWidget;
-class QTreeView;
 
 namespace vesto {
 
 class AppModel;
 class ColumnFit;
 class EmptyNote;
+class LongTable;
 class RecordModel;
 class Shell;
 struct RenameRecord;
@@ -68,7 +68,7 @@ private:
     QLineEdit* m_field;
     QLabel* m_count;
     QStackedWidget* m_pages;
-    QTreeView* m_table;
+    LongTable* m_table;
     ColumnFit* m_columns = nullptr; // owned by the table
     EmptyNote* m_empty;
     QWidget* m_detail;

@@ -1,6 +1,7 @@
 #include "app/views/Names.h"
 
 #include "app/views/Words.h"
+#include "core/support/Printable.h"
 #include "core/support/Unicode.h"
 
 #include <QTextBoundaryFinder>
@@ -28,22 +29,27 @@ qsizetype startOfLast(const QString& text, qsizetype end, int count) {
     return position;
 }
 
-} // namespace
-
-QString shownName(std::string_view name) {
+/// Without control and format characters.
+std::string cleaned(std::string_view text) {
     std::string kept;
-    kept.reserve(name.size());
-    for (std::size_t at = 0; at < name.size();) {
-        const unicode::Scalar scalar = unicode::scalarAt(name, at);
+    kept.reserve(text.size());
+    for (std::size_t at = 0; at < text.size();) {
+        const unicode::Scalar scalar = unicode::scalarAt(text, at);
         if (!unicode::isControl(scalar.value) && !unicode::isNewline(scalar.value))
             unicode::append(kept, scalar.value);
         at += scalar.size;
     }
-    return QString::fromStdString(kept);
+    return kept;
+}
+
+} // namespace
+
+QString shownName(std::string_view name) {
+    return QString::fromStdString(cleaned(name));
 }
 
 QString isolated(const QString& shownName) {
-    return QChar(0x2068) + shownName + QChar(0x2069);
+    return shown(isolateBegin) + shownName + shown(isolateEnd);
 }
 
 QString leftToRight(const QString& shownName) {
@@ -55,9 +61,7 @@ QString quoted(const QString& shownName) {
 }
 
 QString shownSentence(std::string_view sentence) {
-    return shownName(sentence)
-        .replace(QChar(0x00AB), QString(QChar(0x00AB)) + QChar(0x2068))
-        .replace(QChar(0x00BB), QString(QChar(0x2069)) + QChar(0x00BB));
+    return QString::fromStdString(withIsolatedQuotations(cleaned(sentence)));
 }
 
 QString tip(const QString& text) {

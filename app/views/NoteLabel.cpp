@@ -8,12 +8,10 @@
 namespace vesto {
 
 NoteLabel::NoteLabel(const QString& text, QWidget* parent, Tone tone, double scale)
-    : QLabel(parent)
+    : WrappingLabel(parent)
     , m_tone(tone)
     , m_scale(scale) {
-    setTextFormat(Qt::PlainText);
     setText(text);
-    setWordWrap(true);
     colour();
 }
 
@@ -40,7 +38,7 @@ void NoteLabel::colour() {
 }
 
 void NoteLabel::changeEvent(QEvent* event) {
-    QLabel::changeEvent(event);
+    WrappingLabel::changeEvent(event);
     // The application's font: its own is set, so that no change of that reaches it.
     if (event->type() == QEvent::PaletteChange || event->type() == QEvent::FontChange ||
         event->type() == QEvent::ApplicationFontChange)

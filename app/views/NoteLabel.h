@@ -1,12 +1,12 @@
 #pragma once
-#include <QLabel>
+#include "app/views/WrappingLabel.h"
+
 #include <QString>
 
 namespace vesto {
 
-/// A text that steps back, or says that something is not as it should be. Plain text, wraps, follows palette
-/// and font.
-class NoteLabel final : public QLabel {
+/// A text that steps back, or says that something is not as it should be. Follows palette and font.
+class NoteLabel final : public WrappingLabel {
 public:
     enum class Tone { secondary, plain, caution, failure };
 

@@ -79,6 +79,10 @@ bool PreviewView::isSettled() const {
     return m_subject && m_images.contains(shown(m_subject->id));
 }
 
+bool PreviewView::hasPicture() const {
+    return isSettled() && !m_images.object(shown(m_subject->id))->isNull();
+}
+
 void PreviewView::askNext() {
     if (m_isAsking)
         return;

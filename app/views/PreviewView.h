@@ -39,6 +39,7 @@ public:
 
     /// Whether the answer for what is shown is there.
     [[nodiscard]] bool isSettled() const;
+    [[nodiscard]] bool hasPicture() const;
 
 protected:
     void paintEvent(QPaintEvent* event) override;

@@ -10,6 +10,7 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <iterator>
 #include <tuple>
 #include <utility>
 
@@ -31,7 +32,7 @@ QString plainStatus(const RenameRecord& record) {
     case Status::undone:
         return french("Annulé");
     case Status::failed:
-        return shown(record.errorMessage.value_or(std::string()));
+        return shownSentence(record.errorMessage.value_or(std::string()));
     }
     return {};
 }
@@ -97,7 +98,9 @@ void RecordModel::reload() {
     const std::size_t wanted = std::min(page, m_mostRows);
     auto records = read(wanted, std::nullopt);
     m_isComplete = records && records->size() < wanted;
-    m_rows = std::move(records).value_or(std::vector<RenameRecord>());
+    m_rows.clear();
+    if (records)
+        m_rows.assign(std::make_move_iterator(records->begin()), std::make_move_iterator(records->end()));
     endResetModel();
     countAgain();
 }
@@ -316,7 +319,7 @@ QVariant RecordModel::data(const QModelIndex& index, int role) const {
     case AutomaticRole:
         return record->automatic;
     case ErrorRole:
-        return shown(record->errorMessage.value_or(std::string()));
+        return shownSentence(record->errorMessage.value_or(std::string()));
     case FolderPathRole:
         return shownName(record->folderPath);
     case FilePathRole:

@@ -7,6 +7,7 @@
 #include <QAbstractTableModel>
 #include <QTimer>
 #include <cstddef>
+#include <deque>
 #include <limits>
 #include <optional>
 #include <span>
@@ -86,9 +87,9 @@ private:
     std::size_t m_mostRows;
     QString m_search;
     QString m_error;
-    std::vector<RenameRecord> m_rows;
-    bool m_isComplete = false; // no row behind the last
-    bool m_isStuck = false;    // what is behind could not be read; until the next change
+    std::deque<RenameRecord> m_rows; // which moves none of them when it grows
+    bool m_isComplete = false;       // no row behind the last
+    bool m_isStuck = false;          // what is behind could not be read; until the next change
     bool m_isCounted = true;
     bool m_isFetching = false;
     Store::Tally m_tally;

@@ -30,6 +30,9 @@ public:
     /// a folder that is watched from then on.
     virtual void chooseFolder(QWidget* over, const std::filesystem::path& start,
                               std::function<void(const std::string& folderID)> added) = 0;
+    /// Watches this folder, for `added` as above.
+    virtual void watchFolder(const std::filesystem::path& folder,
+                             std::function<void(const std::string& folderID)> added) = 0;
     /// Shows a file in the desktop's own file manager; where there is none, its path.
     virtual void reveal(const std::filesystem::path& file) = 0;
     virtual void quit() = 0;

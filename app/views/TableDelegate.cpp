@@ -3,9 +3,9 @@
 #include "app/views/TableHeader.h"
 #include "app/views/Tones.h"
 
+#include <QAbstractItemView>
 #include <QHeaderView>
 #include <QPainter>
-#include <QTreeView>
 #include <algorithm>
 
 namespace vesto {
@@ -19,13 +19,10 @@ constexpr int ring = 2;
 
 } // namespace
 
-TableDelegate::TableDelegate(QTreeView& view)
-    : PaintedRows(view) {
+TableDelegate::TableDelegate(QAbstractItemView& view, const QHeaderView& header)
+    : PaintedRows(view)
+    , m_header(header) {
     view.setItemDelegate(this);
-    view.setRootIsDecorated(false);
-    view.setItemsExpandable(false);
-    view.setUniformRowHeights(true);
-    view.setAllColumnsShowFocus(false); // the row's ring is painted here
     view.setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
     view.setVerticalScrollMode(QAbstractItemView::ScrollPerPixel);
     view.setTextElideMode(Qt::ElideMiddle);
@@ -43,8 +40,7 @@ bool TableDelegate::isRowLively(const QModelIndex& index) const {
 void TableDelegate::paintCellGround(QPainter& painter, const QStyleOptionViewItem& option,
                                     const QModelIndex& index) const {
     const Tones tones(option.palette);
-    const auto& table = static_cast<const QTreeView&>(view());
-    const bool isFirst = table.header()->visualIndex(index.column()) == 0;
+    const bool isFirst = m_header.visualIndex(index.column()) == 0;
     const bool isSelected = option.state.testFlag(QStyle::State_Selected);
     const bool isHovered = hoveredRow().isValid() && hoveredRow().row() == index.row();
     if (isSelected)
@@ -53,13 +49,13 @@ void TableDelegate::paintCellGround(QPainter& painter, const QStyleOptionViewIte
         painter.fillRect(option.rect, tones.hoveredRow());
     else if (index.row() % 2 == 1)
         painter.fillRect(option.rect, option.palette.color(QPalette::Active, QPalette::AlternateBase));
-    const bool isFocused = table.hasFocus() && table.currentIndex().row() == index.row();
+    const bool isFocused = view().hasFocus() && view().currentIndex().row() == index.row();
     if (isFocused) {
         const QRect& place = option.rect;
         const QColor colour = tones.focus();
         painter.fillRect(QRect(place.left(), place.top(), place.width(), ring), colour);
         painter.fillRect(QRect(place.left(), place.bottom() + 1 - ring, place.width(), ring), colour);
-        const int last = table.header()->logicalIndexAt(table.viewport()->width() - 1);
+        const int last = m_header.logicalIndexAt(view().viewport()->width() - 1);
         if (index.column() == last)
             painter.fillRect(QRect(place.right() + 1 - ring, place.top(), ring, place.height()), colour);
     }

@@ -1,14 +1,16 @@
 #pragma once
 #include "app/views/PaintedRows.h"
 
-class QTreeView;
+class QAbstractItemView;
+class QHeaderView;
 
 namespace vesto {
 
 /// Base of the tables' delegates: rows of one height that are marked as a whole, cells of one line.
 class TableDelegate : public PaintedRows {
 public:
-    explicit TableDelegate(QTreeView& view);
+    /// `header` is the view's.
+    TableDelegate(QAbstractItemView& view, const QHeaderView& header);
 
     [[nodiscard]] QSize sizeHint(const QStyleOptionViewItem& option, const QModelIndex& index) const override;
 
@@ -27,6 +29,9 @@ protected:
     static QRect paintSymbol(QPainter& painter, const QRect& place, Symbol symbol, const QColor& colour);
     /// What `paintSymbol` takes.
     static constexpr int symbolWidth = 22;
+
+private:
+    const QHeaderView& m_header;
 };
 
 } // namespace vesto

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <initializer_list>
 
 namespace vesto {
 namespace {
@@ -21,11 +22,19 @@ constexpr double readableEdge = 3.0; // contrast of what is no text
 constexpr double readableText = 4.5;
 constexpr double edgeShare = 0.55;
 
-/// Text paled towards its ground by `share` or as far as it still has that contrast with `worst`.
-QColor paled(const QColor& text, const QColor& ground, const QColor& worst, double share = secondaryShare,
+constexpr double shareStep = 0.02;
+
+using Grounds = std::initializer_list<QColor>;
+
+bool isReadable(const QColor& ink, const Grounds& grounds, double least = readableText) {
+    return std::ranges::all_of(grounds, [&](const QColor& ground) { return contrast(ink, ground) >= least; });
+}
+
+/// Text paled towards its ground by `share` or as far as it still has that contrast with all of `grounds`.
+QColor paled(const QColor& text, const QColor& ground, const Grounds& grounds, double share = secondaryShare,
              double least = readableText) {
-    while (share > 0 && contrast(mixed(text, ground, share), worst) < least)
-        share -= 0.02;
+    while (share > 0 && !isReadable(mixed(text, ground, share), grounds, least))
+        share -= shareStep;
     return mixed(text, ground, std::max(share, 0.0));
 }
 
@@ -56,11 +65,18 @@ QColor Tones::text() const {
 }
 
 QColor Tones::secondary() const {
-    return paled(role(QPalette::Text), role(QPalette::Base), selectedRow());
+    return paled(role(QPalette::Text), role(QPalette::Base), {selectedRow()});
 }
 
 QColor Tones::secondaryOnWindow() const {
-    return paled(role(QPalette::WindowText), role(QPalette::Window), role(QPalette::Window));
+    return paled(role(QPalette::WindowText), role(QPalette::Window), {role(QPalette::Window), tabPage()});
+}
+
+QColor Tones::tabPage() const {
+    QColor colour = role(QPalette::Button);
+    colour = colour.lighter(100 + std::max(1, (180 - qGray(colour.rgb())) / 6));
+    colour.setHsv(colour.hue(), colour.saturation() * 3 / 4, colour.value());
+    return colour.lighter(104).toRgb();
 }
 
 QColor Tones::selectedRow() const {
@@ -84,7 +100,7 @@ QColor Tones::separatorOnWindow() const {
 }
 
 QColor Tones::edge() const {
-    return paled(role(QPalette::Text), role(QPalette::Base), selectedRow(), edgeShare, readableEdge);
+    return paled(role(QPalette::Text), role(QPalette::Base), {selectedRow()}, edgeShare, readableEdge);
 }
 
 QColor Tones::noticeGround() const {
@@ -108,16 +124,24 @@ QColor Tones::focus() const {
     return colour;
 }
 
+QColor Tones::onEveryGround(const QColor& colour) const {
+    const Grounds grounds{role(QPalette::Base), role(QPalette::Window), selectedRow(), tabPage()};
+    QColor ink = colour;
+    for (double share = shareStep; share < 1 && !isReadable(ink, grounds); share += shareStep)
+        ink = mixed(colour, role(QPalette::Text), share);
+    return ink;
+}
+
 QColor Tones::success() const {
-    return isDark() ? QColor(0x74, 0xd1, 0x9b) : QColor(0x1a, 0x6b, 0x3a);
+    return onEveryGround(isDark() ? QColor(0x74, 0xd1, 0x9b) : QColor(0x1a, 0x6b, 0x3a));
 }
 
 QColor Tones::caution() const {
-    return isDark() ? QColor(0xe8, 0xb6, 0x5c) : QColor(0x85, 0x54, 0x00);
+    return onEveryGround(isDark() ? QColor(0xe8, 0xb6, 0x5c) : QColor(0x85, 0x54, 0x00));
 }
 
 QColor Tones::failure() const {
-    return isDark() ? QColor(0xf2, 0x9b, 0x91) : QColor(0xa1, 0x2d, 0x23);
+    return onEveryGround(isDark() ? QColor(0xf2, 0x9b, 0x91) : QColor(0xa1, 0x2d, 0x23));
 }
 
 QColor Tones::ofStep(ConfidenceMark::Step step) const {

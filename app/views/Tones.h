@@ -21,9 +21,10 @@ public:
         : m_palette(palette) {}
 
     [[nodiscard]] bool isDark() const;
-    [[nodiscard]] QColor text() const;      // on Base
-    [[nodiscard]] QColor secondary() const; // on Base and on selected rows
-    [[nodiscard]] QColor secondaryOnWindow() const;
+    [[nodiscard]] QColor text() const;              // on Base
+    [[nodiscard]] QColor secondary() const;         // on Base and on selected rows
+    [[nodiscard]] QColor secondaryOnWindow() const; // and on the page of a tab
+    [[nodiscard]] QColor tabPage() const;           // as Fusion draws it; a dark one is lighter than Window
     [[nodiscard]] QColor selectedRow() const;
     [[nodiscard]] QColor hoveredRow() const;
     [[nodiscard]] QColor accent() const;    // the bar at the edge of a selected row
@@ -34,7 +35,7 @@ public:
     [[nodiscard]] QColor noticeEdge() const;
     [[nodiscard]] QColor focus() const;
 
-    // Readable on Base, Window and selected rows.
+    // Readable on Base, Window, selected rows and the page of a tab.
     [[nodiscard]] QColor success() const;
     [[nodiscard]] QColor caution() const;
     [[nodiscard]] QColor failure() const;
@@ -42,6 +43,7 @@ public:
 
 private:
     [[nodiscard]] QColor role(QPalette::ColorRole role) const;
+    [[nodiscard]] QColor onEveryGround(const QColor& colour) const;
 
     QPalette m_palette;
 };

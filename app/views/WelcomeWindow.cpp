@@ -10,6 +10,7 @@
 #include "app/views/Tones.h"
 #include "app/views/WindowKeys.h"
 #include "app/views/Words.h"
+#include "app/views/WrappingLabel.h"
 
 #include <QEvent>
 #include <QFrame>
@@ -29,6 +30,7 @@ namespace {
 
 constexpr QSize symbolSize{16, 16};
 constexpr int margin = 32;
+constexpr int longestName = 240; // in a button
 
 struct Line {
     Symbol symbol;
@@ -80,6 +82,12 @@ private:
     Symbol m_symbol;
 };
 
+/// Empty where this user has no such folder, only a home.
+QString downloadsFolder() {
+    const QString folder = QStandardPaths::writableLocation(QStandardPaths::DownloadLocation);
+    return folder == QStandardPaths::writableLocation(QStandardPaths::HomeLocation) ? QString() : folder;
+}
+
 QLabel* plainLabel(const QString& text, QWidget* parent) {
     auto* label = new QLabel(text, parent);
     label->setTextFormat(Qt::PlainText);
@@ -121,13 +129,14 @@ WelcomeWindow::WelcomeWindow(AppModel& model, const Settings& settings, Shell& s
     whole->addWidget(m_edge);
     whole->addWidget(buildFooter());
     addWindowKeys(*this, shell);
+    setTabOrder(m_watch, m_desktop);
     setTabOrder(m_desktop, m_downloads);
     setTabOrder(m_downloads, m_finish);
     dress();
     const int width = std::max(560, 77 * fontMetrics().horizontalAdvance(QLatin1Char('x')));
     resize(width,
            std::max(612, column->totalHeightForWidth(width) + m_finish->parentWidget()->sizeHint().height()));
-    m_downloads->setFocus();
+    (downloadsFolder().isEmpty() ? m_downloads : m_watch)->setFocus();
 }
 
 QWidget* WelcomeWindow::buildHeading() {
@@ -201,12 +210,22 @@ QWidget* WelcomeWindow::buildExamples() {
 
 QWidget* WelcomeWindow::buildChoice() {
     auto* block = new QWidget;
+    m_watch = new QPushButton(block);
+    const QString name = shownName(displayNameOf(downloadsFolder().toStdString()));
+    m_watch->setText(french("Surveiller %1", isolated(elideName(name, m_watch->fontMetrics(), longestName)))
+                         .replace(QLatin1Char('&'), QLatin1String("&&")));
+    m_watch->setAccessibleName(french("Surveiller %1", name));
+    m_watch->setToolTip(tip(leftToRight(shownName(downloadsFolder().toStdString()))));
+    m_watch->setVisible(!downloadsFolder().isEmpty());
     m_desktop = new QPushButton(french("Bureau…"), block);
     m_downloads = new QPushButton(french("Téléchargements…"), block);
     m_addedIcon = new QLabel(block);
-    m_added = plainLabel(QString(), block);
+    m_added = new WrappingLabel(block);
+    auto* choosing = plainLabel(french("ou choisir :"), block);
+    choosing->setVisible(!downloadsFolder().isEmpty());
     auto* buttons = new QHBoxLayout;
     buttons->setSpacing(8);
+    buttons->addWidget(choosing);
     buttons->addWidget(m_desktop);
     buttons->addWidget(m_downloads);
     buttons->addStretch();
@@ -218,10 +237,12 @@ QWidget* WelcomeWindow::buildChoice() {
     column->setContentsMargins(0, 0, 0, 0);
     column->setSpacing(8);
     column->addWidget(plainLabel(french("Quel dossier surveiller d'abord ?"), block));
+    column->addWidget(m_watch, 0, Qt::AlignLeft);
     column->addLayout(buttons);
     column->addLayout(result);
-    for (QPushButton* button : {m_desktop, m_downloads})
+    for (QPushButton* button : {m_watch, m_desktop, m_downloads})
         button->setAutoDefault(true);
+    connect(m_watch, &QPushButton::clicked, this, &WelcomeWindow::watchDownloads);
     connect(m_desktop, &QPushButton::clicked, this,
             [this] { choose(QStandardPaths::writableLocation(QStandardPaths::DesktopLocation)); });
     connect(m_downloads, &QPushButton::clicked, this,
@@ -242,14 +263,27 @@ QWidget* WelcomeWindow::buildFooter() {
     return footer;
 }
 
-void WelcomeWindow::choose(const QString& start) {
+std::function<void(const std::string&)> WelcomeWindow::whenAdded() {
     m_added->clear(); // of an earlier choice
     m_addedIcon->clear();
-    m_shell.chooseFolder(this, start.toStdString(),
-                         [window = QPointer<WelcomeWindow>(this)](const std::string& folderID) {
-                             if (window)
-                                 window->showAdded(folderID);
-                         });
+    return [window = QPointer<WelcomeWindow>(this)](const std::string& folderID) {
+        if (window)
+            window->showAdded(folderID);
+    };
+}
+
+void WelcomeWindow::watchDownloads() {
+    const std::string path = downloadsFolder().toStdString();
+    const auto& folders = m_model.folders();
+    const auto watched = std::ranges::find(folders, path, &WatchedFolder::path);
+    if (watched != folders.end())
+        showAdded(watched->id);
+    else
+        m_shell.watchFolder(path, whenAdded());
+}
+
+void WelcomeWindow::choose(const QString& start) {
+    m_shell.chooseFolder(this, start.toStdString(), whenAdded());
 }
 
 void WelcomeWindow::showAdded(const std::string& folderID) {
@@ -273,7 +307,7 @@ void WelcomeWindow::finish() {
 
 void WelcomeWindow::dress() {
     const Tones tones(palette());
-    for (QPushButton* button : {m_desktop, m_downloads})
+    for (QPushButton* button : {m_watch, m_desktop, m_downloads})
         button->setIcon(Icons::themed(Symbol::addFolder, palette()));
     QPalette edge = palette();
     edge.setColor(QPalette::Window, tones.separatorOnWindow());

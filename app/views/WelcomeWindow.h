@@ -1,6 +1,7 @@
 #pragma once
 #include <QWidget>
 #include <filesystem>
+#include <functional>
 #include <string>
 
 class QFrame;
@@ -19,6 +20,8 @@ class WelcomeWindow final : public QWidget {
 public:
     WelcomeWindow(AppModel& model, const Settings& settings, Shell& shell);
 
+    /// Watches the folder of downloads without a chooser; hidden where this user has none.
+    [[nodiscard]] QPushButton* watchButton() const { return m_watch; }
     [[nodiscard]] QPushButton* desktopButton() const { return m_desktop; }
     [[nodiscard]] QPushButton* downloadsButton() const { return m_downloads; }
     [[nodiscard]] QPushButton* finishButton() const { return m_finish; }
@@ -37,7 +40,10 @@ private:
     QWidget* buildExamples();
     QWidget* buildChoice();
     QWidget* buildFooter();
+    void watchDownloads();
     void choose(const QString& start);
+    /// Who asks for a folder that is to be watched hears of it.
+    [[nodiscard]] std::function<void(const std::string&)> whenAdded();
     void showAdded(const std::string& folderID);
     void finish();
     void dress();
@@ -47,6 +53,7 @@ private:
     Shell& m_shell;
     QLabel* m_heading = nullptr;
     QFrame* m_edge = nullptr; // above the footer
+    QPushButton* m_watch = nullptr;
     QPushButton* m_desktop = nullptr;
     QPushButton* m_downloads = nullptr;
     QLabel* m_addedIcon = nullptr;

@@ -1,7 +1,9 @@
 #!/usr/bin/env python3
 """vesto-desktop in sessions of their own, with real servers around it:  desktop_test.py VESTO [TEST…]"""
+import os
 import pathlib
 import re
+import signal
 import subprocess
 import sys
 import time
@@ -9,11 +11,12 @@ import unittest
 
 import dbus.mainloop.glib
 
-from session import PATIENCE, Session, until
+from session import INVOICE, PATIENCE, Session, until
 from tray_watcher import TrayItem, TrayWatcher
 
 VESTO = sys.argv.pop(1)
 DATED = r"^\d{4}-\d\d-\d\d "
+APPLICATION = "fr.vesto.Vesto"
 NOTIFICATIONS = "org.freedesktop.Notifications"
 dbus.mainloop.glib.DBusGMainLoop(set_as_default=True)
 
@@ -36,6 +39,34 @@ class LifeTest(DesktopTest):
                 self.assertEqual(session.start_desktop(awaited=False).wait(PATIENCE), 0)
                 until(session.windows_of_vesto, "a window")
                 self.assertEqual(session.ask_to_end(first), 0)
+
+    def test_is_started_by_the_bus(self):
+        session = self.session()
+        bus = session.connection()
+
+        def ask(method, signature, *values):
+            return bus.call_blocking("org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus", method,
+                                     signature, values)
+        ask("UpdateActivationEnvironment", "a{ss}", {name: session.environment[name]
+                                                     for name in ("DISPLAY", "QT_QPA_PLATFORM")})
+        bus.call_blocking(APPLICATION, "/fr/vesto/Vesto", "org.freedesktop.Application", "Activate", "a{sv}",
+                          ({"activation-token": "from the bus"},), timeout=PATIENCE)
+        process = int(ask("GetConnectionUnixProcessID", "s", APPLICATION))
+        self.addCleanup(lambda: os.path.exists(f"/proc/{process}") and os.kill(process, signal.SIGKILL))
+        window = until(session.windows_of_vesto, "the window")[0]
+        until(lambda: session.startup_id(window) == "from the bus", "the token of who asked")
+        os.kill(process, signal.SIGTERM)
+        until(lambda: not os.path.exists(f"/proc/{process}"), "the end")
+
+    def test_a_second_launch_hands_its_token_over(self):
+        session = self.session()
+        session.start_desktop("--hidden")
+        for name, token in (("XDG_ACTIVATION_TOKEN", "new way_TIME1"), ("DESKTOP_STARTUP_ID", "old way_TIME2")):
+            session.environment[name] = token
+            self.assertEqual(session.start_desktop(awaited=False).wait(PATIENCE), 0)
+            del session.environment[name]
+            window = until(session.windows_of_vesto, "the window")[0]
+            until(lambda: session.startup_id(window) == token, f"the use of {name}")
 
     def test_takes_over_from_a_watch(self):
         session = self.session()
@@ -166,7 +197,7 @@ class NotificationTest(DesktopTest):
         app, replaced, icon, summary, body, actions, hints, _ = until(lambda: calls("Notify"), "a notification")[0]
         self.assertEqual((app, replaced, icon), ("Vesto", 0, "vesto"))
         self.assertRegex(summary, DATED + r"Énergie du Val EDF\.txt$")
-        self.assertEqual(body, "au lieu de « IMG_&lt;b&gt;&amp;_0042.txt »")
+        self.assertEqual(body, "au lieu de «\u2068 IMG_&lt;b&gt;&amp;_0042.txt \u2069»")
         self.assertEqual(actions, ["accept", "Accepter", "inline-reply", "Modifier", "ignore", "Ignorer"])
         self.assertEqual((hints["desktop-entry"], hints["x-kde-reply-placeholder-text"],
                           hints["x-kde-reply-submit-button-text"]), ("fr.vesto.Vesto", "Titre", "Renommer"))
@@ -185,6 +216,18 @@ class NotificationTest(DesktopTest):
         until(lambda: len(calls("CloseNotification")) == 2, "the end")
         self.assertEqual(len(session.lines("pending")), 1, "an empty title keeps the proposal")
 
+        # A name that is read from right to left turns neither the sentence around it nor its own parts.
+        session.rename_automatically()
+        session.vesto("settings", "set", "genericOnly", "false")
+        session.drop("חשבון חשמל.txt", "חשבונית חשמל לחודש אוקטובר\n" + INVOICE)
+        until(lambda: len(calls("Notify")) == 3, "a notification")
+        summary, body = calls("Notify")[2][3:5]
+        self.assertEqual(body, "\u200eחשבון חשמל.txt")
+        session.vesto("folders", "propose", session.downloads)
+        session.drop("קבלה.txt", "קבלה על תשלום\n")
+        until(lambda: len(calls("Notify")) == 4, "a notification")
+        self.assertEqual(calls("Notify")[3][4], "au lieu de «\u2068 קבלה.txt \u2069»")
+
     def test_a_burst_is_summed_up(self):
         session = self.session()
         server, calls, emit = self.mock(session, "actions body")
@@ -195,7 +238,7 @@ class NotificationTest(DesktopTest):
         until(lambda: len(session.lines("pending")) == 12, "all proposals")
         last = until(lambda: [call for call in calls("Notify") if call[3] == "7 nouvelles propositions"],
                      "the summary")[-1]
-        self.assertEqual((last[4], last[5]), ("Downloads", ["show", "Afficher"]))
+        self.assertEqual((last[4], last[5]), ("\u2068Downloads\u2069", ["show", "Afficher"]))
         apart = [call for call in calls("Notify") if "nouvelle" not in call[3]]
         self.assertEqual(len(apart), 5)
         self.assertEqual(session.windows_of_vesto(), [])
@@ -241,20 +284,44 @@ class TrayTest(DesktopTest):
         item.click("Quitter Vesto")
         self.assertEqual(desktop.wait(PATIENCE), 0)
 
+    @staticmethod
+    def icon(session):
+        """The window of the icon in an X11 tray."""
+        tree = subprocess.run(["xwininfo", "-root", "-tree"], env=session.environment, capture_output=True, text=True,
+                              check=False).stdout
+        return re.search(r'(0x\w+) "(?:vesto-desktop|Vesto)".*\b2\dx2\d\+', tree)
+
+    def test_the_panel_opens_beside_the_icon(self):
+        session = self.session()
+        session.onboard()
+        session.start_desktop("--hidden")
+        for edge in ("bottom", "top", "left", "right"):
+            with self.subTest(edge=edge):
+                trayer = session.spawn("trayer", "--edge", edge, "--align", "right", "--height", "24", "--width", "5",
+                                       stdout=subprocess.DEVNULL)
+                icon = session.geometry(until(lambda: self.icon(session), "the icon").group(1))
+                left, top, width, height = icon
+                subprocess.run(["xdotool", "mousemove", str(left + width // 2), str(top + height // 2), "click", "1"],
+                               env=session.environment, check=True)
+                panel = session.geometry(until(session.windows_of_vesto, "the panel")[0])
+                gaps = [max(panel[axis] - icon[axis] - icon[axis + 2], icon[axis] - panel[axis] - panel[axis + 2])
+                        for axis in (0, 1)]
+                self.assertTrue(0 <= max(gaps) <= 16, (icon, panel))  # beside it, and not over it
+                for axis, screen in ((0, 1280), (1, 800)):
+                    self.assertTrue(0 <= panel[axis] <= screen - panel[axis + 2], (icon, panel))
+                subprocess.run(["xdotool", "key", "Escape"], env=session.environment, check=True)
+                until(lambda: not session.windows_of_vesto(), "the end of the panel")
+                session.end(trayer)
+
     def test_trayer_of_x11_early_and_late(self):
         for late in (False, True):
             with self.subTest(late=late):
                 session = self.session()
-
-                def embedded():
-                    tree = subprocess.run(["xwininfo", "-root", "-tree"], env=session.environment,
-                                          capture_output=True, text=True, check=False).stdout
-                    return re.search(r'"(vesto-desktop|Vesto)".*\b2\dx2\d\+', tree)
                 start = [lambda: session.spawn("trayer", "--height", "24", stdout=subprocess.DEVNULL),
                          lambda: session.start_desktop("--hidden")]
                 for step in reversed(start) if late else start:
                     step()
-                until(embedded, "the icon in trayer")
+                until(lambda: self.icon(session), "the icon in trayer")
 
 
 if __name__ == "__main__":

@@ -77,7 +77,13 @@ class Session:
 
     def start_bus(self):
         config = self.home / "bus.conf"
+        services = self.home / "services"
+        services.mkdir()
+        template = pathlib.Path(__file__).parents[2] / "packaging" / "fr.vesto.Vesto.service.in"
+        (services / "fr.vesto.Vesto.service").write_text(
+            template.read_text(encoding="utf-8").replace("@program@", self.desktop_program), encoding="utf-8")
         config.write_text(f"""<busconfig><type>session</type><listen>unix:dir={self.home}/run</listen>
+<servicedir>{services}</servicedir>
 <auth>EXTERNAL</auth><policy context="default"><allow send_destination="*" eavesdrop="true"/>
 <allow eavesdrop="true"/><allow own="*"/></policy></busconfig>""")
         read, write = os.pipe()
@@ -153,9 +159,28 @@ class Session:
                               capture_output=True, text=True, check=False)
         return done.stdout.split()
 
+    def geometry(self, window):
+        """Left, top, width and height on the screen."""
+        done = subprocess.run(["xdotool", "getwindowgeometry", "--shell", window], env=self.environment,
+                              capture_output=True, text=True, check=True)
+        values = dict(line.split("=") for line in done.stdout.splitlines())
+        return tuple(int(values[name]) for name in ("X", "Y", "WIDTH", "HEIGHT"))
+
+    def startup_id(self, window):
+        """The token with which it came to the front last."""
+        done = subprocess.run(["xprop", "-id", window, "-notype", "_NET_STARTUP_ID"], env=self.environment,
+                              capture_output=True, text=True, check=False)
+        return done.stdout.partition(" = ")[2].strip().strip('"')
+
     def windows_of_vesto(self):
         """Its panel, or the welcome of a new user."""
         return self.windows("(Vesto|Bienvenue dans Vesto)")
+
+    def onboard(self):
+        """The welcome was seen."""
+        config = self.home / "config" / "vesto" / "vesto.conf"
+        config.parent.mkdir(parents=True, exist_ok=True)
+        config.write_text("[General]\nonboarded=true\n", encoding="utf-8")
 
     @staticmethod
     def ask_to_end(process, patience=PATIENCE):

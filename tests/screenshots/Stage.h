@@ -39,23 +39,11 @@ public:
 
     /// Starts the application with documents that say their titles, on disks that cannot do all.
     void startWithDocuments() {
-        stop();
-        openStore();
-        model = std::make_unique<AppModel>(
-            AppModel::Dependencies{.store = *store,
-                                   .settings = settings,
-                                   .notifier = notifier,
-                                   .summarizer = Summarizer({"fr-FR"}, documents),
-                                   .generator = std::make_shared<StageTitles>(),
-                                   .modelAvailability = [this] { return availability; },
-                                   .locale = Locale("fr_FR"),
-                                   .stabilizer = stabilizer,
-                                   .rescanInterval = std::chrono::milliseconds(100),
-                                   .disk = stageDisk,
-                                   .clock = clock});
-        bool isReady = false;
-        model->start(AppModel::Watching::asSet, [&] { isReady = true; });
-        EXPECT_TRUE(eventually([&] { return isReady; }));
+        usedReading = documents;
+        generator = std::make_shared<StageTitles>();
+        modelAvailability = [this] { return availability; };
+        usedDisk = &stageDisk;
+        start();
     }
 
     [[nodiscard]] static Instant now() {

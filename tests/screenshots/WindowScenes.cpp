@@ -11,6 +11,7 @@
 #include <QImage>
 #include <QLineEdit>
 #include <QListView>
+#include <QTableView>
 #include <QTreeView>
 #include <string_view>
 #include <utility>
@@ -67,7 +68,7 @@ void history(Stage& stage) {
     stage.start(AppModel::Watching::none);
     HistoryWindow window(*stage.model, stage.shell, stage.memory());
     window.resize(1040, 560);
-    auto* table = window.findChild<QTreeView*>();
+    auto* table = window.findChild<QTableView*>();
     table->setCurrentIndex(table->model()->index(3, 0));
     stage.picture(window, "history");
     table->setFocus();

@@ -130,6 +130,34 @@ TEST_F(EveryWindowWithWorkers, KnowsTheKeysOfAllWindows) {
     }
 }
 
+TEST_F(EveryWindowWithWorkers, IsNoWiderForAPathWithoutSpaces) {
+    const std::string endless(200, 'x');
+    ASSERT_TRUE(world.settings.setGenericOnly(false));
+    std::filesystem::create_directories(world.home / endless / endless);
+    world.watch(world.home / endless / endless);
+    for (const char* name : {"scan_5_", "scan_6_"}) {
+        const std::string content = "Facture " + endless.substr(150);
+        write(world.home / endless / endless / (name + endless + ".txt"), content);
+    }
+    ASSERT_TRUE(World::eventually([&] { return world.model->pending().size() == 4; }));
+    world.model->accept(world.model->pending().front().proposal.id);
+    ASSERT_TRUE(World::eventually([&] { return world.history().size() == 2 && world.isQuiet(); }));
+    world.model->startBatch(world.home / endless / endless);
+    ASSERT_TRUE(World::eventually([&] { return !world.model->batch()->isAnalysing(); }));
+    world.model->showError("Le fichier est ici : /" + endless + endless);
+    for (const Window& each : windows()) {
+        SCOPED_TRACE(each.name);
+        const auto window = each.make();
+        const int width = window->width();
+        activate(*window);
+        World::pass(std::chrono::milliseconds(50));
+        EXPECT_LE(window->width(), width);
+        EXPECT_LE(window->minimumSizeHint().width(), 640);
+        for (const QWidget* child : window->findChildren<QWidget*>(QString(), Qt::FindDirectChildrenOnly))
+            EXPECT_LE(child->geometry().right(), window->width()) << child->metaObject()->className();
+    }
+}
+
 TEST_F(EveryWindowWithWorkers, TakesAnotherPaletteAsIfItHadBegunWithIt) {
     const QPalette before = QApplication::palette();
     QPalette dark(QColor(0x3c, 0x3c, 0x3c), QColor(0x32, 0x32, 0x32));

@@ -16,45 +16,70 @@
 #include <QImage>
 #include <QLabel>
 #include <QPalette>
-#include <array>
+#include <QTabWidget>
 #include <chrono>
 #include <vector>
 
 namespace vesto {
 namespace {
 
-QPalette palette(const char* window, const char* text, const char* base) {
+QPalette palette(const char* window, const char* text, const char* base, const char* button) {
     QPalette colours;
     for (const auto group : {QPalette::Active, QPalette::Inactive}) {
         colours.setColor(group, QPalette::Window, QColor(QLatin1String(window)));
         colours.setColor(group, QPalette::WindowText, QColor(QLatin1String(text)));
         colours.setColor(group, QPalette::Text, QColor(QLatin1String(text)));
         colours.setColor(group, QPalette::Base, QColor(QLatin1String(base)));
+        colours.setColor(group, QPalette::Button, QColor(QLatin1String(button)));
         colours.setColor(group, QPalette::Highlight, QColor(0x30, 0x8c, 0xc6));
     }
     return colours;
 }
 
+/// What the style really paints under the page of a tab.
+QColor paintedTabPage(const QPalette& desktop) {
+    QTabWidget tabs;
+    tabs.setPalette(desktop);
+    tabs.addTab(new QWidget, QStringLiteral("x"));
+    tabs.resize(200, 200);
+    WindowWorld::expose(tabs);
+    return tabs.grab().toImage().pixelColor(100, 150);
+}
+
 TEST(Tones, AreReadableOnEveryGround) {
-    for (const QPalette& desktop :
-         {palette("#efefef", "#000000", "#ffffff"), palette("#323232", "#f0f0f0", "#242424"),
-          palette("#f6f5f4", "#2e3436", "#ffffff")}) {
+    constexpr double text = 4.5;
+    constexpr double edge = 3;
+    for (const QPalette& desktop : {palette("#efefef", "#000000", "#ffffff", "#efefef"),
+                                    palette("#323232", "#f0f0f0", "#242424", "#3c3c3c"),
+                                    palette("#f6f5f4", "#2e3436", "#ffffff", "#f6f5f4"),
+                                    palette("#2a2e32", "#fcfcfc", "#1b1e20", "#31363b")}) {
         const Tones tones(desktop);
-        SCOPED_TRACE(desktop.color(QPalette::Base).name().toStdString());
-        const std::array grounds{desktop.color(QPalette::Base), desktop.color(QPalette::Window),
-                                 tones.selectedRow(), tones.hoveredRow()};
-        for (const QColor& ground : grounds) {
-            SCOPED_TRACE(ground.name().toStdString());
-            for (const QColor& ink : {tones.success(), tones.caution(), tones.failure()})
-                EXPECT_GE(contrast(ink, ground), 4.5) << ink.name().toStdString();
-        }
-        for (const QColor& ground : {grounds[0], grounds[2], grounds[3]}) // it stands in rows only
-            EXPECT_GE(contrast(tones.secondary(), ground), 4.5) << ground.name().toStdString();
-        EXPECT_GE(contrast(tones.secondaryOnWindow(), grounds[1]), 4.5);
-        EXPECT_GE(contrast(desktop.color(QPalette::WindowText), tones.noticeGround()), 4.5);
-        EXPECT_GE(contrast(tones.caution(), tones.noticeGround()), 3);
-        EXPECT_GE(contrast(tones.focus(), desktop.color(QPalette::Base)), 3);
-        EXPECT_GE(contrast(tones.edge(), desktop.color(QPalette::Base)), 3);
+        const QColor window = desktop.color(QPalette::Window);
+        const QColor base = desktop.color(QPalette::Base);
+        const QColor windowText = desktop.color(QPalette::WindowText);
+        EXPECT_EQ(utf8(tones.tabPage().name()), utf8(paintedTabPage(desktop).name()));
+        const QList<QColor> rows{base, tones.selectedRow(), tones.hoveredRow()};
+        const QList<QColor> everywhere = rows + QList<QColor>{window, tones.tabPage()};
+        struct Row {
+            const char* name;
+            QColor ink;
+            QList<QColor> grounds;
+            double least;
+        };
+        for (const Row& row : std::vector<Row>{
+                 {"success", tones.success(), everywhere, text},
+                 {"caution", tones.caution(), everywhere, text},
+                 {"failure", tones.failure(), everywhere, text},
+                 {"secondary", tones.secondary(), rows, text},
+                 {"secondaryOnWindow", tones.secondaryOnWindow(), {base, window, tones.tabPage()}, text},
+                 {"text of a notice", windowText, {tones.noticeGround()}, text},
+                 {"symbol of a notice", tones.caution(), {tones.noticeGround()}, edge},
+                 {"focus", tones.focus(), {base}, edge},
+                 {"edge", tones.edge(), {base}, edge}})
+            for (const QColor& ground : row.grounds)
+                EXPECT_GE(contrast(row.ink, ground), row.least)
+                    << row.name << " " << row.ink.name().toStdString() << " on "
+                    << ground.name().toStdString();
     }
 }
 
@@ -92,11 +117,12 @@ TEST(ErrorStrip, ShowsAMessageAsTextAndLetsItBeCopied) {
     WindowWorld world;
     world.start(AppModel::Watching::none);
     QWidget window;
-    window.resize(200, 200);
+    window.resize(320, 200);
     auto* strip = new ErrorStrip(*world.model, &window);
-    strip->resize(200, 60);
+    strip->resize(320, 60);
     WindowWorld::expose(window);
-    const std::string message = "Le fichier est ici : /home/marie/<img src=x.png>" + std::string(400, 'a');
+    const std::string message =
+        "Le fichier est ici : /home/marie/<img src=x.png>" + std::string(400, 'a') + "/scan.pdf";
     world.model->showError(message);
     QLabel* label = nullptr;
     for (auto* each : strip->findChildren<QLabel*>())
@@ -105,6 +131,14 @@ TEST(ErrorStrip, ShowsAMessageAsTextAndLetsItBeCopied) {
     ASSERT_NE(label, nullptr);
     EXPECT_EQ(label->textFormat(), Qt::PlainText);
     EXPECT_TRUE(label->toolTip().contains(QStringLiteral("&lt;img src=x.png&gt;")));
+    QCoreApplication::processEvents();
+    const QFontMetrics metrics = label->fontMetrics();
+    EXPECT_LE(label->heightForWidth(label->width()), 3 * metrics.lineSpacing());
+    const QStringList words =
+        label->text().replace(QChar::LineSeparator, QLatin1Char(' ')).split(QLatin1Char(' '));
+    for (const QString& word : words)
+        EXPECT_LE(metrics.horizontalAdvance(word), label->width()) << utf8(word);
+    EXPECT_TRUE(words.back().endsWith(QStringLiteral("/scan.pdf"))) << utf8(words.back()); // which file it is
     QTest::keyClick(label, Qt::Key_C, Qt::ControlModifier);
     EXPECT_EQ(utf8(QApplication::clipboard()->text()), message);
 }

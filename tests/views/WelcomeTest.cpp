@@ -6,7 +6,10 @@
 
 #include <QLabel>
 #include <QPushButton>
+#include <QStandardPaths>
 #include <QTest>
+#include <string>
+#include <vector>
 
 namespace vesto {
 namespace {
@@ -16,13 +19,15 @@ TEST(Welcome, IsFinishedOnceAndClosedAtWill) {
     world.start();
     WelcomeWindow window(*world.model, world.settings, world.shell);
     WindowWorld::expose(window);
-    EXPECT_EQ(window.focusWidget(), window.downloadsButton());
+    EXPECT_EQ(window.focusWidget(), window.watchButton());
     window.close();
     EXPECT_FALSE(world.settings.onboarded());
 
     WindowWorld::expose(window);
-    QTest::keyClick(window.downloadsButton(), Qt::Key_Tab);
-    EXPECT_EQ(window.focusWidget(), window.finishButton());
+    for (QPushButton* next : {window.desktopButton(), window.downloadsButton(), window.finishButton()}) {
+        QTest::keyClick(window.focusWidget(), Qt::Key_Tab);
+        EXPECT_EQ(window.focusWidget(), next);
+    }
     QTest::keyClick(window.finishButton(), Qt::Key_Return);
     EXPECT_TRUE(world.settings.onboarded());
     EXPECT_FALSE(window.isVisible());
@@ -33,10 +38,17 @@ TEST(Welcome, SaysWhichFolderIsWatched) {
     world.start();
     WelcomeWindow window(*world.model, world.settings, world.shell);
     WindowWorld::expose(window);
-    QTest::mouseClick(window.desktopButton(), Qt::LeftButton);
-    ASSERT_EQ(world.shell.added.size(), 1U);
-    const WatchedFolder folder = world.watch();
-    world.shell.added.front()(folder.id);
+    for (QPushButton* button : {window.watchButton(), window.desktopButton(), window.downloadsButton()})
+        QTest::mouseClick(button, Qt::LeftButton);
+    const auto at = [](QStandardPaths::StandardLocation location) {
+        return utf8(QStandardPaths::writableLocation(location));
+    };
+    const std::string downloads = at(QStandardPaths::DownloadLocation);
+    EXPECT_EQ(world.shell.calls,
+              (std::vector<std::string>{"watch " + downloads, "choose " + at(QStandardPaths::DesktopLocation),
+                                        "choose " + downloads}));
+    ASSERT_EQ(world.shell.added.size(), 3U);
+    world.shell.added.front()(world.watch().id);
     bool isSaid = false;
     for (const QLabel* label : window.findChildren<QLabel*>())
         isSaid = isSaid || label->text().endsWith(QStringLiteral("est surveillé."));

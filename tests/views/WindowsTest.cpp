@@ -20,6 +20,7 @@
 #include <QPushButton>
 #include <QSlider>
 #include <QTabWidget>
+#include <QTableView>
 #include <QToolButton>
 #include <QTreeView>
 #include <QWheelEvent>
@@ -53,7 +54,7 @@ TEST(HistoryWindowWithWorkers, FindsUndoesAndReveals) {
     rename(world, "scan0002.txt", "Devis de toiture Nantes");
     HistoryWindow window(*world.model, world.shell, world.memory());
     WindowWorld::expose(window);
-    auto* table = window.findChild<QTreeView*>();
+    auto* table = window.findChild<QTableView*>();
     auto* field = window.findChild<QLineEdit*>();
     const Tester tester(table->model(), Tester::FailureReportingMode::Fatal);
     EXPECT_EQ(table->model()->rowCount(), 2);
@@ -91,43 +92,44 @@ TEST(HistoryWindow, KeepsItsColumnsInSight) {
     RenameRecord record;
     record.newName = "2026-11-21 Billet.png";
     ASSERT_TRUE(world.store->save(record));
-    const auto widths = [](const QTreeView& table) {
+    const auto widths = [](const QTableView& table) {
         std::vector<int> all(RecordModel::columns);
         for (int section = 0; section < RecordModel::columns; ++section)
-            all[static_cast<std::size_t>(section)] = table.header()->sectionSize(section);
+            all[static_cast<std::size_t>(section)] = table.horizontalHeader()->sectionSize(section);
         return all;
     };
-    const auto expectFit = [&](const QTreeView& table, int least) {
-        EXPECT_EQ(table.header()->length(), table.viewport()->width());
+    const auto expectFit = [&](const QTableView& table, int least) {
+        EXPECT_EQ(table.horizontalHeader()->length(), table.viewport()->width());
         for (const int section : {RecordModel::newNameColumn, RecordModel::oldNameColumn})
-            EXPECT_GE(table.header()->sectionSize(section), least);
+            EXPECT_GE(table.horizontalHeader()->sectionSize(section), least);
     };
     std::vector<int> left;
     {
         HistoryWindow window(*world.model, world.shell, world.memory());
         WindowWorld::expose(window);
-        const auto& table = *window.findChild<QTreeView*>();
+        const auto& table = *window.findChild<QTableView*>();
         for (const int width : {1040, 640, 1400, 900}) {
             SCOPED_TRACE(width);
             window.resize(width, 400);
             World::pass(std::chrono::milliseconds(20));
             expectFit(table, 80);
-            EXPECT_EQ(table.header()->isSectionHidden(RecordModel::confidenceColumn), width < 800);
+            EXPECT_EQ(table.horizontalHeader()->isSectionHidden(RecordModel::confidenceColumn), width < 800);
         }
         // Dragged by its edge the one grows and the other gives way; a column of its own width takes from
         // both.
-        const int before = table.header()->sectionSize(RecordModel::oldNameColumn);
-        table.header()->resizeSection(RecordModel::newNameColumn,
-                                      table.header()->sectionSize(RecordModel::newNameColumn) + 40);
-        EXPECT_EQ(table.header()->sectionSize(RecordModel::oldNameColumn), before - 40);
-        table.header()->resizeSection(RecordModel::dateColumn, 200);
-        table.header()->resizeSection(RecordModel::oldNameColumn, 5'000);
+        const int before = table.horizontalHeader()->sectionSize(RecordModel::oldNameColumn);
+        table.horizontalHeader()->resizeSection(
+            RecordModel::newNameColumn,
+            table.horizontalHeader()->sectionSize(RecordModel::newNameColumn) + 40);
+        EXPECT_EQ(table.horizontalHeader()->sectionSize(RecordModel::oldNameColumn), before - 40);
+        table.horizontalHeader()->resizeSection(RecordModel::dateColumn, 200);
+        table.horizontalHeader()->resizeSection(RecordModel::oldNameColumn, 5'000);
         expectFit(table, 48);
         left = widths(table);
     }
     HistoryWindow again(*world.model, world.shell, world.memory());
     WindowWorld::expose(again);
-    const auto& table = *again.findChild<QTreeView*>();
+    const auto& table = *again.findChild<QTableView*>();
     for (std::size_t section = 0; section < left.size(); ++section)
         EXPECT_NEAR(widths(table)[section], left[section], 1) << section;
 }
@@ -137,7 +139,7 @@ TEST(HistoryWindow, SaysThatThereIsNothing) {
     world.start(AppModel::Watching::none);
     HistoryWindow window(*world.model, world.shell, world.memory());
     WindowWorld::expose(window);
-    EXPECT_FALSE(window.findChild<QTreeView*>()->isVisible());
+    EXPECT_FALSE(window.findChild<QTableView*>()->isVisible());
     bool isSaid = false;
     for (const QLabel* label : window.findChildren<QLabel*>())
         isSaid = isSaid || (label->isVisible() && label->text() == QStringLiteral("Aucun renommage"));
@@ -324,13 +326,22 @@ TEST(SettingsWindowWithWorkers, SaysWhatADiskCannotDo) {
     EXPECT_TRUE(world.eventually([&] { return !says(QStringLiteral("disque sans attributs")); }));
 }
 
-TEST(SettingsWindow, KeepsOnlyValidPatterns) {
-    WindowWorld world;
-    world.start(AppModel::Watching::none);
-    SettingsWindow window(*world.model, world.settings, world.shell, world.memory());
-    window.showPage(SettingsPage::naming);
-    WindowWorld::expose(window);
-    auto* field = window.findChild<QLineEdit*>();
+class NamingPageInSettings : public testing::Test {
+protected:
+    NamingPageInSettings() {
+        window.showPage(SettingsPage::naming);
+        WindowWorld::expose(window);
+    }
+
+    struct StartedWorld : WindowWorld {
+        StartedWorld() { start(AppModel::Watching::none); }
+    };
+    StartedWorld world;
+    SettingsWindow window{*world.model, world.settings, world.shell, world.memory()};
+    QLineEdit* field = window.findChild<QLineEdit*>();
+};
+
+TEST_F(NamingPageInSettings, KeepsOnlyValidPatterns) {
     field->setFocus();
     field->selectAll();
     QTest::keyClicks(field, QStringLiteral("{titel}"));
@@ -342,13 +353,7 @@ TEST(SettingsWindow, KeepsOnlyValidPatterns) {
     EXPECT_TRUE(field->accessibleDescription().isEmpty());
 }
 
-TEST(SettingsWindow, ShowsWhatWasChangedElsewhereAndStoresNothingByItself) {
-    WindowWorld world;
-    world.start(AppModel::Watching::none);
-    SettingsWindow window(*world.model, world.settings, world.shell, world.memory());
-    window.showPage(SettingsPage::naming);
-    WindowWorld::expose(window);
-    auto* field = window.findChild<QLineEdit*>();
+TEST_F(NamingPageInSettings, ShowsWhatWasChangedElsewhereAndStoresNothingByItself) {
     auto* generic =
         WindowWorld::button<QCheckBox>(window, QStringLiteral("Ne renommer que les noms génériques"));
     window.close();

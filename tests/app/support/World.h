@@ -142,14 +142,15 @@ public:
             AppModel::Dependencies{.store = *store,
                                    .settings = settings,
                                    .notifier = notifier,
-                                   .summarizer = Summarizer({"fr-FR"}, reading),
+                                   .summarizer = Summarizer({"fr-FR"}, usedReading ? usedReading : reading),
+                                   .generator = generator,
                                    .modelAvailability = modelAvailability,
                                    .locale = Locale("fr_FR"),
                                    .stabilizer = stabilizer,
                                    .rescanInterval = std::chrono::milliseconds(100),
                                    .silenceLimit = silenceLimit,
                                    .finishPatience = finishPatience,
-                                   .disk = disk,
+                                   .disk = *usedDisk,
                                    .clock = clock});
         QObject::connect(model.get(), &AppModel::lastErrorChanged, model.get(), [this] {
             if (model->lastError())
@@ -211,7 +212,10 @@ public:
     Settings settings{SettingsFile(home / "vesto.conf")};
     RecordingNotifier notifier;
     std::shared_ptr<ScriptedReading> reading = std::make_shared<ScriptedReading>();
+    std::shared_ptr<ContentReading> usedReading; // null: `reading`
+    std::shared_ptr<TitleGenerating> generator;
     PickyDisk disk;
+    Disk* usedDisk = &disk;
     CountingClock clock;
     FileStabilizer stabilizer{.quietPeriod = std::chrono::milliseconds(30),
                               .pollInterval = std::chrono::milliseconds(10),

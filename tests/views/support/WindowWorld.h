@@ -14,7 +14,7 @@
 namespace vesto {
 
 /// A shell that writes down what it is asked for.
-class RecordingShell final : public Shell {
+class RecordingShell : public Shell {
 public:
     void showPanel() override { calls.emplace_back("panel"); }
     void showPanelEditing(std::string_view proposalID) override {
@@ -26,6 +26,11 @@ public:
     void chooseFolder(QWidget* /*over*/, const std::filesystem::path& start,
                       std::function<void(const std::string&)> onAdded) override {
         calls.push_back("choose " + start.native());
+        added.push_back(std::move(onAdded));
+    }
+    void watchFolder(const std::filesystem::path& folder,
+                     std::function<void(const std::string&)> onAdded) override {
+        calls.push_back("watch " + folder.native());
         added.push_back(std::move(onAdded));
     }
     void reveal(const std::filesystem::path& file) override { calls.push_back("reveal " + file.native()); }
