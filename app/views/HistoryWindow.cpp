@@ -82,10 +82,9 @@ HistoryWindow::HistoryWindow(AppModel& model, Shell& shell, WindowMemory memory,
     column->addWidget(new ErrorStrip(model, this));
     makeBar(*column);
     makeTable();
-    auto* middle = new QHBoxLayout;
-    middle->setContentsMargins(margin, 0, margin, 0);
-    middle->addWidget(m_pages);
-    column->addLayout(middle, 1);
+    m_middle = new QHBoxLayout;
+    m_middle->addWidget(m_pages);
+    column->addLayout(m_middle, 1);
     makeDetail(*column);
     makeKeys();
     paintIcons();
@@ -268,6 +267,7 @@ void HistoryWindow::showState() {
     if (isEmpty && hadFocus)
         m_field->setFocus();
     m_detail->setVisible(!isEmpty);
+    m_middle->setContentsMargins(margin, 0, margin, isEmpty ? margin : 0);
     showCurrent();
 }
 

@@ -72,6 +72,7 @@ private:
     ColumnFit* m_columns = nullptr; // owned by the table
     EmptyNote* m_empty;
     QWidget* m_detail;
+    QBoxLayout* m_middle = nullptr; // around the table
     QBoxLayout* m_detailRow;
     QLabel* m_name;
     QLabel* m_facts;

@@ -9,7 +9,7 @@ PiecesLabel::PiecesLabel(const EvidenceLine& line, QWidget* parent)
     : WrappingLabel(parent)
     , m_line(line) {
     setText(shown(line.text()));
-    QSizePolicy policy(QSizePolicy::Ignored, QSizePolicy::Minimum);
+    QSizePolicy policy(QSizePolicy::Ignored, QSizePolicy::Preferred);
     policy.setHeightForWidth(true);
     setSizePolicy(policy);
 }

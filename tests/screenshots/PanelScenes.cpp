@@ -97,6 +97,8 @@ void longNames(Stage& stage) {
     stage.start(AppModel::Watching::none);
     PanelWindow window(*stage.model, stage.settings, stage.shell, stage.memory());
     window.openAsWindow();
+    stage.model->showError("Aucun gestionnaire de fichiers n'a répondu. Le fichier est ici : /home/marie/" +
+                           std::string(90, 'n') + "/2026-10-09_facture.pdf");
     stage.picture(window, "panel-many");
 }
 
