@@ -79,6 +79,7 @@ public:
     FoundationNameGenerator::Availability modelStatus;
     bool isWatching = false;
     bool isPaused = false;
+    bool isReady = false;
     std::optional<Done> whenFinished; // emptied once it was called
 };
 
@@ -109,9 +110,11 @@ void AppModel::start(Watching watching, Done ready) {
     m_parts->proposals.restore(folderIDs);
     // Errands are run in their order: when this one is back, those are.
     context.onFiles([] { return 0; },
-                    [ready = std::move(ready)](int) {
+                    [this, ready = std::move(ready)](int) {
+                        m_parts->isReady = true;
                         if (ready)
                             ready();
+                        Q_EMIT becameReady();
                     });
     if (m_parts->watches())
         m_parts->folders.startAll();
@@ -158,6 +161,10 @@ const std::optional<std::string>& AppModel::lastError() const {
 
 bool AppModel::paused() const {
     return m_parts->isPaused;
+}
+
+bool AppModel::isReady() const {
+    return m_parts->isReady;
 }
 
 const std::vector<WatchedFolder>& AppModel::folders() const {

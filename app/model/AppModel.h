@@ -131,6 +131,8 @@ public:
     [[nodiscard]] const FoundationNameGenerator::Availability& modelStatus() const;
     [[nodiscard]] const std::optional<std::string>& lastError() const; // in French
     [[nodiscard]] bool paused() const;
+    /// Whether what an earlier run left behind is settled and taken up.
+    [[nodiscard]] bool isReady() const;
     [[nodiscard]] const std::vector<WatchedFolder>& folders() const; // in the order they were added
     [[nodiscard]] bool isWatching(std::string_view folderID) const;
     /// How changes in a folder are learnt; nothing where it is not watched.
@@ -220,6 +222,7 @@ Q_SIGNALS:
     void foldersChanged(); // also what is watched and how
     void unreadableChanged();
     void historyChanged();
+    void becameReady();
 
     // What happened, for who follows it.
     void proposed(const vesto::PendingProposal& pending);

@@ -50,7 +50,19 @@ std::vector<std::string> pendingIDs(const AppModel& model) {
 
 Commands::Request Commands::begin(const Json& order, CommandRequest::Emit emit, UniqueFd attachment) {
     auto request = std::make_shared<CommandRequest>(std::move(emit));
-    dispatch(stringMember(order, "verb").value_or(""), order, std::move(attachment), request);
+    const std::string verb = stringMember(order, "verb").value_or("");
+    if (m_model.isReady() || verb == "leave" || verb == "show") {
+        dispatch(verb, order, std::move(attachment), request);
+        return request;
+    }
+    // What waits, and what is still unfinished, is not known yet.
+    QObject::connect(
+        &m_model, &AppModel::becameReady, &m_life,
+        [this, verb, order, request, kept = std::make_shared<UniqueFd>(std::move(attachment))] {
+            if (!request->isOver())
+                dispatch(verb, order, std::move(*kept), request);
+        },
+        Qt::SingleShotConnection);
     return request;
 }
 

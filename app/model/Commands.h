@@ -5,6 +5,7 @@
 #include "core/support/Json.h"
 #include "core/support/UniqueFd.h"
 
+#include <QObject>
 #include <functional>
 #include <memory>
 #include <string>
@@ -43,8 +44,8 @@ public:
 
     using Request = std::shared_ptr<CommandRequest>;
 
-    /// Begins to serve a request, with the descriptor that came along. `emit` may be called before this
-    /// returns.
+    /// Begins to serve a request, with the descriptor that came along, once the model is ready for it. `emit`
+    /// may be called before this returns.
     Request begin(const Json& order, CommandRequest::Emit emit, UniqueFd attachment = {});
 
 private:
@@ -66,6 +67,7 @@ private:
     std::function<void()> m_leave;
     std::function<void()> m_show;
     ModelDesk m_desk;
+    QObject m_life; // ends what waits for the model
 };
 
 } // namespace vesto

@@ -45,12 +45,12 @@ public:
                  .prepareModel = std::move(parts.prepareModel),
                  .locale = std::move(parts.locale)}) {}
 
-    void start(AppModel::Watching watching) {
+    void start() {
         if (std::exchange(isStarted, true))
             return;
         QEventLoop loop;
         bool isReady = false;
-        model.start(watching, [&] {
+        model.start(AppModel::Watching::none, [&] {
             isReady = true;
             loop.quit();
         });
@@ -59,7 +59,7 @@ public:
     }
 
     void finish() {
-        if (!isStarted || isFinished)
+        if (!isStarted)
             return;
         QEventLoop loop;
         model.finish([&loop] { loop.quit(); });
@@ -73,8 +73,7 @@ public:
     Settings settings;
     NullNotifier notifier;
     AppModel model;
-    bool isStarted = false;
-    bool isFinished = false;
+    bool isStarted = false; // for orders; a watch starts and finishes the model itself
 };
 
 Engine::Engine(std::unique_ptr<Impl> impl)
@@ -94,7 +93,7 @@ std::expected<std::unique_ptr<Engine>, std::string> Engine::open(EngineLock lock
 }
 
 Json Engine::ask(const Json& order, const OnEvent& onEvent) {
-    m_impl->start(AppModel::Watching::none);
+    m_impl->start();
     QEventLoop loop;
     Json last;
     bool isHeard = true;
@@ -130,8 +129,6 @@ Engine::WatchEnd Engine::watch(const std::vector<std::filesystem::path>& folders
         [&](const Json& order, CommandRequest::Emit emit, UniqueFd attachment) {
             return commands.begin(order, std::move(emit), std::move(attachment));
         });
-    m_impl->start(AppModel::Watching::asSet);
-    m_impl->isFinished = true; // by the watch
     return watch.run(folders) ? WatchEnd::stopped : WatchEnd::unheard;
 }
 

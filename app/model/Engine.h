@@ -54,8 +54,9 @@ public:
     };
 
     /// Watches the store's folders, `folders` added to them first, and serves the control socket. Events are
-    /// objects with "event": "started", "folder", "processing", "proposed", "renamed", "undone", "lost",
-    /// "error", "stopping". `prepareToStop` was called at the start of the program.
+    /// objects with "event": "watching", "unwatched", "note", "started" (once each folder is watched, or has
+    /// told why not), "paused", "processing", "proposed", "renamed", "undone", "error", "stopping".
+    /// `prepareToStop` was called at the start of the program; it is called once.
     WatchEnd watch(const std::vector<std::filesystem::path>& folders, const OnEvent& onEvent);
 
     /// Keeps SIGINT, SIGTERM and SIGHUP for `watch`: before any thread is made. A broken pipe is no end

@@ -1,6 +1,7 @@
 #include "app/model/EngineWatch.h"
 
 #include "app/model/ModelRecords.h"
+#include "core/support/Text.h"
 
 #include <nlohmann/json.hpp>
 
@@ -9,10 +10,14 @@
 
 namespace vesto {
 
-EngineWatch::EngineWatch(AppModel& model, std::function<bool(const Json&)> onEvent)
+EngineWatch::EngineWatch(AppModel& model, std::function<bool(const Json&)> onEvent,
+                         std::chrono::milliseconds patience)
     : m_model(model)
     , m_onEvent(std::move(onEvent))
     , m_signals([this] { stop(); }) {
+    m_patience.setSingleShot(true);
+    m_patience.setInterval(patience);
+    connect(&m_patience, &QTimer::timeout, this, [this] { endPatience(); });
     follow();
 }
 
@@ -31,32 +36,74 @@ void EngineWatch::follow() {
         if (m_model.processingName())
             tell("processing", Json{{"name", *m_model.processingName()}});
     });
-    connect(&m_model, &AppModel::foldersChanged, this, [this] { tellFolders(); });
+    connect(&m_model, &AppModel::foldersChanged, this, [this] {
+        tellFolders();
+        tellStarted();
+    });
     connect(&m_model, &AppModel::pausedChanged, this,
             [this] { tell("paused", Json{{"paused", m_model.paused()}}); });
 }
 
 bool EngineWatch::run(const std::vector<std::filesystem::path>& folders) {
-    tellFolders();
-    std::vector<std::filesystem::path> added;
-    for (const std::filesystem::path& folder : folders)
-        if (std::ranges::find(m_model.folders(), folder.native(), &WatchedFolder::path) ==
-            m_model.folders().end())
-            added.push_back(folder);
-    for (const std::filesystem::path& folder : added)
-        m_model.addFolder(folder, [this, folder](const std::optional<WatchedFolder>&,
-                                                 const std::vector<FolderNote>& notes) {
+    m_patience.start();
+    m_model.start(AppModel::Watching::asSet, [this] { tellStarted(); });
+    for (const std::filesystem::path& folder : folders) {
+        const auto known = std::ranges::find(m_model.folders(), folder.native(), &WatchedFolder::path);
+        if (known == m_model.folders().end())
+            add(folder);
+        else
+            m_model.setEnabled(known->id, true);
+    }
+    if (m_isHeard)
+        m_loop.exec();
+    return m_isHeard;
+}
+
+void EngineWatch::add(const std::filesystem::path& folder) {
+    if (!m_joining.insert(folder).second)
+        return;
+    m_model.addFolder(
+        folder, [this, folder](const std::optional<WatchedFolder>&, const std::vector<FolderNote>& notes) {
+            m_joining.erase(folder);
             for (const FolderNote& note : notes)
                 if (note.kind != FolderNote::Kind::alreadyWatched) {
                     Json record = recordOf(note);
                     record["path"] = folder.native();
                     tell("note", record);
                 }
+            tellStarted();
         });
-    tell("started", Json{{"folders", m_model.folders().size() + added.size()}, {"paused", m_model.paused()}});
-    if (m_isHeard)
-        m_loop.exec();
-    return m_isHeard;
+}
+
+/// The folders that are to be watched and neither are nor have told why not.
+std::vector<std::filesystem::path> EngineWatch::awaited() const {
+    std::vector<std::filesystem::path> folders(m_joining.begin(), m_joining.end());
+    if (!m_model.paused())
+        for (const WatchedFolder& folder : m_model.folders())
+            if (folder.enabled && !m_model.isWatching(folder.id) && !m_model.folderTrouble(folder.id))
+                folders.emplace_back(folder.path);
+    return folders;
+}
+
+/// Not before: a file that comes into a folder that is still to join would count as older than the folder.
+void EngineWatch::tellStarted() {
+    if (m_patience.isActive() && m_model.isReady() && awaited().empty())
+        sayStarted();
+}
+
+void EngineWatch::endPatience() {
+    if (m_isStopping)
+        return;
+    for (const std::filesystem::path& folder : awaited())
+        tell("note", Json{{"path", folder.native()},
+                          {"message", text("n'est pas encore surveillé : un dossier ne répond pas.")}});
+    sayStarted();
+}
+
+void EngineWatch::sayStarted() {
+    m_patience.stop();
+    tell("started",
+         Json{{"folders", m_model.folders().size() + m_joining.size()}, {"paused", m_model.paused()}});
 }
 
 void EngineWatch::stop() {
@@ -64,6 +111,7 @@ void EngineWatch::stop() {
         m_loop.quit();
         return;
     }
+    m_patience.stop();
     tell("stopping", Json::object());
     m_model.finish([this] { m_loop.quit(); });
 }

@@ -113,7 +113,7 @@ TEST_F(EngineVerbs, GoesOnWithoutAnEngineThatWasKilled) {
     std::string id;
     {
         RunningVesto engine({"watch", watched()});
-        ASSERT_TRUE(engine.says("surveillé en continu")) << engine.out(); // the folder, not only the engine
+        ASSERT_TRUE(engine.says("Surveillance en cours")) << engine.out();
         arrive("scan0001.txt", lease);
         arrive("scan0002.txt", invoice);
         ASSERT_TRUE(engine.says("scan0002.txt →") && engine.says("scan0001.txt →")) << engine.out();
