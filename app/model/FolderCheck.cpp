@@ -3,6 +3,7 @@
 #include "core/files/ExclusiveRename.h"
 #include "core/files/FileName.h"
 #include "core/files/ProcessedMarker.h"
+#include "core/support/Clock.h"
 #include "core/support/Text.h"
 #include "core/support/Unicode.h"
 #include "core/support/UniqueFd.h"
@@ -10,10 +11,13 @@
 
 #include <fcntl.h>
 #include <fmt/format.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <array>
 #include <cerrno>
+#include <chrono>
 #include <cstring>
 #include <expected>
 #include <system_error>
@@ -71,25 +75,49 @@ bool isRefusalOfKind(const RenameError& error) {
     return code == EINVAL || code == ENOSYS || code == EPERM || code == EOPNOTSUPP || code == EMLINK;
 }
 
-/// An empty file of ours, gone at the end.
+constexpr std::string_view probePrefix = ".vesto-probe-";
+
+/// An empty file of ours in a folder of ours, both gone at the end. So what a kill leaves can be told from
+/// what belongs to anybody.
 class Probe {
 public:
-    explicit Probe(const std::filesystem::path& folder)
-        : m_path(folder / fmt::format("{}{}", temporaryNamePrefix, randomUuid())) {
-        if (!UniqueFd(::open(m_path.c_str(), O_CREAT | O_EXCL | O_WRONLY | O_CLOEXEC | O_NOFOLLOW, 0600)))
+    Probe(const std::filesystem::path& folder, Disk& disk)
+        : m_disk(disk)
+        , m_place(folder / fmt::format("{}{}", probePrefix, randomUuid())) {
+        if (::mkdir(m_place.c_str(), 0700) != 0 ||
+            !UniqueFd(::open(path().c_str(), O_CREAT | O_EXCL | O_WRONLY | O_CLOEXEC | O_NOFOLLOW, 0600)))
             m_error = errno;
     }
     Probe(const Probe&) = delete;
+    ~Probe() { remove(m_place, m_disk); }
 
-    void remove(Disk& disk) const { (void)disk.unlink(m_path); }
+    [[nodiscard]] int error() const { return m_error; } // why there is no file
+    [[nodiscard]] std::filesystem::path path() const { return m_place / firstName; }
+    [[nodiscard]] std::filesystem::path otherPath() const { return m_place / secondName; }
 
-    [[nodiscard]] int error() const { return m_error; }
-    [[nodiscard]] const std::filesystem::path& path() const { return m_path; }
-    void movedTo(std::filesystem::path path) { m_path = std::move(path); }
+    /// Whatever else is there stays, and the place with it.
+    static void remove(const std::filesystem::path& place, Disk& disk) {
+        const UniqueFd opened(::open(place.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC | O_NOFOLLOW));
+        if (!opened)
+            return;
+        for (const std::string& name : disk.list(place).value_or(std::vector<std::string>())) {
+            struct stat status{};
+            const bool isOurs =
+                name == firstName || name == secondName || name.starts_with(temporaryNamePrefix);
+            if (isOurs && ::fstatat(opened.get(), name.c_str(), &status, AT_SYMLINK_NOFOLLOW) == 0 &&
+                S_ISREG(status.st_mode) && status.st_size == 0)
+                ::unlinkat(opened.get(), name.c_str(), 0);
+        }
+        ::rmdir(place.c_str());
+    }
 
 private:
-    std::filesystem::path m_path;
-    int m_error = 0; // why there is no file
+    static constexpr std::string_view firstName = "probe";
+    static constexpr std::string_view secondName = "renamed";
+
+    Disk& m_disk;
+    std::filesystem::path m_place;
+    int m_error = 0;
 };
 
 } // namespace
@@ -147,8 +175,23 @@ FolderLook lookAtFolder(const WatchedFolder& folder, Disk& disk) {
     return {.identity = std::move(identity)};
 }
 
+void removeOldProbes(const std::filesystem::path& folder, Disk& disk) {
+    constexpr std::chrono::minutes longestLook{2}; // of another program that is at it
+    const Instant now = systemClock().now();
+    for (const std::string& name : disk.list(folder).value_or(std::vector<std::string>())) {
+        if (!name.starts_with(probePrefix))
+            continue;
+        const auto place = folder / name;
+        struct stat status{};
+        if (::lstat(place.c_str(), &status) == 0 && S_ISDIR(status.st_mode) &&
+            Instant(std::chrono::seconds(status.st_mtim.tv_sec)) + longestLook < now)
+            Probe::remove(place, disk);
+    }
+}
+
 std::vector<FolderNote> checkDiskOf(const std::filesystem::path& folder, Disk& disk) {
-    Probe probe(folder);
+    removeOldProbes(folder, disk);
+    const Probe probe(folder, disk);
     if (probe.error() == EROFS || probe.error() == EACCES || probe.error() == EPERM)
         return {
             {Kind::readOnly, std::string(text("Ce dossier est en lecture seule : rien n'y sera renommé."))}};
@@ -162,16 +205,12 @@ std::vector<FolderNote> checkDiskOf(const std::filesystem::path& folder, Disk& d
                          std::string(text("Ce disque ne garde pas d'attributs : Vesto retient lui-même ce "
                                           "qu'il y a traité, et d'autres ordinateurs n'en savent rien."))});
     if (const auto identity = FileIdentity::of(probe.path(), disk)) {
-        const auto target = siblingOf(probe.path(), fmt::format("{}{}", temporaryNamePrefix, randomUuid()));
-        const auto renamed = renameVerified(probe.path(), target, *identity, disk);
-        if (renamed)
-            probe.movedTo(target);
-        else if (isRefusalOfKind(renamed.error()))
+        const auto renamed = renameVerified(probe.path(), probe.otherPath(), *identity, disk);
+        if (!renamed && isRefusalOfKind(renamed.error()))
             notes.push_back({Kind::noSafeRename,
                              std::string(text("Ce disque ne permet pas de renommer sans risque d'écraser un "
                                               "fichier : rien n'y sera renommé."))});
     }
-    probe.remove(disk);
     return notes;
 }
 

@@ -41,8 +41,8 @@ struct FolderCheck {
     [[nodiscard]] bool hasError() const;
 };
 
-/// Examines a folder that is to join `watched`. What its disk can do is tried on an empty hidden file of its
-/// own, which is there for a moment. Blocks while the disk does; any thread.
+/// Examines a folder that is to join `watched`. What its disk can do is tried on an empty file in a
+/// hidden folder, which are there for a moment. Blocks while the disk does; any thread.
 [[nodiscard]] FolderCheck checkFolder(const std::filesystem::path& path,
                                       const std::vector<WatchedFolder>& watched, Disk& disk = systemDisk());
 
@@ -50,6 +50,9 @@ struct FolderCheck {
 /// notes only `readOnly`, `noSafeRename` and `noAttributes`.
 [[nodiscard]] std::vector<FolderNote> checkDiskOf(const std::filesystem::path& folder,
                                                   Disk& disk = systemDisk());
+
+/// Takes away what a look was killed over, but for what somebody else put there. Any thread.
+void removeOldProbes(const std::filesystem::path& folder, Disk& disk = systemDisk());
 
 /// The folder at this path, links followed; nothing where there is no folder.
 [[nodiscard]] std::optional<FileIdentity> folderIdentity(const std::filesystem::path& path,

@@ -178,7 +178,9 @@ void FolderSet::startWatcher(const std::string& id, std::uint64_t serial, const 
         [settings = FolderWatcher::Settings{.url = folder->path,
                                             .catchUpSince = folder->addedAt,
                                             .rescanInterval = m_context.given().rescanInterval},
-         consumer = consumer(id, serial)]() mutable -> std::shared_ptr<FolderWatcher> {
+         consumer = consumer(id, serial),
+         &disk = m_context.given().disk]() mutable -> std::shared_ptr<FolderWatcher> {
+            removeOldProbes(settings.url, disk);
             auto watcher = std::make_shared<FolderWatcher>(std::move(settings));
             return watcher->start(std::move(consumer)) ? watcher : nullptr;
         },

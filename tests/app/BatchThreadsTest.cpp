@@ -164,9 +164,21 @@ TEST(BatchThreads, SaysWhatIsWrongWithAFolder) {
     }
     EXPECT_EQ(namesIn(world.folder.path()), std::set<std::string>{"Dedans"}); // the probe is gone
 
+    // What a look left when it was killed goes, but for what is not its own, or may be under way.
+    using std::filesystem::file_time_type;
+    for (const char* name : {".vesto-probe-1", ".vesto-probe-2", ".vesto-probe-3"}) {
+        std::filesystem::create_directory(inner / name);
+        write(inner / name / "renamed", "");
+    }
+    write(inner / ".vesto-probe-2" / "lettre.txt", "");
+    for (const char* name : {".vesto-probe-1", ".vesto-probe-2"})
+        std::filesystem::last_write_time(inner / name, file_time_type::clock::now() - std::chrono::hours(1));
     world.disk.refusesAttributes = true;
-    EXPECT_EQ(checkDiskOf(inner, world.disk).size(), 1);
-    EXPECT_EQ(checkDiskOf(inner, world.disk).front().kind, Kind::noAttributes);
+    const auto notes = checkDiskOf(inner, world.disk);
+    EXPECT_EQ(namesIn(inner), (std::set<std::string>{".vesto-probe-2", ".vesto-probe-3"}));
+    EXPECT_EQ(namesIn(inner / ".vesto-probe-2"), std::set<std::string>{"lettre.txt"});
+    ASSERT_EQ(notes.size(), 1);
+    EXPECT_EQ(notes.front().kind, Kind::noAttributes);
 }
 
 } // namespace
