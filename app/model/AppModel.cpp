@@ -135,7 +135,7 @@ void AppModel::finish(Done done) {
 
 // ---- The state ----
 
-const std::vector<PendingProposal>& AppModel::pending() const {
+const std::deque<PendingProposal>& AppModel::pending() const {
     return m_parts->proposals.all();
 }
 

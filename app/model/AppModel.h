@@ -23,6 +23,7 @@
 #include <QObject>
 #include <chrono>
 #include <cstddef>
+#include <deque>
 #include <expected>
 #include <filesystem>
 #include <functional>
@@ -124,7 +125,7 @@ public:
 
     // ---- The state ----
 
-    [[nodiscard]] const std::vector<PendingProposal>& pending() const; // newest first
+    [[nodiscard]] const std::deque<PendingProposal>& pending() const; // newest first
     [[nodiscard]] const std::optional<std::string>& processingName() const;
     [[nodiscard]] std::size_t jobCount() const; // that wait or run
     [[nodiscard]] const Batch* batch() const;   // null: none

@@ -70,6 +70,7 @@ private:
     struct Entry {
         Job job;
         std::optional<FileStabilizer::Look> look{}; // taken while it waited
+        bool wasLookedAt = false;                   // or is not to be
     };
     struct Current {
         std::uint64_t serial = 0;
@@ -88,6 +89,7 @@ private:
     void beginWatched(const Watched& job);
     void watchedExamined(const FileTasks::Examination& examination);
     void await(const FileEligibility::Options& options);
+    [[nodiscard]] std::vector<FileTasks::EarlyLook> notLookedAt();
     void keepLooks(const std::vector<FileTasks::EarlyLook>& looks);
     void watchedSettled(const FileTasks::Settled& settled);
     void watchedNamed(const Outcome& outcome);

@@ -4,6 +4,7 @@
 #include "core/support/Log.h"
 
 #include <algorithm>
+#include <ranges>
 #include <unordered_map>
 #include <utility>
 
@@ -44,10 +45,6 @@ void JobLoop::await(const FileEligibility::Options& options) {
     m_current->isWaiting = true;
     m_context.prepareModel();
     // Whoever waits behind this file gets a look now, and need not wait again for what stands still since.
-    std::vector<FileTasks::EarlyLook> others;
-    for (const Entry& entry : m_queue)
-        if (const auto* watched = std::get_if<Watched>(&entry.job); watched != nullptr && !entry.look)
-            others.push_back({watched->path});
     struct Waited {
         FileTasks::Settled settled;
         std::vector<FileTasks::EarlyLook> others;
@@ -55,7 +52,7 @@ void JobLoop::await(const FileEligibility::Options& options) {
     const auto& given = m_context.given();
     m_context.onNaming(
         [path = path(), options, look = m_current->look, stop = m_current->stop.get_token(),
-         stabilizer = given.stabilizer, others = std::move(others), &disk = given.disk,
+         stabilizer = given.stabilizer, others = notLookedAt(), &disk = given.disk,
          &clock = given.clock]() mutable {
             FileTasks::lookAt(others, disk, clock);
             FileTasks::Settled settled{stabilizer.settle(path, stop, look, disk, clock), {}};
@@ -72,19 +69,33 @@ void JobLoop::await(const FileEligibility::Options& options) {
         });
 }
 
+/// Each of them once: they are the last ones, since what comes goes to the end.
+std::vector<FileTasks::EarlyLook> JobLoop::notLookedAt() {
+    std::vector<FileTasks::EarlyLook> files;
+    for (Entry& entry : m_queue | std::views::reverse) {
+        if (std::exchange(entry.wasLookedAt, true))
+            break;
+        if (const auto* watched = std::get_if<Watched>(&entry.job))
+            files.push_back({watched->path});
+    }
+    return files;
+}
+
 void JobLoop::keepLooks(const std::vector<FileTasks::EarlyLook>& looks) {
-    if (looks.empty())
-        return;
     std::unordered_map<std::string_view, FileStabilizer::Look> byPath;
     for (const FileTasks::EarlyLook& early : looks)
         if (early.look)
             byPath.emplace(early.path.native(), *early.look);
-    for (Entry& entry : m_queue) {
+    for (Entry& entry : m_queue | std::views::reverse) {
+        if (byPath.empty())
+            break; // they are near the end
         const auto* watched = std::get_if<Watched>(&entry.job);
         if (watched == nullptr || entry.look)
             continue;
-        if (const auto found = byPath.find(watched->path.native()); found != byPath.end())
+        if (const auto found = byPath.find(watched->path.native()); found != byPath.end()) {
             entry.look = found->second;
+            byPath.erase(found);
+        }
     }
 }
 

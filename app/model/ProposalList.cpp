@@ -6,13 +6,14 @@
 
 #include <algorithm>
 #include <iterator>
+#include <unordered_map>
 #include <unordered_set>
 #include <utility>
 
 namespace vesto {
 
-void ProposalList::look(const std::vector<PendingProposal>& proposals,
-                        std::function<void(std::vector<Look>)> back) {
+template <typename Proposals>
+void ProposalList::look(const Proposals& proposals, std::function<void(std::vector<Look>)> back) {
     std::vector<Look> looks;
     looks.reserve(proposals.size());
     for (const PendingProposal& pending : proposals)
@@ -63,7 +64,7 @@ void ProposalList::add(const PendingProposal& proposed) {
     PendingProposal pending = proposed;
     keepOnlyText(pending.proposal.summary);
     m_context.ledger().save(pending);
-    m_pending.insert(m_pending.begin(), pending);
+    m_pending.push_front(pending);
     m_context.given().notifier.notifyProposal(pending);
     Q_EMIT m_context.face().pendingChanged();
     Q_EMIT m_context.face().proposed(pending);
@@ -78,7 +79,7 @@ std::optional<PendingProposal> ProposalList::taken(std::string_view proposalID) 
     return removed(place);
 }
 
-PendingProposal ProposalList::removed(std::vector<PendingProposal>::iterator place) {
+PendingProposal ProposalList::removed(const Place& place) {
     PendingProposal pending = std::move(*place);
     m_pending.erase(place);
     m_changed.erase(pending.proposal.id);
@@ -193,19 +194,29 @@ void ProposalList::dropFile(const FileIdentity& identity) {
 }
 
 void ProposalList::review() {
-    if (m_pending.empty())
-        return;
-    look(m_pending, [this](const std::vector<Look>& looks) {
-        for (const Look& look : looks)
-            judge(look);
-    });
+    if (!m_pending.empty())
+        look(m_pending, [this](const std::vector<Look>& looks) { judge(looks); });
 }
 
-void ProposalList::judge(const Look& look) {
-    const auto place = std::ranges::find(m_pending, look.proposalID, &PendingProposal::id);
-    if (place == m_pending.end())
-        return;
-    FileIdentity& known = *place->proposal.identity;
+void ProposalList::judge(const std::vector<Look>& looks) {
+    std::unordered_map<std::string_view, const Look*> byProposal;
+    for (const Look& look : looks)
+        byProposal.emplace(look.proposalID, &look);
+    std::unordered_set<std::string_view> outdated;
+    for (PendingProposal& pending : m_pending)
+        if (const auto found = byProposal.find(pending.id());
+            found != byProposal.end() && !isUpToDate(pending, *found->second))
+            outdated.insert(found->first);
+    for (const PendingProposal& pending :
+         removedWhere([&](const PendingProposal& each) { return outdated.contains(each.id()); })) {
+        forget(pending);
+        if (const Look& look = *byProposal.at(pending.id()); look.current)
+            m_nameAgain(look.path, pending.folderID);
+    }
+}
+
+bool ProposalList::isUpToDate(PendingProposal& pending, const Look& look) {
+    FileIdentity& known = *pending.proposal.identity;
     const bool isSame = look.current && isSameStoredFile(known, *look.current);
     if (isSame && stoodStill(known, *look.current)) {
         m_changed.erase(look.proposalID);
@@ -214,17 +225,13 @@ void ProposalList::judge(const Look& look) {
             known = *look.current;
             m_context.ledger().take(known);
         }
-        return;
+        return true;
     }
-    if (isSame) {
-        auto& seen = m_changed[look.proposalID];
-        if (std::exchange(seen, *look.current->state) != *look.current->state)
-            return; // perhaps it is being written
-    }
-    const std::string folderID = place->folderID;
-    drop(place);
-    if (look.current)
-        m_nameAgain(look.path, folderID);
+    if (!isSame)
+        return false;
+    auto& seen = m_changed[look.proposalID];
+    // Where it looks otherwise than the last time it is perhaps being written.
+    return std::exchange(seen, *look.current->state) != *look.current->state;
 }
 
 } // namespace vesto

@@ -3,6 +3,7 @@
 #include "app/model/ModelContext.h"
 #include "app/model/PendingProposal.h"
 
+#include <deque>
 #include <functional>
 #include <map>
 #include <optional>
@@ -28,7 +29,7 @@ public:
     /// Takes up what an earlier run left, but for the proposals of folders not in `folderIDs`.
     void restore(const std::set<std::string, std::less<>>& folderIDs);
 
-    [[nodiscard]] const std::vector<PendingProposal>& all() const { return m_pending; }
+    [[nodiscard]] const std::deque<PendingProposal>& all() const { return m_pending; }
 
     /// Its identity is in flight already, and stays so.
     void add(const PendingProposal& proposed);
@@ -44,6 +45,7 @@ public:
     void review();
 
 private:
+    using Place = std::deque<PendingProposal>::iterator;
     struct Look {
         std::string proposalID;
         std::filesystem::path path;
@@ -51,24 +53,27 @@ private:
         bool isMarked = false; // so that something was done with it
     };
 
-    void look(const std::vector<PendingProposal>& proposals, std::function<void(std::vector<Look>)> back);
+    template <typename Proposals>
+    void look(const Proposals& proposals, std::function<void(std::vector<Look>)> back);
     void finishRestore(std::vector<PendingProposal> stored, const std::vector<Look>& looks);
-    void judge(const Look& look);
+    void judge(const std::vector<Look>& looks);
+    /// False where the file changed or left.
+    [[nodiscard]] bool isUpToDate(PendingProposal& pending, const Look& look);
     /// Nothing, and the user is told, where it is no longer pending.
     [[nodiscard]] std::optional<PendingProposal> taken(std::string_view proposalID);
     /// Out of the list and the notification centre, not yet out of the store.
-    PendingProposal removed(std::vector<PendingProposal>::iterator place);
+    PendingProposal removed(const Place& place);
     /// The same for all of whom it holds.
     std::vector<PendingProposal> removedWhere(const std::function<bool(const PendingProposal&)>& isMeant);
     /// Marks the file of a proposal that is out of the list, and forgets it.
     void ignore(const PendingProposal& pending);
     void forget(const PendingProposal& pending);
-    void drop(std::vector<PendingProposal>::iterator place) { forget(removed(place)); }
+    void drop(const Place& place) { forget(removed(place)); }
 
     ModelContext& m_context;
     Applier& m_applier;
     NameAgain m_nameAgain;
-    std::vector<PendingProposal> m_pending;
+    std::deque<PendingProposal> m_pending;
     /// How files that were changed looked last, by proposal: one is named again once it has stood still.
     std::map<std::string, FileState, std::less<>> m_changed;
 };

@@ -11,7 +11,6 @@
 #include <algorithm>
 #include <cstddef>
 #include <iterator>
-#include <span>
 #include <unordered_map>
 #include <unordered_set>
 #include <utility>
@@ -67,8 +66,8 @@ void PendingModel::follow() {
             continue;
         const auto place = static_cast<int>(row);
         std::vector<Row> added;
-        for (const PendingProposal& pending : std::span(now).subspan(row, end - row))
-            added.push_back(Row{pending, std::nullopt});
+        for (std::size_t each = row; each < end; ++each)
+            added.push_back(Row{now[each], std::nullopt});
         beginInsertRows({}, place, static_cast<int>(end) - 1);
         m_rows.insert(m_rows.begin() + place, std::move_iterator(added.begin()),
                       std::move_iterator(added.end()));

@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <cstdlib>
 #include <fstream>
+#include <functional>
 #include <set>
 #include <thread>
 
@@ -20,6 +21,10 @@ using Watching = AppModel::Watching;
 std::size_t floodSize() {
     const char* wish = std::getenv("VESTO_FLOOD");
     return wish == nullptr ? 300 : std::strtoul(wish, nullptr, 10);
+}
+
+std::chrono::milliseconds limitFor(std::size_t count) {
+    return std::chrono::seconds(60) + static_cast<int>(count) * std::chrono::milliseconds(200);
 }
 
 /// Letters only, so that it is a word of a title.
@@ -40,8 +45,12 @@ protected:
         ASSERT_TRUE(m_life->runUntil([&] { return m_life->model().isWatching("folder"); }));
     }
 
-    /// Three writers at once, while the first files are renamed already.
-    void flood(std::size_t count);
+    /// Three writers at once, while the first files are dealt with already; until `isOver`, and nothing is to
+    /// do any more.
+    void flood(std::size_t count, const std::function<bool()>& isOver);
+    void floodAndRename(std::size_t count);
+    /// How many files stand under names that Vesto gave them, each of which must be right.
+    [[nodiscard]] std::size_t renamedFiles(std::size_t count);
 
     TestFolder m_root;
     Home m_home{m_root / "files", m_root / "data"};
@@ -49,23 +58,21 @@ protected:
     std::unique_ptr<Life> m_life;
 };
 
-void FloodThreads::flood(std::size_t count) {
+void FloodThreads::flood(std::size_t count, const std::function<bool()>& isOver) {
     std::vector<std::thread> writers;
     for (std::size_t writer = 0; writer < 3; ++writer)
         writers.emplace_back([&, writer] {
             for (std::size_t number = writer; number < count; number += 3)
                 write(m_home.files / fmt::format("scan {}.txt", number), wordFor(number) + "\n");
         });
-    std::size_t renamed = 0;
-    QObject::connect(&m_life->model(), &AppModel::renamed, [&] { ++renamed; });
-    const auto limit = std::chrono::seconds(60) + static_cast<int>(count) * std::chrono::milliseconds(200);
-    EXPECT_TRUE(m_life->runUntil([&] { return renamed >= count; }, limit));
+    EXPECT_TRUE(m_life->runUntil(isOver, limitFor(count)));
     for (std::thread& writer : writers)
         writer.join();
     EXPECT_TRUE(m_life->runUntil([&] { return m_life->model().jobCount() == 0; }));
+}
 
+std::size_t FloodThreads::renamedFiles(std::size_t count) {
     const auto rows = m_life->store().history("", count + 10).value();
-    EXPECT_EQ(rows.size(), count);
     std::set<std::string> oldNames;
     for (const RenameRecord& row : rows) {
         EXPECT_TRUE(oldNames.insert(row.originalName).second) << row.originalName << " was renamed twice";
@@ -74,19 +81,62 @@ void FloodThreads::flood(std::size_t count) {
                   wordFor(std::strtoul(row.originalName.c_str() + 5, nullptr, 10)) + "\n");
     }
     EXPECT_EQ(namesIn(m_home.files).size(), count);
+    return rows.size();
+}
+
+void FloodThreads::floodAndRename(std::size_t count) {
+    begin(true);
+    std::size_t renamed = 0;
+    QObject::connect(&m_life->model(), &AppModel::renamed, [&] { ++renamed; });
+    flood(count, [&] { return renamed >= count; });
+    EXPECT_EQ(renamedFiles(count), count);
 }
 
 TEST_F(FloodThreads, EachFileOfManyIsRenamedOnce) {
-    begin(true);
-    flood(floodSize());
+    floodAndRename(floodSize());
 }
 
 TEST_F(FloodThreads, EachFileIsRenamedWhereTheSystemForgetsWhatItHasToTell) {
     const ShortQueue queue;
     if (!queue.isShort)
         GTEST_SKIP() << "the length of the system's queue may not be changed here";
-    begin(true);
-    flood(floodSize());
+    floodAndRename(floodSize());
+}
+
+TEST_F(FloodThreads, EachFileOfManyIsProposedOnceKeptAndAnswered) {
+    begin(false);
+    const std::size_t count = floodSize();
+    std::size_t proposed = 0;
+    QObject::connect(&m_life->model(), &AppModel::proposed, [&] { ++proposed; });
+    flood(count, [&] { return m_life->model().pending().size() >= count; });
+    EXPECT_EQ(proposed, count);
+    m_life.reset();
+    m_life = std::make_unique<Life>(m_home, m_disk);
+    ASSERT_TRUE(m_life->start(Watching::asSet));
+
+    AppModel& model = m_life->model();
+    std::set<std::filesystem::path> files;
+    std::vector<std::string> accepted, ignored; // in turn
+    for (const PendingProposal& pending : model.pending()) {
+        EXPECT_TRUE(files.insert(pending.proposal.url).second) << pending.proposal.url << " waits twice";
+        (accepted.size() > ignored.size() ? ignored : accepted).push_back(pending.id());
+    }
+    EXPECT_EQ(files.size(), count);
+    EXPECT_TRUE(m_life->store().history("", 1).value().empty());
+    EXPECT_EQ(namesIn(m_home.files).size(), count);
+
+    std::size_t answers = 0;
+    model.rejectAll(ignored);
+    for (const std::string& id : accepted)
+        model.accept(id, [&](const auto& answer) { answers += answer ? 1U : 0U; });
+    EXPECT_TRUE(m_life->runUntil([&] { return answers == accepted.size(); }, limitFor(count)));
+    EXPECT_TRUE(m_life->finish());
+    EXPECT_TRUE(m_life->store().pending().value().empty());
+    EXPECT_EQ(renamedFiles(count), accepted.size());
+    const auto unmarked = std::ranges::count_if(namesIn(m_home.files), [&](const std::string& name) {
+        return !ProcessedMarker::isMarked(m_home.files / name);
+    });
+    EXPECT_EQ(unmarked, 0);
 }
 
 TEST_F(FloodThreads, AWriterThatClosesAndReopensIsLeftInPeace) {
