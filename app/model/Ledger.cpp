@@ -11,6 +11,14 @@ Ledger::Ledger(Store& store, std::function<void(std::string)> report)
     : m_store(store)
     , m_report(std::move(report)) {}
 
+/// Nothing of it where it could not be read, which is told.
+template <typename Value> Value Ledger::valueOf(Store::Result<Value> found) {
+    if (found)
+        return *std::move(found);
+    fail(found.error());
+    return {};
+}
+
 std::expected<void, std::string> Ledger::begin(const RenameRecord& record) {
     flush();
     const auto saved = m_store.save(record);
@@ -32,19 +40,13 @@ void Ledger::drop(const RenameRecord& record) {
 }
 
 std::vector<RenameRecord> Ledger::unsettled() {
-    auto found = m_store.unsettled();
-    if (!found)
-        fail(found.error());
-    return found ? std::move(*found) : std::vector<RenameRecord>();
+    return valueOf(m_store.unsettled());
 }
 
 std::optional<RenameRecord> Ledger::record(std::string_view id) {
     if (const auto unsaved = m_unsaved.find(id); unsaved != m_unsaved.end())
         return unsaved->second;
-    auto found = m_store.record(id);
-    if (!found)
-        fail(found.error());
-    return found ? std::move(*found) : std::nullopt;
+    return valueOf(m_store.record(id));
 }
 
 bool Ledger::save(const WatchedFolder& folder) {
@@ -56,10 +58,7 @@ void Ledger::removeFolder(std::string_view id) {
 }
 
 std::vector<PendingProposal> Ledger::pending() {
-    auto found = m_store.pending();
-    if (!found)
-        fail(found.error());
-    return found ? std::move(*found) : std::vector<PendingProposal>();
+    return valueOf(m_store.pending());
 }
 
 void Ledger::save(const PendingProposal& pending) {
@@ -83,10 +82,7 @@ void Ledger::noteMark(const FileIdentity& file, ProcessedMarker::Marker marker, 
 std::optional<ProcessedMarker::Marker> Ledger::remembered(const FileIdentity& file) {
     if (const auto here = m_unmarked.find(file); here != m_unmarked.end())
         return here->second;
-    auto found = m_store.remembered(file);
-    if (!found)
-        fail(found.error());
-    return found ? std::move(*found) : std::nullopt;
+    return valueOf(m_store.remembered(file));
 }
 
 bool Ledger::isTaken(const FileIdentity& file) {

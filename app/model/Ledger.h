@@ -52,6 +52,7 @@ public:
     [[nodiscard]] Store& store() { return m_store; }
 
 private:
+    template <typename Value> [[nodiscard]] Value valueOf(Store::Result<Value> found);
     bool check(const Store::Result<void>& result);
     void fail(const StoreError& error);
     bool flush();
