@@ -8,6 +8,7 @@
 #include <gtest/gtest.h>
 #include <sys/xattr.h>
 
+#include <atomic>
 #include <memory>
 
 namespace vesto {
@@ -186,7 +187,6 @@ TEST(AppModelStoreFaults, EachWriteOfTheStoreFailsOnceAndTheNextStartTellsTheTru
 struct Race {
     const char* name;
     void (*act)(const std::filesystem::path& file);
-    bool mineGoes = false; // with what that program does
 };
 
 constexpr Race races[] = {
@@ -194,21 +194,24 @@ constexpr Race races[] = {
      [](const std::filesystem::path& file) { // the inode is handed out again
          std::filesystem::remove(file);
          write(file, "theirs");
-     },
-     true},
+     }},
     {"saved over by an editor",
      [](const std::filesystem::path& file) {
          write(folderOf(file) / "new.bin", "theirs");
          std::filesystem::rename(folderOf(file) / "new.bin", file);
-     },
-     true},
+     }},
     {"moved away and made anew",
      [](const std::filesystem::path& file) {
          std::error_code ignored;
          std::filesystem::rename(file, folderOf(file) / "elsewhere.bin", ignored);
          write(file, "theirs");
      }},
-    {"deleted", [](const std::filesystem::path& file) { std::filesystem::remove(file); }, true},
+    {"deleted", [](const std::filesystem::path& file) { std::filesystem::remove(file); }},
+    {"moved away",
+     [](const std::filesystem::path& file) {
+         std::error_code ignored;
+         std::filesystem::rename(file, folderOf(file) / "elsewhere.bin", ignored);
+     }},
     {"appended to",
      [](const std::filesystem::path& file) {
          if (std::filesystem::exists(file))
@@ -276,6 +279,53 @@ TEST_F(AppModelRaces, WhatStoodAfterTheRaceStandsAtTheEndAndTheHistoryTellsIt) {
                 }
     fmt::print("{} races\n", tried);
     EXPECT_GT(tried, 300);
+}
+
+/// From the first look at it on.
+TEST_F(AppModelRaces, AFileThatArrivesGetsNoNameOfAnother) {
+    int tried = 0;
+    for (const DiskTrait trait : {DiskTrait::none, DiskTrait::needsLinks})
+        for (const Race& race : races)
+            for (int moment = 1;; ++moment) {
+                SCOPED_TRACE(fmt::format("{}, {} before call {}",
+                                         trait == DiskTrait::none ? "plainly" : "by links", race.name,
+                                         moment));
+                const TestFolder root;
+                const Home home{root / "files", root / "data"};
+                settle(home, true);
+                const auto file = write(home.files / oldName, content);
+                HookedDisk disk;
+                std::atomic<int> calls = 0;
+                std::multiset<std::string> afterRace;
+                disk.setHook([&](Call call, const std::filesystem::path& path) {
+                    if (folderOf(path) == home.files && ++calls == moment) {
+                        race.act(file);
+                        afterRace = contentsIn(home.files);
+                    }
+                    return answerOf(trait, call);
+                });
+                Life life(home, disk);
+                ASSERT_TRUE(life.start(AppModel::Watching::asSet));
+                ASSERT_TRUE(life.runUntil([&] { return calls > 0 && life.model().jobCount() == 0; }));
+                ASSERT_TRUE(life.finish());
+                if (calls < moment)
+                    break; // there was no race
+                ++tried;
+                EXPECT_EQ(contentsIn(home.files), afterRace);
+                for (const std::string& name : namesIn(home.files)) {
+                    const bool isMine = contentOf(home.files / name).starts_with(content);
+                    EXPECT_TRUE(name == oldName || name.ends_with(".bin") ||
+                                name == (isMine ? "Facture eau avril.txt" : "Theirs.txt"))
+                        << name << " says " << contentOf(home.files / name);
+                }
+                const auto rows = life.store().history("", 10).value();
+                for (const RenameRecord& row : rows) {
+                    EXPECT_EQ(row.status, RenameRecord::Status::done);
+                    EXPECT_TRUE(std::filesystem::exists(home.files / row.newName)) << row.newName;
+                }
+            }
+    fmt::print("{} races\n", tried);
+    EXPECT_GT(tried, 100);
 }
 
 } // namespace
