@@ -11,6 +11,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <map>
 #include <stdexcept>
 
@@ -22,141 +23,67 @@ using testing::ElementsAre;
 using testing::IsEmpty;
 using Names = std::map<std::string, char>; // name to content: 'o' is the row's file, another letter another's
 
-const std::string temporary = ".vesto-rename-1";
+/// "o old.pdf, x New.pdf" for a folder with these two.
+Names listed(std::string_view list) {
+    Names names;
+    for (std::size_t at = 0; at < list.size();) {
+        const std::size_t end = std::min(list.find(", ", at), list.size());
+        names.emplace(list.substr(at + 2, end - at - 2), list[at]);
+        at = end + 2;
+    }
+    return names;
+}
 
 /// What a run left behind, and what is to come of it.
 struct Situation {
     const char* description;
-    Names before;
+    std::string before;
     bool isUndo;
     enum class Kind { exclusive, fallback, invents } disk;
     Status status;
     const char* newName;
-    Names after;
+    const char* after;
 };
 
 using enum Situation::Kind;
 
 const std::vector<Situation>& situations() {
     static const std::vector<Situation> list{
-        {"not begun", {{"old.pdf", 'o'}}, false, exclusive, Status::failed, "New.pdf", {{"old.pdf", 'o'}}},
-        {"done", {{"New.pdf", 'o'}}, false, exclusive, Status::done, "New.pdf", {{"New.pdf", 'o'}}},
-        {"done under a number",
-         {{"New.pdf", 'x'}, {"New 3.pdf", 'o'}},
-         false,
-         exclusive,
-         Status::done,
-         "New 3.pdf",
-         {{"New.pdf", 'x'}, {"New 3.pdf", 'o'}}},
-        {"done, and a new file under the old name",
-         {{"New.pdf", 'o'}, {"old.pdf", 'x'}},
-         false,
-         exclusive,
-         Status::done,
-         "New.pdf",
-         {{"New.pdf", 'o'}, {"old.pdf", 'x'}}},
-        {"renamed by hand since",
-         {{"Mine.pdf", 'o'}},
-         false,
-         exclusive,
-         Status::done,
-         "Mine.pdf",
-         {{"Mine.pdf", 'o'}}},
-        {"a hard link of the user's beside the old name",
-         {{"old.pdf", 'o'}, {"Mine.pdf", 'o'}},
-         false,
-         exclusive,
-         Status::failed,
-         "New.pdf",
-         {{"old.pdf", 'o'}, {"Mine.pdf", 'o'}}},
-        {"the user's hard link bears the new name",
-         {{"old.pdf", 'o'}, {"New.pdf", 'o'}},
-         false,
-         exclusive,
-         Status::failed,
-         "New.pdf",
-         {{"old.pdf", 'o'}, {"New.pdf", 'o'}}},
-        {"gone", {{"New.pdf", 'x'}}, false, exclusive, Status::failed, "New.pdf", {{"New.pdf", 'x'}}},
-        {"linked, the old name still there",
-         {{"old.pdf", 'o'}, {"New 2.pdf", 'o'}, {"New.pdf", 'x'}},
-         false,
-         fallback,
-         Status::done,
-         "New 2.pdf",
-         {{"New 2.pdf", 'o'}, {"New.pdf", 'x'}}},
-        {"the same where inodes are invented",
-         {{"old.pdf", 'o'}, {"New.pdf", 'o'}},
-         false,
-         invents,
-         Status::done,
-         "New.pdf",
-         {{"New.pdf", 'o'}}},
-        {"the old name moved aside",
-         {{temporary, 'o'}, {"New.pdf", 'o'}},
-         false,
-         fallback,
-         Status::done,
-         "New.pdf",
-         {{"New.pdf", 'o'}}},
-        {"only the temporary is left",
-         {{temporary, 'o'}},
-         false,
-         fallback,
-         Status::failed,
-         "New.pdf",
-         {{"old.pdf", 'o'}}},
-        {"only the temporary is left, the old name taken", // so it has another name after all
-         {{temporary, 'o'}, {"old.pdf", 'x'}},
-         false,
-         fallback,
-         Status::done,
-         "old 2.pdf",
-         {{"old 2.pdf", 'o'}, {"old.pdf", 'x'}}},
-        {"a temporary of another file",
-         {{temporary, 'x'}, {"New.pdf", 'o'}},
-         false,
-         fallback,
-         Status::done,
-         "New.pdf",
-         {{temporary, 'x'}, {"New.pdf", 'o'}}},
-
-        {"undo not begun", {{"New.pdf", 'o'}}, true, exclusive, Status::done, "New.pdf", {{"New.pdf", 'o'}}},
-        {"undone", {{"old.pdf", 'o'}}, true, exclusive, Status::undone, "New.pdf", {{"old.pdf", 'o'}}},
-        {"undo linked",
-         {{"old.pdf", 'o'}, {"New.pdf", 'o'}},
-         true,
-         fallback,
-         Status::undone,
-         "New.pdf",
-         {{"old.pdf", 'o'}}},
-        {"undo of a file with a hard link of the user's",
-         {{"old.pdf", 'o'}, {"New.pdf", 'o'}},
-         true,
-         exclusive,
-         Status::undone,
-         "New.pdf",
-         {{"old.pdf", 'o'}, {"New.pdf", 'o'}}},
-        {"undo left a temporary",
-         {{temporary, 'o'}, {"old.pdf", 'o'}},
-         true,
-         fallback,
-         Status::undone,
-         "New.pdf",
-         {{"old.pdf", 'o'}}},
-        {"undo left only a temporary",
-         {{temporary, 'o'}},
-         true,
-         fallback,
-         Status::done,
-         "New.pdf",
-         {{"New.pdf", 'o'}}},
-        {"undo of a file that is gone",
-         {{"old.pdf", 'x'}},
-         true,
-         exclusive,
-         Status::done,
-         "New.pdf",
-         {{"old.pdf", 'x'}}},
+        {"not begun", "o old.pdf", false, exclusive, Status::failed, "New.pdf", "o old.pdf"},
+        {"done", "o New.pdf", false, exclusive, Status::done, "New.pdf", "o New.pdf"},
+        {"done under a number", "x New.pdf, o New 3.pdf", false, exclusive, Status::done, "New 3.pdf",
+         "x New.pdf, o New 3.pdf"},
+        {"done, and a new file under the old name", "o New.pdf, x old.pdf", false, exclusive, Status::done,
+         "New.pdf", "o New.pdf, x old.pdf"},
+        {"renamed by hand since", "o Mine.pdf", false, exclusive, Status::done, "Mine.pdf", "o Mine.pdf"},
+        {"a hard link of the user's beside the old name", "o old.pdf, o Mine.pdf", false, exclusive,
+         Status::failed, "New.pdf", "o old.pdf, o Mine.pdf"},
+        {"the user's hard link bears the new name", "o old.pdf, o New.pdf", false, exclusive, Status::failed,
+         "New.pdf", "o old.pdf, o New.pdf"},
+        {"gone", "x New.pdf", false, exclusive, Status::failed, "New.pdf", "x New.pdf"},
+        {"linked, the old name still there", "o old.pdf, o New 2.pdf, x New.pdf", false, fallback,
+         Status::done, "New 2.pdf", "o New 2.pdf, x New.pdf"},
+        {"the same where inodes are invented", "o old.pdf, o New.pdf", false, invents, Status::done,
+         "New.pdf", "o New.pdf"},
+        {"the old name moved aside", "o .vesto-rename-1, o New.pdf", false, fallback, Status::done, "New.pdf",
+         "o New.pdf"},
+        {"only the temporary is left", "o .vesto-rename-1", false, fallback, Status::failed, "New.pdf",
+         "o old.pdf"},
+        // So that it has another name after all.
+        {"only the temporary is left, the old name taken", "o .vesto-rename-1, x old.pdf", false, fallback,
+         Status::done, "old 2.pdf", "o old 2.pdf, x old.pdf"},
+        {"a temporary of another file", "x .vesto-rename-1, o New.pdf", false, fallback, Status::done,
+         "New.pdf", "x .vesto-rename-1, o New.pdf"},
+        {"undo not begun", "o New.pdf", true, exclusive, Status::done, "New.pdf", "o New.pdf"},
+        {"undone", "o old.pdf", true, exclusive, Status::undone, "New.pdf", "o old.pdf"},
+        {"undo linked", "o old.pdf, o New.pdf", true, fallback, Status::undone, "New.pdf", "o old.pdf"},
+        {"undo of a file with a hard link of the user's", "o old.pdf, o New.pdf", true, exclusive,
+         Status::undone, "New.pdf", "o old.pdf, o New.pdf"},
+        {"undo left a temporary", "o .vesto-rename-1, o old.pdf", true, fallback, Status::undone, "New.pdf",
+         "o old.pdf"},
+        {"undo left only a temporary", "o .vesto-rename-1", true, fallback, Status::done, "New.pdf",
+         "o New.pdf"},
+        {"undo of a file that is gone", "x old.pdf", true, exclusive, Status::done, "New.pdf", "x old.pdf"},
     };
     return list;
 }
@@ -182,7 +109,7 @@ struct Scene {
                .undoing = situation.isUndo};
         row.identity.device += 4; // since the restart
         disk.files.clear();
-        for (const auto& [name, content] : situation.before)
+        for (const auto& [name, content] : listed(situation.before))
             disk.files["/d/" + name] = contents[content];
         all = disk.contents();
     }
@@ -208,7 +135,7 @@ void expectEnd(const Situation& situation, const Scene& scene, const RenameRecor
     EXPECT_EQ(settled.status, situation.status);
     EXPECT_EQ(settled.newName, situation.newName);
     EXPECT_FALSE(settled.undoing);
-    EXPECT_EQ(scene.names(), situation.after);
+    EXPECT_EQ(scene.names(), listed(situation.after));
     EXPECT_EQ(settled.errorMessage.has_value(), situation.status == Status::failed);
 }
 
@@ -284,7 +211,7 @@ TEST(Recovery, TakesAwayWhatAFinishedRenameLeft) {
     for (const Row& row : {Row{Status::done, "New.pdf"}, Row{Status::undone, "old.pdf"},
                            Row{Status::undone, "mine.pdf"}, Row{Status::done, "mine.pdf"}}) {
         SCOPED_TRACE(row.name);
-        Scene scene({"", {{temporary, 'o'}, {row.name, 'o'}}, true, fallback, row.status, "New.pdf", {}});
+        Scene scene({"", "o .vesto-rename-1, o " + row.name, true, fallback, row.status, "New.pdf", ""});
         scene.row.status = row.status;
         const auto settled = scene.settle().settled;
         ASSERT_EQ(settled.size(), 1U);
@@ -309,7 +236,7 @@ TEST(Recovery, LeavesARowThatItCannotJudge) {
 }
 
 TEST(Recovery, HandsOverWhatCouldNotBeMarked) {
-    Scene scene({"", {{"New.pdf", 'o'}}, false, exclusive, Status::done, "New.pdf", {}});
+    Scene scene({"", "o New.pdf", false, exclusive, Status::done, "New.pdf", ""});
     scene.disk.attributeAnswer = EOPNOTSUPP;
     const auto outcome = scene.settle();
     ASSERT_EQ(outcome.unmarked.size(), 1U);

@@ -39,6 +39,7 @@ TEST(CommandLine, ExitStatusTellsWrongUsageFromWorkLeft) {
         {{"name", "--template", "{date}", file}, 2, "Le modèle doit contenir {title}."},
         {{"rename", "--min-confidence", "60", file}, 2, "--min-confidence"},
         {{"rename", "--min-confidence", "nan", file}, 2, "--min-confidence"},
+        {{"rename", "--min-confidence", "0.6", file}, 1, "laissé tel quel"},
         {{"name", file}, 0, "confiance"},
         {{"name", plain}, 1, "non pris en charge"},
         {{"name", file + ".absent.txt"}, 1, "n'existe plus"},
@@ -47,6 +48,8 @@ TEST(CommandLine, ExitStatusTellsWrongUsageFromWorkLeft) {
         {{"rename", "--help"}, 0, "--min-confidence"},
         {{"template", "{date:yyyy} {title}"}, 0, "Facture d’électricité"},
         {{"template", "{foo} {title}"}, 1, "Jeton inconnu : {foo}."},
+        {{"generic", "--json", "IMG_0042.HEIC"}, 0, R"("generic":true)"},
+        {{"generic", "--json", "Vacances en Bretagne.jpg"}, 0, R"("generic":false)"},
     };
     for (const Row& row : rows) {
         SCOPED_TRACE(testing::PrintToString(row.words));
@@ -101,17 +104,6 @@ TEST(CommandLine, RenamesNumbersAndUndoes) {
     const RunResult again = runVesto({"undo", folder.path()});
     EXPECT_EQ(again.status, 1);
     EXPECT_THAT(again.out, HasSubstr("Aucun fichier à rétablir"));
-}
-
-TEST(CommandLine, LeavesTheUnsureOnesAndSaysSo) {
-    const Folder folder;
-    const std::string file = folder.write("scan0001.txt", invoice);
-    const RunResult run = runVesto({"rename", "--min-confidence", "0.6", file});
-    EXPECT_EQ(run.status, 1);
-    EXPECT_THAT(run.out, HasSubstr("laissé tel quel"));
-    EXPECT_THAT(folder.names(), ElementsAre("scan0001.txt"));
-    EXPECT_EQ(runVesto({"rename", "--min-confidence", "0.55", file}).status,
-              0); // what reaches the bar is sure
 }
 
 TEST(CommandLine, UndoKeepsAFileThatTookTheOldName) {
@@ -201,14 +193,6 @@ TEST(CommandLine, ReadsAsTheModelWouldSeeIt) {
     EXPECT_TRUE(prompt.out.starts_with("Type : document texte (Texte)\nPériode détectée : October 2026\n"))
         << prompt.out;
     EXPECT_TRUE(prompt.out.ends_with("84,20 €\n\"\"\"\n")) << prompt.out;
-}
-
-TEST(CommandLine, GenericNames) {
-    const RunResult run = runVesto({"generic", "--json", "IMG_0042.HEIC", "Vacances en Bretagne.jpg"});
-    const auto records = objects(run.out);
-    ASSERT_EQ(records.size(), 2U);
-    EXPECT_TRUE(records[0].value("generic", false));
-    EXPECT_FALSE(records[1].value("generic", true));
 }
 
 } // namespace

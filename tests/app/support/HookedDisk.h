@@ -13,7 +13,7 @@ namespace vesto {
 
 /// The disks of this machine, but for what a test does before each call: make it fail, or play another
 /// program. Thread-safe.
-class HookedDisk final : public Disk {
+class HookedDisk : public Disk {
 public:
     enum class Call {
         status,

@@ -1,6 +1,7 @@
 #pragma once
 #include "app/model/AppModel.h"
 #include "core/extraction/ContentReading.h"
+#include "tests/app/support/HookedDisk.h"
 #include "tests/core/files/TestFolder.h"
 
 #include <gtest/gtest.h>
@@ -10,9 +11,9 @@
 #include <algorithm>
 #include <array>
 #include <atomic>
+#include <cerrno>
 #include <chrono>
 #include <cstddef>
-#include <cstdint>
 #include <functional>
 #include <memory>
 #include <mutex>
@@ -48,49 +49,18 @@ public:
 };
 
 /// The real disk, which may refuse attributes, or not answer for a while.
-class PickyDisk : public Disk {
+class PickyDisk : public HookedDisk {
 public:
+    PickyDisk() {
+        setHook([this](Call call, const std::filesystem::path&) {
+            while (hangs)
+                std::this_thread::sleep_for(std::chrono::milliseconds(1));
+            return refusesAttributes && call == Call::writeAttribute ? EOPNOTSUPP : 0;
+        });
+    }
+
     std::atomic<bool> refusesAttributes = false;
     std::atomic<bool> hangs = false;
-
-    std::expected<FileStatus, int> status(const std::filesystem::path& path) override {
-        while (hangs)
-            std::this_thread::sleep_for(std::chrono::milliseconds(1));
-        return m_disk.status(path);
-    }
-    bool inventsInodes(const std::filesystem::path& folder) override { return m_disk.inventsInodes(folder); }
-    std::optional<std::string> volumeName(std::uint64_t device) override { return m_disk.volumeName(device); }
-    std::expected<std::vector<std::string>, int> list(const std::filesystem::path& folder) override {
-        return m_disk.list(folder);
-    }
-    Result renameExclusively(const std::filesystem::path& from, const std::filesystem::path& to) override {
-        return m_disk.renameExclusively(from, to);
-    }
-    Result moveToSecretName(const std::filesystem::path& from, const std::filesystem::path& to) override {
-        return m_disk.moveToSecretName(from, to);
-    }
-    Result link(const std::filesystem::path& existing, const std::filesystem::path& name) override {
-        return m_disk.link(existing, name);
-    }
-    Result unlink(const std::filesystem::path& path) override { return m_disk.unlink(path); }
-    Result syncFolder(const std::filesystem::path& folder) override { return m_disk.syncFolder(folder); }
-    std::expected<std::size_t, int> attributeSize(const std::filesystem::path& path,
-                                                  const char* name) override {
-        return m_disk.attributeSize(path, name);
-    }
-    std::expected<std::string, int> readAttribute(const std::filesystem::path& path, const char* name,
-                                                  std::size_t size) override {
-        return m_disk.readAttribute(path, name, size);
-    }
-    Result writeAttribute(const std::filesystem::path& path, const char* name,
-                          std::string_view value) override {
-        if (refusesAttributes)
-            return std::unexpected(EOPNOTSUPP);
-        return m_disk.writeAttribute(path, name, value);
-    }
-
-private:
-    Disk& m_disk = systemDisk();
 };
 
 /// The clock of the machine, which counts who sleeps.
@@ -114,10 +84,7 @@ public:
             static int wordCount = 1;
             static std::string program = "app_tests";
             static std::array<char*, 2> words{program.data(), nullptr};
-            static const auto application = // the tests of the windows have one
-                QCoreApplication::instance() == nullptr
-                    ? std::make_unique<QCoreApplication>(wordCount, words.data())
-                    : nullptr;
+            static const QCoreApplication application(wordCount, words.data());
         }
         openStore();
     }
