@@ -9,7 +9,6 @@
 #include <iostream>
 #include <span>
 #include <string_view>
-#include <utility>
 
 namespace {
 
@@ -17,14 +16,6 @@ constexpr std::string_view usage = "vesto-desktop [--hidden]\n\n"
                                    "  --hidden    n'ouvre aucune fenêtre (à la connexion)\n"
                                    "  --version   affiche la version\n"
                                    "  --help      affiche cette aide\n";
-
-/// Nothing here is drawn by OpenGL, whose libraries would be the larger half of the process.
-void keepGraphicsOut() {
-    for (const auto& [name, value] :
-         {std::pair{"QT_XCB_GL_INTEGRATION", "none"}, {"QT_WAYLAND_DISABLE_HW_INTEGRATION", "1"}})
-        if (!qEnvironmentVariableIsSet(name))
-            qputenv(name, value);
-}
 
 } // namespace
 
@@ -40,7 +31,6 @@ int main(int argc, char** argv) {
         }
     }
     vesto::EndSignals::keep();
-    keepGraphicsOut();
     static_cast<void>(vesto::namesSessionBus()); // before Qt looks for one
     const auto token = vesto::Desktop::takeActivationToken();
     try {

@@ -103,8 +103,8 @@ void MenuPanel::build() {
     contents->addWidget(m_batch);
     contents->addWidget(m_recentHeader);
     contents->addWidget(m_recentList->parentWidget());
-    contents->addWidget(m_empty, 1);
-    contents->addStretch();
+    contents->addWidget(m_empty, 1000);
+    contents->addStretch(1); // what is left is left below, and not between a header and its list
     m_scroll->setWidget(m_body);
 
     auto* column = new QVBoxLayout(this);
