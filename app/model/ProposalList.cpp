@@ -12,12 +12,7 @@
 
 namespace vesto {
 
-template <typename Proposals>
-void ProposalList::look(const Proposals& proposals, std::function<void(std::vector<Look>)> back) {
-    std::vector<Look> looks;
-    looks.reserve(proposals.size());
-    for (const PendingProposal& pending : proposals)
-        looks.push_back({pending.proposal.id, pending.proposal.url});
+void ProposalList::look(std::vector<Look> looks, std::function<void(std::vector<Look>)> back) {
     m_context.onFiles(
         [looks = std::move(looks), &disk = m_context.given().disk]() mutable {
             for (Look& look : looks) {
@@ -38,7 +33,10 @@ void ProposalList::restore(const std::set<std::string, std::less<>>& folderIDs) 
     stored.erase(orphans.begin(), orphans.end());
     if (stored.empty())
         return;
-    look(stored, [this, stored](const std::vector<Look>& looks) { finishRestore(stored, looks); });
+    std::vector<Look> wanted;
+    for (const PendingProposal& pending : stored)
+        wanted.push_back({pending.id(), pending.proposal.url});
+    look(std::move(wanted), [this, stored](const std::vector<Look>& looks) { finishRestore(stored, looks); });
 }
 
 void ProposalList::finishRestore(std::vector<PendingProposal> stored, const std::vector<Look>& looks) {
@@ -194,8 +192,11 @@ void ProposalList::dropFile(const FileIdentity& identity) {
 }
 
 void ProposalList::review() {
-    if (!m_pending.empty())
-        look(m_pending, [this](const std::vector<Look>& looks) { judge(looks); });
+    std::vector<Look> wanted;
+    for (const PendingProposal& pending : m_pending)
+        wanted.push_back({pending.id(), pending.proposal.url});
+    if (!wanted.empty())
+        look(std::move(wanted), [this](const std::vector<Look>& looks) { judge(looks); });
 }
 
 void ProposalList::judge(const std::vector<Look>& looks) {

@@ -53,8 +53,8 @@ private:
         bool isMarked = false; // so that something was done with it
     };
 
-    template <typename Proposals>
-    void look(const Proposals& proposals, std::function<void(std::vector<Look>)> back);
+    /// How the files are now; each look knows its proposal and path.
+    void look(std::vector<Look> looks, std::function<void(std::vector<Look>)> back);
     void finishRestore(std::vector<PendingProposal> stored, const std::vector<Look>& looks);
     void judge(const std::vector<Look>& looks);
     /// False where the file changed or left.
