@@ -192,11 +192,15 @@ void ProposalList::dropFile(const FileIdentity& identity) {
 }
 
 void ProposalList::review() {
+    if (m_pending.empty() || std::exchange(m_isReviewing, true))
+        return;
     std::vector<Look> wanted;
     for (const PendingProposal& pending : m_pending)
         wanted.push_back({pending.id(), pending.proposal.url});
-    if (!wanted.empty())
-        look(std::move(wanted), [this](const std::vector<Look>& looks) { judge(looks); });
+    look(std::move(wanted), [this](const std::vector<Look>& looks) {
+        m_isReviewing = false;
+        judge(looks);
+    });
 }
 
 void ProposalList::judge(const std::vector<Look>& looks) {

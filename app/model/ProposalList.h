@@ -76,6 +76,7 @@ private:
     std::deque<PendingProposal> m_pending;
     /// How files that were changed looked last, by proposal: one is named again once it has stood still.
     std::map<std::string, FileState, std::less<>> m_changed;
+    bool m_isReviewing = false; // a disk that is slow or hangs must not be asked again and again meanwhile
 };
 
 } // namespace vesto
