@@ -131,16 +131,15 @@ UniqueFd ControlListener::accept() const {
 }
 
 bool ControlPeer::send(const Json& message, int attachment) {
-    UniqueFd attached;
-    if (attachment >= 0) {
-        attached.reset(::fcntl(attachment, F_DUPFD_CLOEXEC, 0));
-        if (!attached)
-            return false;
-    }
+    UniqueFd attached(attachment < 0 ? -1 : ::fcntl(attachment, F_DUPFD_CLOEXEC, 0));
+    if (attachment >= 0 && !attached)
+        return false;
+    const std::size_t first = m_unsent.size();
     for (std::string& frame : ipc::controlFrames(writeJson(message))) {
         m_unsentBytes += frame.size();
-        m_unsent.push_back({std::move(frame), std::move(attached)});
+        m_unsent.push_back({std::move(frame), UniqueFd()});
     }
+    m_unsent[first].attached = std::move(attached);
     return flush() && m_unsentBytes <= maxUnsent;
 }
 
