@@ -125,7 +125,7 @@ public:
     void picture(QWidget& window, QWidget& popup, const std::string& name) const {
         window.show();
         pass(std::chrono::milliseconds(300));
-        QPixmap whole = window.grab();
+        const QPixmap whole = window.grab();
         const QPoint at = popup.pos() - window.mapToGlobal(QPoint(0, 0));
         const QSize size = window.size().expandedTo(QSize(at.x() + popup.width(), at.y() + popup.height()));
         QPixmap both(size * whole.devicePixelRatio());
