@@ -12,6 +12,15 @@
 
 namespace vesto {
 
+template <typename Proposals>
+std::vector<ProposalList::Look> ProposalList::looksAt(const Proposals& proposals) {
+    std::vector<Look> looks;
+    looks.reserve(proposals.size());
+    for (const PendingProposal& pending : proposals)
+        looks.push_back({pending.id(), pending.proposal.url});
+    return looks;
+}
+
 void ProposalList::look(std::vector<Look> looks, std::function<void(std::vector<Look>)> back) {
     m_context.onFiles(
         [looks = std::move(looks), &disk = m_context.given().disk]() mutable {
@@ -25,7 +34,7 @@ void ProposalList::look(std::vector<Look> looks, std::function<void(std::vector<
 }
 
 void ProposalList::restore(const std::set<std::string, std::less<>>& folderIDs) {
-    auto stored = m_context.ledger().pending();
+    auto& stored = m_restored = m_context.ledger().pending();
     const auto orphans = std::ranges::stable_partition(
         stored, [&](const PendingProposal& pending) { return folderIDs.contains(pending.folderID); });
     for (const PendingProposal& pending : orphans)
@@ -33,13 +42,11 @@ void ProposalList::restore(const std::set<std::string, std::less<>>& folderIDs) 
     stored.erase(orphans.begin(), orphans.end());
     if (stored.empty())
         return;
-    std::vector<Look> wanted;
-    for (const PendingProposal& pending : stored)
-        wanted.push_back({pending.id(), pending.proposal.url});
-    look(std::move(wanted), [this, stored](const std::vector<Look>& looks) { finishRestore(stored, looks); });
+    look(looksAt(stored), [this](const std::vector<Look>& looks) { finishRestore(looks); });
 }
 
-void ProposalList::finishRestore(std::vector<PendingProposal> stored, const std::vector<Look>& looks) {
+void ProposalList::finishRestore(const std::vector<Look>& looks) {
+    auto stored = std::exchange(m_restored, {});
     for (std::size_t index = 0; index < stored.size(); ++index) {
         PendingProposal& pending = stored[index];
         const auto& current = looks[index].current;
@@ -194,10 +201,7 @@ void ProposalList::dropFile(const FileIdentity& identity) {
 void ProposalList::review() {
     if (m_pending.empty() || std::exchange(m_isReviewing, true))
         return;
-    std::vector<Look> wanted;
-    for (const PendingProposal& pending : m_pending)
-        wanted.push_back({pending.id(), pending.proposal.url});
-    look(std::move(wanted), [this](const std::vector<Look>& looks) {
+    look(looksAt(m_pending), [this](const std::vector<Look>& looks) {
         m_isReviewing = false;
         judge(looks);
     });

@@ -53,9 +53,11 @@ private:
         bool isMarked = false; // so that something was done with it
     };
 
+    /// To be taken at the files of these.
+    template <typename Proposals> [[nodiscard]] static std::vector<Look> looksAt(const Proposals& proposals);
     /// How the files are now; each look knows its proposal and path.
     void look(std::vector<Look> looks, std::function<void(std::vector<Look>)> back);
-    void finishRestore(std::vector<PendingProposal> stored, const std::vector<Look>& looks);
+    void finishRestore(const std::vector<Look>& looks);
     void judge(const std::vector<Look>& looks);
     /// False where the file changed or left.
     [[nodiscard]] bool isUpToDate(PendingProposal& pending, const Look& look);
@@ -74,6 +76,7 @@ private:
     Applier& m_applier;
     NameAgain m_nameAgain;
     std::deque<PendingProposal> m_pending;
+    std::vector<PendingProposal> m_restored; // of an earlier run, until their files were looked at
     /// How files that were changed looked last, by proposal: one is named again once it has stood still.
     std::map<std::string, FileState, std::less<>> m_changed;
     bool m_isReviewing = false; // a disk that is slow or hangs must not be asked again and again meanwhile
