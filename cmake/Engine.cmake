@@ -65,16 +65,17 @@ elseif(VESTO_MODEL STREQUAL "source")
   if(got)
     include(ExternalProject)
     set(made ${CMAKE_BINARY_DIR}/engine)
-    set(libraries ${made}/lib/libllama.so ${made}/lib/libggml.so ${made}/lib/libggml-base.so ${made}/lib/libggml-cpu.so)
+    set(built ${made}/src/engine_sources-build/bin) # where it puts its libraries, whatever it is told
+    set(libraries ${built}/libllama.so ${built}/libggml.so ${built}/libggml-base.so ${built}/libggml-cpu.so)
     ExternalProject_Add(engine_sources SOURCE_DIR ${engine}/llama.cpp PREFIX ${made} INSTALL_COMMAND ""
       BUILD_BYPRODUCTS ${libraries}
-      CMAKE_ARGS -DCMAKE_BUILD_TYPE=Release -DCMAKE_LIBRARY_OUTPUT_DIRECTORY=${made}/lib -DGGML_OPENMP=OFF
+      CMAKE_ARGS -DCMAKE_BUILD_TYPE=Release -DGGML_OPENMP=OFF
         -DLLAMA_BUILD_COMMON=OFF -DLLAMA_BUILD_TESTS=OFF -DLLAMA_BUILD_TOOLS=OFF -DLLAMA_BUILD_EXAMPLES=OFF
         -DLLAMA_BUILD_SERVER=OFF -DLLAMA_BUILD_APP=OFF)
     vesto_engine_libraries("${engine}/llama.cpp/include;${engine}/llama.cpp/ggml/include" ${libraries})
     add_dependencies(vesto_engine engine_sources)
     vesto_speech_sources(${engine}/whisper)
-    install(DIRECTORY ${made}/lib/ DESTINATION libexec/vesto/engine)
+    install(DIRECTORY ${built}/ DESTINATION libexec/vesto/engine)
     install(DIRECTORY ${engine}/licenses/ DESTINATION share/doc/vesto/licenses)
     set(found source)
   endif()

@@ -60,6 +60,7 @@ protected:
 
 void FloodThreads::flood(std::size_t count, const std::function<bool()>& isOver) {
     std::vector<std::thread> writers;
+    writers.reserve(3);
     for (std::size_t writer = 0; writer < 3; ++writer)
         writers.emplace_back([&, writer] {
             for (std::size_t number = writer; number < count; number += 3)

@@ -19,7 +19,6 @@ namespace vesto {
 namespace {
 
 using Status = RenameRecord::Status;
-using testing::ElementsAre;
 using testing::IsEmpty;
 using Names = std::map<std::string, char>; // name to content: 'o' is the row's file, another letter another's
 
@@ -179,6 +178,7 @@ TEST(Recovery, LosesNothingWhenItFailsOrIsKilled) {
                 try {
                     first = scene.settle();
                 } catch (const Killed&) {
+                    EXPECT_TRUE(isKilled);
                 }
                 const bool wasLast = scene.disk.calls < fatal;
                 scene.disk.beforeCall = {};
