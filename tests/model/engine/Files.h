@@ -1,5 +1,7 @@
 #pragma once
 #include <gtest/gtest.h>
+#include <sys/types.h>
+#include <time.h>
 
 #include <chrono>
 #include <cstdlib>
@@ -35,6 +37,15 @@ inline std::string bytesOf(const std::filesystem::path& path) {
 
 inline void write(const std::filesystem::path& path, const std::string& bytes) {
     std::ofstream(path, std::ios::binary) << bytes;
+}
+
+/// The processor time that a process has had.
+inline std::chrono::nanoseconds workOf(pid_t process) {
+    clockid_t clock{};
+    timespec time{};
+    EXPECT_EQ(::clock_getcpuclockid(process, &clock), 0);
+    EXPECT_EQ(::clock_gettime(clock, &time), 0);
+    return std::chrono::seconds(time.tv_sec) + std::chrono::nanoseconds(time.tv_nsec);
 }
 
 /// Whether the process of a remote model ends, at the latest after ten seconds.

@@ -219,8 +219,11 @@ TEST(RemoteLanguageModelThreads, AHostThatIsKilledCostsOneTitle) {
     ASSERT_EQ(titleFrom(model, "Relevé", 4), "(unusable)");
     const auto host = model.process();
     ASSERT_TRUE(host);
+    const auto before = workOf(*host);
     auto title = std::async([&] { return titleFrom(model, "Relevé", 1024); });
-    std::this_thread::sleep_for(30ms);
+    // One that was not asked yet would cost nothing.
+    for (int i = 0; i < 30'000 && workOf(*host) < before + 20ms; ++i)
+        std::this_thread::sleep_for(1ms);
     ASSERT_EQ(::kill(*host, SIGKILL), 0);
     EXPECT_EQ(title.get(), "(engine)");
     EXPECT_EQ(model.availability(), Availability::available);
