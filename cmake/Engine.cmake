@@ -31,9 +31,7 @@ function(vesto_speech_sources folder)
   if(VESTO_SANITIZE)
     target_compile_options(vesto_speech PRIVATE -fno-sanitize=all)
   endif()
-  # Its sums are done where services/model can stop them.
-  target_compile_definitions(vesto_speech PRIVATE WHISPER_VERSION="1.9.1"
-    ggml_backend_init_by_type=vesto_processor_for_speech)
+  target_compile_definitions(vesto_speech PRIVATE WHISPER_VERSION="1.9.1")
   set_target_properties(vesto_speech PROPERTIES CXX_STANDARD 17)
 endfunction()
 

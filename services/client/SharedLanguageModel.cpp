@@ -18,37 +18,37 @@ constexpr milliseconds step{50};         // between two looks at a model that ge
 } // namespace
 
 LanguageModel::Availability SharedLanguageModel::availability() {
-    if (const auto model = own())
+    if (const auto model = m_own.ifTurnedTo())
         return model->availability();
     if (const auto told = state(std::nullopt))
         return told->availability;
-    return turnToOwn()->availability();
+    return m_own.turnTo()->availability();
 }
 
 bool SharedLanguageModel::supportsLanguage(std::string_view language) {
-    if (const auto model = own())
+    if (const auto model = m_own.ifTurnedTo())
         return model->supportsLanguage(language);
     const std::scoped_lock lock(m_mutex);
     return RemoteLanguageModel::supports(m_state.facts, language);
 }
 
 void SharedLanguageModel::prewarm(const std::string& instructions) {
-    auto model = own();
+    auto model = m_own.ifTurnedTo();
     if (!model && !state(instructions))
-        model = turnToOwn();
+        model = m_own.turnTo();
     if (model)
         model->prewarm(instructions);
 }
 
 std::expected<ProposedName, LanguageModel::Failure> SharedLanguageModel::respond(const ModelRequest& request,
                                                                                  std::stop_token stop) {
-    if (const auto model = own())
+    if (const auto model = m_own.ifTurnedTo())
         return model->respond(request, std::move(stop));
     auto answer = ask(request, stop);
     if (stop.stop_requested())
         return std::unexpected(Failure{Failure::Code::cancelled, "cancelled"});
     if (!answer)
-        return turnToOwn()->respond(request, std::move(stop));
+        return m_own.turnTo()->respond(request, std::move(stop));
     const std::scoped_lock lock(m_mutex);
     m_written = answer->written;
     return std::move(answer->title);
@@ -58,38 +58,26 @@ void SharedLanguageModel::settle(milliseconds timeout) {
     const Clock& clock = systemClock();
     const auto end = clock.sinceBoot() + timeout;
     const auto left = [&] { return std::chrono::ceil<milliseconds>(end - clock.sinceBoot()); };
-    while (!own()) {
+    while (!m_own.ifTurnedTo()) {
         const auto told = state(std::nullopt);
         if (!told)
-            static_cast<void>(turnToOwn());
+            static_cast<void>(m_own.turnTo());
         else if (!told->isGettingReady || left() <= milliseconds(0))
             return;
         else
             std::this_thread::sleep_for(std::min(step, left()));
     }
-    static_cast<void>(own()->settle(std::max(left(), milliseconds(0))));
+    static_cast<void>(m_own.turnTo()->settle(std::max(left(), milliseconds(0))));
 }
 
 RemoteLanguageModel::Facts SharedLanguageModel::facts() {
-    if (const auto model = own())
+    if (const auto model = m_own.ifTurnedTo())
         return model->facts();
     const std::scoped_lock lock(m_mutex);
     auto facts = m_state.facts;
     facts.lastTokens = m_written.tokens;
     facts.lastRefusals = m_written.refusals;
     return facts;
-}
-
-std::shared_ptr<RemoteLanguageModel> SharedLanguageModel::own() const {
-    const std::scoped_lock lock(m_mutex);
-    return m_own;
-}
-
-std::shared_ptr<RemoteLanguageModel> SharedLanguageModel::turnToOwn() {
-    const std::scoped_lock lock(m_mutex);
-    if (!m_own)
-        m_own = m_makeOwn();
-    return m_own;
 }
 
 std::optional<lent::State> SharedLanguageModel::state(std::optional<std::string> instructions) {

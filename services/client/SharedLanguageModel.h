@@ -2,11 +2,11 @@
 #include "core/naming/LanguageModel.h"
 #include "services/client/ControlClient.h"
 #include "services/client/LentModel.h"
+#include "services/client/OwnHost.h"
 #include "services/client/RemoteLanguageModel.h"
 
 #include <chrono>
 #include <filesystem>
-#include <functional>
 #include <memory>
 #include <mutex>
 #include <optional>
@@ -19,13 +19,13 @@ namespace vesto {
 /// is a host of this program's own from then on. Thread-safe.
 class SharedLanguageModel final : public LanguageModel {
 public:
-    using MakeOwn = std::function<std::shared_ptr<RemoteLanguageModel>()>;
+    using MakeOwn = OwnHost<RemoteLanguageModel>::Make;
 
-    /// `own` makes the one that does it here; called once at most.
-    SharedLanguageModel(std::filesystem::path dataFolder, std::filesystem::path file, MakeOwn own)
+    /// `makeOwn` makes the one that does it here; called once at most.
+    SharedLanguageModel(std::filesystem::path dataFolder, std::filesystem::path file, MakeOwn makeOwn)
         : m_dataFolder(std::move(dataFolder))
         , m_file(std::move(file))
-        , m_makeOwn(std::move(own)) {}
+        , m_own(std::move(makeOwn)) {}
 
     [[nodiscard]] Availability availability() override;
     [[nodiscard]] bool supportsLanguage(std::string_view language) override;
@@ -39,19 +39,15 @@ public:
     [[nodiscard]] RemoteLanguageModel::Facts facts();
 
 private:
-    /// The one of this program, if it came to that.
-    [[nodiscard]] std::shared_ptr<RemoteLanguageModel> own() const;
-    [[nodiscard]] std::shared_ptr<RemoteLanguageModel> turnToOwn();
     /// What the engine says of its model, at most after a moment; nothing where it has none for us.
     [[nodiscard]] std::optional<lent::State> state(std::optional<std::string> instructions);
     [[nodiscard]] std::optional<lent::Answer> ask(const ModelRequest& request, const std::stop_token& stop);
 
     const std::filesystem::path m_dataFolder;
     const std::filesystem::path m_file;
-    const MakeOwn m_makeOwn;
+    OwnHost<RemoteLanguageModel> m_own; // if it came to that
 
     mutable std::mutex m_mutex; // for all below
-    std::shared_ptr<RemoteLanguageModel> m_own;
     lent::State m_state;                    // as last told
     RemoteLanguageModel::Written m_written; // of the last title that was lent
 };

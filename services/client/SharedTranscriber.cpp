@@ -22,7 +22,7 @@ std::optional<std::vector<std::string>> SharedTranscriber::transcribe(std::span<
                                                                       const std::vector<std::string>& locales,
                                                                       Seconds timeout, std::stop_token stop) {
     const auto start = systemClock().sinceBoot();
-    if (const auto speech = own())
+    if (const auto speech = m_own.ifTurnedTo())
         return speech->transcribe(samples, locales, timeout, std::move(stop));
     const bool isToBeHeard = !isSilent(samples);
     const auto sound = isToBeHeard ? SealedSound::of(samples) : std::nullopt;
@@ -31,7 +31,7 @@ std::optional<std::vector<std::string>> SharedTranscriber::transcribe(std::span<
         return std::nullopt;
     if (sound && !heard) {
         const Seconds left = timeout - (systemClock().sinceBoot() - start);
-        return turnToOwn()->transcribe(samples, locales, std::max(left, Seconds(0)), std::move(stop));
+        return m_own.turnTo()->transcribe(samples, locales, std::max(left, Seconds(0)), std::move(stop));
     }
     const std::scoped_lock lock(m_mutex);
     if (heard)
@@ -44,22 +44,10 @@ std::optional<std::vector<std::string>> SharedTranscriber::transcribe(std::span<
 }
 
 RemoteTranscriber::Facts SharedTranscriber::facts() {
-    if (const auto speech = own())
+    if (const auto speech = m_own.ifTurnedTo())
         return speech->facts();
     const std::scoped_lock lock(m_mutex);
     return m_facts;
-}
-
-std::shared_ptr<RemoteTranscriber> SharedTranscriber::own() const {
-    const std::scoped_lock lock(m_mutex);
-    return m_own;
-}
-
-std::shared_ptr<RemoteTranscriber> SharedTranscriber::turnToOwn() {
-    const std::scoped_lock lock(m_mutex);
-    if (!m_own)
-        m_own = m_makeOwn();
-    return m_own;
 }
 
 std::optional<lent::Heard> SharedTranscriber::ask(const SealedSound& sound,

@@ -1,10 +1,10 @@
 #pragma once
 #include "core/extraction/SpeechTranscribing.h"
 #include "services/client/LentModel.h"
+#include "services/client/OwnHost.h"
 #include "services/client/RemoteTranscriber.h"
 
 #include <filesystem>
-#include <functional>
 #include <memory>
 #include <mutex>
 #include <optional>
@@ -19,13 +19,13 @@ namespace vesto {
 /// then on. Thread-safe.
 class SharedTranscriber final : public SpeechTranscribing {
 public:
-    using MakeOwn = std::function<std::shared_ptr<RemoteTranscriber>()>;
+    using MakeOwn = OwnHost<RemoteTranscriber>::Make;
 
     /// `makeOwn` makes the one that does it here; called once at most.
     SharedTranscriber(std::filesystem::path dataFolder, std::filesystem::path file, MakeOwn makeOwn)
         : m_dataFolder(std::move(dataFolder))
         , m_file(std::move(file))
-        , m_makeOwn(std::move(makeOwn)) {}
+        , m_own(std::move(makeOwn)) {}
 
     /// `timeout` is for all of it.
     [[nodiscard]] std::optional<std::vector<std::string>> transcribe(std::span<const std::int16_t> samples,
@@ -36,9 +36,6 @@ public:
     [[nodiscard]] RemoteTranscriber::Facts facts();
 
 private:
-    /// The one of this program, if it came to that.
-    [[nodiscard]] std::shared_ptr<RemoteTranscriber> own() const;
-    [[nodiscard]] std::shared_ptr<RemoteTranscriber> turnToOwn();
     /// Nothing where the engine has no answer.
     [[nodiscard]] std::optional<lent::Heard> ask(const SealedSound& sound,
                                                  const std::vector<std::string>& locales, Seconds timeout,
@@ -46,10 +43,9 @@ private:
 
     const std::filesystem::path m_dataFolder;
     const std::filesystem::path m_file;
-    const MakeOwn m_makeOwn;
+    OwnHost<RemoteTranscriber> m_own; // if it came to that
 
     mutable std::mutex m_mutex; // for all below
-    std::shared_ptr<RemoteTranscriber> m_own;
     RemoteTranscriber::Facts m_facts; // as last told by the engine
 };
 

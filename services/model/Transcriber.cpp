@@ -4,6 +4,7 @@
 #include "services/model/SpeechFile.h"
 #include "services/model/ThreadChoice.h"
 
+#include <dlfcn.h>
 #include <ggml-backend.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -96,20 +97,28 @@ std::vector<std::string> linesIn(whisper_state& state) {
 
 } // namespace
 
-/// What the engine calls in the place of ggml_backend_init_by_type (cmake/Engine.cmake says so): of itself it
-/// asks whether to stop only between two passes over half a minute, which can take longer than there is time.
-extern "C" ggml_backend_t vesto_processor_for_speech(enum ggml_backend_dev_type type, const char* parameters);
-extern "C" ggml_backend_t vesto_processor_for_speech(enum ggml_backend_dev_type type,
-                                                     const char* parameters) {
-    ggml_backend_t processor = ggml_backend_init_by_type(type, parameters);
+/// Stands before the engine's own function of this name, which it calls: of itself whisper asks whether to stop
+/// only between two passes over half a minute, which can take longer than there is time. llama comes this way
+/// too, and sets its own question afterwards.
+extern "C" ggml_backend_t ggml_backend_init_by_type(enum ggml_backend_dev_type type, const char* parameters) {
+    static const auto engines = reinterpret_cast<decltype(&ggml_backend_init_by_type)>(
+        ::dlsym(RTLD_NEXT, "ggml_backend_init_by_type"));
+    ggml_backend_t processor = engines != nullptr ? engines(type, parameters) : nullptr;
     ggml_backend_dev_t device = processor != nullptr ? ggml_backend_get_device(processor) : nullptr;
-    if (device == nullptr)
+    if (device == nullptr || askWhether == nullptr)
         return processor;
     const auto set = reinterpret_cast<ggml_backend_set_abort_callback_t>(ggml_backend_reg_get_proc_address(
         ggml_backend_dev_backend_reg(device), "ggml_backend_set_abort_callback"));
     if (set != nullptr)
         set(processor, askWhether, asked);
     return processor;
+}
+
+Transcriber::~Transcriber() {
+    if (asked == this) {
+        askWhether = nullptr;
+        asked = nullptr;
+    }
 }
 
 void Transcriber::Free::operator()(whisper_context* context) const {

@@ -22,6 +22,9 @@ public:
 
     explicit Transcriber(Stop stop)
         : m_stop(std::move(stop)) {}
+    ~Transcriber();
+    Transcriber(const Transcriber&) = delete;
+    Transcriber& operator=(const Transcriber&) = delete;
 
     /// Takes the model from a descriptor that stays the caller's.
     [[nodiscard]] ipc::ModelLoaded load(int file);

@@ -239,7 +239,7 @@ std::multiset<std::string> contentsIn(const std::filesystem::path& folder) {
 
 TEST_F(AppModelRaces, WhatStoodAfterTheRaceStandsAtTheEndAndTheHistoryTellsIt) {
     int tried = 0;
-    for (const Deed& deed : deeds)
+    for (const Deed& deed : {deeds[0], deeds[1], deeds[2], acceptance})
         for (const DiskTrait trait : {DiskTrait::none, DiskTrait::needsLinks})
             for (const Race& race : races)
                 for (int moment = 1;; ++moment) {

@@ -9,6 +9,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cstdio>
 #include <cstdlib>
 #include <string_view>
 
@@ -246,8 +247,11 @@ protected:
                 continue; // the disk has traits of its own
             SCOPED_TRACE(day.name);
             Matrix matrix(day, files / std::to_string(tally.days), data / std::to_string(tally.days));
+            const int before = tally.kills;
             if (!matrix.run(tally, strides(brief)))
                 GTEST_SKIP() << "NOT RUN: this machine lets no process be traced";
+            fmt::print("{}: killed {} times\n", day.name, tally.kills - before);
+            std::fflush(stdout); // the whole takes long
         }
         for (const std::string& fault : tally.faults)
             ADD_FAILURE() << fault;
