@@ -8,8 +8,7 @@ namespace vesto {
 
 /// The host of this program's own, for when no engine lends its model: made once, when it comes to that.
 /// Thread-safe.
-template <typename Host>
-class OwnHost {
+template <typename Host> class OwnHost {
 public:
     using Make = std::function<std::shared_ptr<Host>()>;
 

@@ -47,7 +47,7 @@ private:
     const std::filesystem::path m_file;
     OwnHost<RemoteLanguageModel> m_own; // if it came to that
 
-    mutable std::mutex m_mutex; // for all below
+    mutable std::mutex m_mutex;             // for all below
     lent::State m_state;                    // as last told
     RemoteLanguageModel::Written m_written; // of the last title that was lent
 };

@@ -45,7 +45,7 @@ private:
     const std::filesystem::path m_file;
     OwnHost<RemoteTranscriber> m_own; // if it came to that
 
-    mutable std::mutex m_mutex; // for all below
+    mutable std::mutex m_mutex;       // for all below
     RemoteTranscriber::Facts m_facts; // as last told by the engine
 };
 

@@ -97,9 +97,9 @@ std::vector<std::string> linesIn(whisper_state& state) {
 
 } // namespace
 
-/// Stands before the engine's own function of this name, which it calls: of itself whisper asks whether to stop
-/// only between two passes over half a minute, which can take longer than there is time. llama comes this way
-/// too, and sets its own question afterwards.
+/// Stands before the engine's own function of this name, which it calls: of itself whisper asks whether to
+/// stop only between two passes over half a minute, which can take longer than there is time. llama comes
+/// this way too, and sets its own question afterwards.
 extern "C" ggml_backend_t ggml_backend_init_by_type(enum ggml_backend_dev_type type, const char* parameters) {
     static const auto engines = reinterpret_cast<decltype(&ggml_backend_init_by_type)>(
         ::dlsym(RTLD_NEXT, "ggml_backend_init_by_type"));
