@@ -5,6 +5,7 @@
 #include "core/support/Text.h"
 
 #include <QApplication>
+#include <csignal>
 #include <exception>
 #include <iostream>
 #include <span>
@@ -21,6 +22,7 @@ constexpr std::string_view usage = "vesto-desktop [--hidden]\n\n"
 
 int main(int argc, char** argv) {
     vesto::fillStandardStreams();
+    std::signal(SIGXFSZ, SIG_IGN); // a file that may grow no further is an error, as on a full disk
     bool isHidden = false;
     for (const std::string_view word : std::span(argv, static_cast<std::size_t>(argc)).subspan(1)) {
         if (word == "--hidden") {

@@ -198,7 +198,7 @@ ExitStatus add(const ModelFolder& models, const Options& options, std::ostream& 
     }
     // Chosen by name, so that a later one does not take its place by the alphabet.
     if (isFirst && models.use(*added))
-        out << text("C'est lui qui sert.") << '\n';
+        out << text(models.isEnabled() ? "C'est lui qui sert." : "Il servira après : vesto model on") << '\n';
     else
         out << text("Pour qu'il serve : ") << "vesto model use '" << printable(*added) << "'\n";
     return ExitStatus::done;
@@ -229,7 +229,10 @@ ExitStatus manageModels(const Options& options, bool offline, std::ostream& out,
     case ModelAction::remove:
         return told(models.remove(name), name, text(" : retiré."), out, err);
     case ModelAction::use:
-        return told(models.use(name), name, text(" : c'est lui qui sert."), out, err);
+        return told(
+            models.use(name), name,
+            text(models.isEnabled() ? " : c'est lui qui sert." : " : il servira après « vesto model on »."),
+            out, err);
     case ModelAction::enable:
         return told(models.setEnabled(true), text("Modèle"), text(" : en service."), out, err);
     case ModelAction::disable:

@@ -70,8 +70,10 @@ bool trySpeech(const std::filesystem::path& file, std::ostream& out, std::ostrea
     switch (facts.end) {
     case End::heard:
     case End::silence: {
-        out << shownName(file) << " : " << text("modèle de parole") << " (" << printable(facts.name) << ")\n"
-            << text("Essai : une minute de son en ") << secondsWords(facts.took) << '\n';
+        out << shownName(file) << " : " << text("modèle de parole");
+        if (!facts.name.empty())
+            out << " (" << printable(facts.name) << ')';
+        out << '\n' << text("Essai : une minute de son en ") << secondsWords(facts.took) << '\n';
         if (facts.took > AudioSummarizer().transcriptionTimeout)
             out << text("C'est trop lent pour cet ordinateur : au-delà de 20 secondes, la transcription est "
                         "interrompue. Un modèle plus petit conviendra mieux.")

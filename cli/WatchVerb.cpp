@@ -129,14 +129,16 @@ ExitStatus watch(const Options& options, bool offline, Streams streams) {
         return ExitStatus::notAllDone;
     const auto model = std::make_shared<CurrentModel>(options.locale);
     const auto speech = openSpeech(ModelFolder{});
-    auto engine = Engine::open(*std::move(lock),
-                               {.summarizer = reading.summarizer(speech),
-                                .generator = model,
-                                .modelAvailability = [model] { return model->availability(); },
-                                .prepareModel = [model] { model->prepare(); },
-                                .lendModel = [model](const auto& wanted) { return model->lend(wanted); },
-                                .speech = speech,
-                                .locale = options.locale});
+    auto engine =
+        Engine::open(*std::move(lock),
+                     {.summarizer = reading.summarizer(speech),
+                      .generator = model,
+                      .modelAvailability = [model] { return model->availability(); },
+                      .prepareModel = [model] { model->prepare(); },
+                      .generatorIn = [model](const Locale& language) { return model->generatorIn(language); },
+                      .lendModel = [model](const auto& wanted) { return model->lend(wanted); },
+                      .speech = speech,
+                      .locale = options.locale});
     if (!engine)
         return refuse(engine.error());
     WatchLog log(options, streams.out);

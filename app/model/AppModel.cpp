@@ -119,6 +119,9 @@ void AppModel::start(Watching watching, Done ready) {
     if (m_parts->watches())
         m_parts->folders.startAll();
     refreshModelStatus();
+    // Sooner than the first file, which would have its title too late otherwise.
+    if (m_parts->watches() && m_parts->modelStatus.isAvailable())
+        context.prepareModel();
 }
 
 void AppModel::finish(Done done) {

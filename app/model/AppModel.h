@@ -83,9 +83,12 @@ public:
         std::shared_ptr<TitleGenerating> generator{}; // null: titles come from the first usable lines
         /// Why `generator` cannot be used now; asked on the main thread before each file. Empty: it can.
         std::function<FoundationNameGenerator::Availability()> modelAvailability{};
-        /// Lets `generator` get ready; called on the main thread when a file that may be named begins to
-        /// settle or is about to be read.
+        /// Lets `generator` get ready; called on the main thread when watching starts, and when a file that
+        /// may be named begins to settle or is about to be read.
         std::function<void()> prepareModel{};
+        /// What writes titles in a language; null where nothing does. Asked on the main thread for an order
+        /// that names its language. Empty: `generator` writes them.
+        std::function<std::shared_ptr<TitleGenerating>(const Locale&)> generatorIn{};
         Locale locale = Locale::user();
         FileStabilizer stabilizer{};
         std::chrono::milliseconds rescanInterval = std::chrono::seconds(30); // and of looks for lost folders

@@ -10,9 +10,10 @@ CurrentModel::Serving CurrentModel::serving() {
     std::filesystem::path file;
     if (const auto used = m_models.isEnabled() ? m_models.used() : std::nullopt)
         file = m_models.pathOf(*used);
-    Serving old; // let go of outside the lock: that ends its process
+    Serving old, foreign; // let go of outside the lock: that ends its process
     const std::scoped_lock lock(m_mutex);
     if (file != m_serving.file) {
+        foreign = std::exchange(m_foreign, Serving{});
         old = std::exchange(m_serving, Serving{.file = file, .model = nullptr, .generator = nullptr});
         if (!file.empty()) {
             m_serving.model = std::make_shared<RemoteLanguageModel>(
@@ -42,6 +43,24 @@ std::expected<std::string, NameGenerationError> CurrentModel::title(const Conten
     if (!generator)
         return std::unexpected(NameGenerationError{NameGenerationError::Code::modelUnavailable, {}});
     return generator->title(summary, std::move(stop));
+}
+
+std::shared_ptr<TitleGenerating> CurrentModel::generatorIn(const Locale& language) {
+    const Serving now = serving();
+    if (!FoundationNameGenerator::availability(now.model.get(), language).isAvailable())
+        return nullptr;
+    if (modelInstructions(language) == modelInstructions(m_language))
+        return now.generator;
+    Serving old; // let go of outside the lock: that waits for a title that is late
+    const std::scoped_lock lock(m_mutex);
+    if (m_foreign.model != now.model || m_foreignLanguage != language) {
+        m_foreignLanguage = language;
+        old = std::exchange(
+            m_foreign, Serving{.file = now.file,
+                               .model = now.model,
+                               .generator = std::make_shared<FoundationNameGenerator>(now.model, language)});
+    }
+    return m_foreign.generator;
 }
 
 std::shared_ptr<RemoteLanguageModel> CurrentModel::lend(const lent::Wanted& wanted) {

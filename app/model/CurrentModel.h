@@ -9,6 +9,7 @@
 #include <filesystem>
 #include <memory>
 #include <mutex>
+#include <optional>
 
 namespace vesto {
 
@@ -30,6 +31,9 @@ public:
     [[nodiscard]] std::expected<std::string, NameGenerationError> title(const ContentSummary& summary,
                                                                         std::stop_token stop) override;
 
+    /// What writes titles in this language; null where the model cannot.
+    [[nodiscard]] std::shared_ptr<TitleGenerating> generatorIn(const Locale& language);
+
     /// For another program; null where it means another file, or has other instructions.
     [[nodiscard]] std::shared_ptr<RemoteLanguageModel> lend(const lent::Wanted& wanted);
 
@@ -49,6 +53,8 @@ private:
     ModelFolder m_models;
     std::mutex m_mutex;
     Serving m_serving;
+    Serving m_foreign; // in another language, for who asked for one last
+    std::optional<Locale> m_foreignLanguage;
 };
 
 } // namespace vesto

@@ -43,6 +43,7 @@ public:
                  .generator = std::move(parts.generator),
                  .modelAvailability = std::move(parts.modelAvailability),
                  .prepareModel = std::move(parts.prepareModel),
+                 .generatorIn = std::move(parts.generatorIn),
                  .locale = std::move(parts.locale)}) {}
 
     void start() {

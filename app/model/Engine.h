@@ -26,6 +26,7 @@ public:
         std::shared_ptr<TitleGenerating> generator{};
         std::function<FoundationNameGenerator::Availability()> modelAvailability{};
         std::function<void()> prepareModel{}; // see AppModel
+        std::function<std::shared_ptr<TitleGenerating>(const Locale&)> generatorIn{};
         // To other programs, while it watches:
         ModelDesk::Lend lendModel{};
         std::shared_ptr<RemoteTranscriber> speech{};

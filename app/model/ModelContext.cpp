@@ -29,13 +29,19 @@ void ModelContext::prepareModel() const {
 
 NamingPipeline ModelContext::pipeline(const std::optional<NameTemplate>& nameTemplate,
                                       const std::optional<Locale>& locale) const {
-    const bool modelIsUsable = !m_given.modelAvailability || m_given.modelAvailability().isAvailable();
     return {m_given.summarizer,
-            modelIsUsable ? m_given.generator : nullptr,
+            generator(locale),
             nameTemplate.value_or(NameTemplate{m_given.settings.nameTemplate()}),
             locale.value_or(m_given.locale),
             NamingPolicy{},
             m_given.clock};
+}
+
+std::shared_ptr<TitleGenerating> ModelContext::generator(const std::optional<Locale>& locale) const {
+    if (locale && m_given.generatorIn)
+        return m_given.generatorIn(*locale);
+    const bool isUsable = !m_given.modelAvailability || m_given.modelAvailability().isAvailable();
+    return isUsable ? m_given.generator : nullptr;
 }
 
 void ModelContext::watchForSilence() {

@@ -96,6 +96,8 @@ private:
             answer(std::forward<decltype(result)>(result));
         });
     }
+    /// Null where titles come from the first usable lines.
+    [[nodiscard]] std::shared_ptr<TitleGenerating> generator(const std::optional<Locale>& locale) const;
     void watchForSilence();
     void expectAnswer();
     void noteAnswer();

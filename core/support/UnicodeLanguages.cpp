@@ -22,4 +22,12 @@ std::optional<std::string> englishLanguageName(const std::string& code) {
     return result;
 }
 
+std::string languageCodeOf(const std::string& identifier) {
+    std::array<char, 16> code{};
+    UErrorCode status = U_ZERO_ERROR;
+    const std::int32_t size =
+        uloc_getLanguage(identifier.c_str(), code.data(), static_cast<std::int32_t>(code.size()), &status);
+    return U_FAILURE(status) || size <= 0 ? std::string() : std::string(code.data());
+}
+
 } // namespace vesto::unicode

@@ -8,4 +8,7 @@ namespace vesto::unicode {
 /// Thread-safe.
 [[nodiscard]] std::optional<std::string> englishLanguageName(const std::string& code);
 
+/// The shortest code of the language of an identifier: "fr" for "fra", "fr_FR" and "FR-ca". Thread-safe.
+[[nodiscard]] std::string languageCodeOf(const std::string& identifier);
+
 } // namespace vesto::unicode

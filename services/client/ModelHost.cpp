@@ -67,6 +67,16 @@ bool ModelHost::isGone() const {
 
 std::expected<ipc::ModelLoaded, ModelObstacle> ModelHost::load(const ipc::LoadModel& order,
                                                                const ModelFile& file) {
+    for (;;) {
+        auto loaded = loadOnce(order, file);
+        if (loaded || loaded.error() != ModelObstacle::dies || ++m_deaths >= mostDeaths)
+            return loaded;
+    }
+}
+
+/// `dies` where it was killed: that says nothing of the file.
+std::expected<ipc::ModelLoaded, ModelObstacle> ModelHost::loadOnce(const ipc::LoadModel& order,
+                                                                   const ModelFile& file) {
     end();
     auto process = ModelProcess::start(m_program, m_arguments);
     if (!process)
@@ -77,11 +87,13 @@ std::expected<ipc::ModelLoaded, ModelObstacle> ModelHost::load(const ipc::LoadMo
         m_pid = m_process->process().pid();
         return *std::move(report);
     }
+    const bool wasKilled = !report && m_process->process().end() == ServiceProcess::End::killed;
     end();
     if (m_isClosing)
         return std::unexpected(ModelObstacle::none);
-    const bool isTooLarge = report && report->outcome == ipc::ModelOutcome::noMemory;
-    return std::unexpected(isTooLarge ? ModelObstacle::memory : ModelObstacle::refused);
+    if (report && report->outcome == ipc::ModelOutcome::noMemory)
+        return std::unexpected(ModelObstacle::memory);
+    return std::unexpected(wasKilled ? ModelObstacle::dies : ModelObstacle::refused);
 }
 
 void ModelHost::end() {
@@ -90,7 +102,7 @@ void ModelHost::end() {
 }
 
 bool ModelHost::bury() {
-    const bool left = isGone() && m_process->process().leftIdle();
+    const bool left = isGone() && m_process->process().end() == ServiceProcess::End::left;
     end();
     if (!left && !m_isClosing)
         ++m_deaths;

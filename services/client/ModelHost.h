@@ -42,8 +42,8 @@ public:
     /// Whether it runs, but is leaving or dead.
     [[nodiscard]] bool isGone() const;
 
-    /// Starts the process and has it load the file. Otherwise there is none, and why; `none` where the
-    /// application ends.
+    /// Starts the process and has it load the file, more than once where it is killed meanwhile. Otherwise
+    /// there is none, and why; `none` where the application ends.
     [[nodiscard]] std::expected<ipc::ModelLoaded, ModelObstacle> load(const ipc::LoadModel& order,
                                                                       const ModelFile& file);
     /// As the process names its engine.
@@ -67,6 +67,8 @@ public:
     void forgetDeaths() { m_deaths = 0; }
 
 private:
+    [[nodiscard]] std::expected<ipc::ModelLoaded, ModelObstacle> loadOnce(const ipc::LoadModel& order,
+                                                                          const ModelFile& file);
     [[nodiscard]] ModelProcess::Patience patience(std::chrono::milliseconds longest,
                                                   const std::function<bool()>& isCancelled) const;
 

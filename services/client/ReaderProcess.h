@@ -40,7 +40,7 @@ public:
     [[nodiscard]] ipc::Jail jail() const { return m_jail; }
     [[nodiscard]] pid_t pid() const { return m_process.pid(); }
     [[nodiscard]] bool isGone(std::chrono::milliseconds timeout) const { return m_process.isGone(timeout); }
-    [[nodiscard]] bool leftIdle() const { return m_process.leftIdle(); }
+    [[nodiscard]] bool leftIdle() const { return m_process.end() == ServiceProcess::End::left; }
 
 private:
     explicit ReaderProcess(ServiceProcess process)

@@ -1,5 +1,7 @@
 #include "services/client/RemoteLanguageModel.h"
 
+#include "core/support/UnicodeLanguages.h"
+
 #include <unistd.h>
 
 #include <algorithm>
@@ -10,9 +12,9 @@ namespace {
 
 using std::chrono::milliseconds;
 
-/// "fr" of "fr-FR", "fr_FR", "fr".
-std::string_view baseOf(std::string_view language) {
-    return language.substr(0, language.find_first_of("-_"));
+/// As makers of models list languages: "fr", "fra", "fr-FR", or none in particular.
+bool isMeant(const std::string& listed, const std::string& code) {
+    return listed == "multilingual" || listed == "mul" || unicode::languageCodeOf(listed) == code;
 }
 
 } // namespace
@@ -44,9 +46,7 @@ RemoteLanguageModel::availabilityNow(const std::optional<ModelIdentity>& identit
         return Availability::unavailable;
     }
     m_facts.bytes = identity->bytes;
-    const bool mayLoad =
-        m_known == Known::nothing || (m_known == Known::unusable && m_facts.obstacle == Obstacle::memory);
-    if (mayLoad) {
+    if (m_known == Known::nothing || (m_known == Known::unusable && mayBeOtherwise())) {
         if (::access(m_settings.program.c_str(), X_OK) != 0) {
             m_known = Known::unusable;
             m_facts.obstacle = Obstacle::noEngine;
@@ -59,8 +59,7 @@ RemoteLanguageModel::availabilityNow(const std::optional<ModelIdentity>& identit
         } else {
             m_known = Known::loading;
             m_facts.obstacle = Obstacle::none;
-            if (!std::exchange(m_loadIsPosted, true))
-                m_jobs.post(std::make_shared<Job>(), m_host);
+            m_jobs.post(std::make_shared<Job>(), m_host);
         }
     }
     switch (m_known) {
@@ -73,6 +72,12 @@ RemoteLanguageModel::availabilityNow(const std::optional<ModelIdentity>& identit
         break;
     }
     return m_facts.obstacle == Obstacle::memory ? Availability::deviceNotEligible : Availability::unavailable;
+}
+
+/// Whether what stood in the way may be gone by now, without another file.
+bool RemoteLanguageModel::mayBeOtherwise() const {
+    return m_facts.obstacle == Obstacle::memory ||
+           (m_facts.obstacle == Obstacle::dies && std::chrono::steady_clock::now() >= m_nextTry);
 }
 
 /// From here on, what is said is said of this file.
@@ -98,9 +103,9 @@ bool RemoteLanguageModel::supportsLanguage(std::string_view language) {
 }
 
 bool RemoteLanguageModel::supports(const Facts& facts, std::string_view language) {
-    return facts.languages.empty() || std::ranges::any_of(facts.languages, [&](const std::string& known) {
-               return baseOf(known) == baseOf(language);
-           });
+    const std::string code = unicode::languageCodeOf(std::string(language));
+    return facts.languages.empty() ||
+           std::ranges::any_of(facts.languages, [&](const auto& listed) { return isMeant(listed, code); });
 }
 
 void RemoteLanguageModel::prewarm(const std::string& instructions) {

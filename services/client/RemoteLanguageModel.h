@@ -33,6 +33,8 @@ public:
         std::function<std::uint64_t()> freeMemory = availableMemory; // in bytes
         std::chrono::milliseconds windDown =
             std::chrono::seconds(2); // before a host that does not stop is ended
+        std::chrono::milliseconds recovery =
+            std::chrono::minutes(5); // before one whose hosts died is tried again
         ModelNotes notes{};          // what earlier runs found out
     };
 
@@ -109,6 +111,7 @@ private:
 
     // Of any thread.
     [[nodiscard]] Availability availabilityNow(const std::optional<ModelIdentity>& identity);
+    [[nodiscard]] bool mayBeOtherwise() const;
     void turnTo(const std::optional<ModelIdentity>& identity);
 
     // Of the own thread.
@@ -131,12 +134,12 @@ private:
     ModelHost m_host;
     ModelJobs<Job> m_jobs; // whose mutex is for what follows
 
-    bool m_loadIsPosted = false;
-    std::optional<ModelIdentity> m_identity; // of the file that the next four tell of
+    std::optional<ModelIdentity> m_identity; // of the file that the next five tell of
     Known m_known = Known::nothing;
     Facts m_facts;
-    std::optional<ModelNote> m_note; // where the engine has taken the file, once
-    std::uint32_t m_news = 0;        // in it, that are not written down
+    std::chrono::steady_clock::time_point m_nextTry; // where its hosts died
+    std::optional<ModelNote> m_note;                 // where the engine has taken the file, once
+    std::uint32_t m_news = 0;                        // in it, that are not written down
 
     // Of the own thread alone.
     std::optional<ModelIdentity> m_loaded; // the file that the host, the prefix and the threads belong to

@@ -3,6 +3,7 @@
 
 #include <fcntl.h>
 #include <sys/mman.h>
+#include <sys/resource.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -15,8 +16,16 @@ using ipc::ModelOutcome;
 
 constexpr std::chrono::minutes warmingTakes{10};
 constexpr std::chrono::minutes answeringTakes{5};
-constexpr off_t roomForPrefix = off_t{512} << 20; // bytes; pages that nobody writes to take none
-constexpr std::uint32_t manyNews = 20;            // titles whose time is written down at last
+constexpr std::uint32_t manyNews = 20; // titles whose time is written down at last
+
+/// In bytes, as far as this program's files may go; pages that nobody writes to take none. Where it is too
+/// little, the state is not kept.
+off_t roomForPrefix() {
+    constexpr rlim_t ample = rlim_t{512} << 20;
+    rlimit limit{};
+    const bool isKnown = ::getrlimit(RLIMIT_FSIZE, &limit) == 0;
+    return static_cast<off_t>(isKnown ? std::min(ample, limit.rlim_cur) : ample);
+}
 
 } // namespace
 
@@ -33,12 +42,9 @@ void RemoteLanguageModel::work() {
 
 void RemoteLanguageModel::perform(Job& job) {
     switch (job.kind) {
-    case Job::Kind::load: {
+    case Job::Kind::load:
         static_cast<void>(ensureLoaded());
-        const std::scoped_lock lock(m_jobs.mutex);
-        m_loadIsPosted = false;
         break;
-    }
     case Job::Kind::warm:
         if (ensureLoaded())
             static_cast<void>(ensureWarm(job.request.instructions));
@@ -67,18 +73,20 @@ std::expected<ProposedName, LanguageModel::Failure> RemoteLanguageModel::ask(Job
                 return std::unexpected(Failure{Code::cancelled, ""});
             job.isAsked = true;
         }
-        const auto start = std::chrono::steady_clock::now();
-        m_hostHasRead = true;
-        const auto report = m_host.give<ipc::ModelAnswered>(order, -1, answeringTakes, [&] {
+        const auto isCancelled = [&] {
             const std::scoped_lock lock(m_jobs.mutex);
             return job.isCancelled;
-        });
+        };
+        const auto start = std::chrono::steady_clock::now();
+        m_hostHasRead = true;
+        const auto report = m_host.give<ipc::ModelAnswered>(order, -1, answeringTakes, isCancelled);
         if (!report) {
+            if (isCancelled()) { // too busy to stop in time, or the machine is
+                dropHost();
+                return std::unexpected(Failure{Code::cancelled, "cancelled; the host had to be ended"});
+            }
             if (buryHost())
                 continue;
-            const std::scoped_lock lock(m_jobs.mutex);
-            if (job.isCancelled)
-                return std::unexpected(Failure{Code::cancelled, "cancelled; the host had to be ended"});
             return std::unexpected(Failure{Code::engine, "the host of the model ended"});
         }
         auto title = titleOf(*report);
@@ -166,7 +174,7 @@ bool RemoteLanguageModel::ensureLoaded() {
         return true;
     {
         const std::scoped_lock lock(m_jobs.mutex);
-        if (m_known == Known::unusable && m_facts.obstacle != Obstacle::memory)
+        if (m_known == Known::unusable && !mayBeOtherwise())
             return false;
     }
     if (m_settings.freeMemory() < memoryForModel(file->identity.bytes))
@@ -219,7 +227,7 @@ bool RemoteLanguageModel::ensureWarm(const std::string& instructions) {
     UniqueFd memory;
     if (!isKept) {
         memory.reset(::memfd_create("vesto-prefix", MFD_CLOEXEC | MFD_ALLOW_SEALING));
-        if (!memory || ::ftruncate(memory.get(), roomForPrefix) != 0)
+        if (!memory || ::ftruncate(memory.get(), roomForPrefix()) != 0)
             return false;
     }
     const ipc::WarmModel order{
@@ -248,7 +256,7 @@ bool RemoteLanguageModel::ensureWarm(const std::string& instructions) {
 void RemoteLanguageModel::keepPrefix(const std::string& instructions, UniqueFd memory, std::uint64_t bytes) {
     m_prefix.reset();
     // What a host made after it had read a document could carry something of it to the next.
-    if (m_hostHasRead || bytes == 0 || bytes > static_cast<std::uint64_t>(roomForPrefix))
+    if (m_hostHasRead || bytes == 0 || bytes > static_cast<std::uint64_t>(roomForPrefix()))
         return;
     constexpr int closed = F_SEAL_SHRINK | F_SEAL_GROW | F_SEAL_WRITE | F_SEAL_SEAL;
     if (::ftruncate(memory.get(), static_cast<off_t>(bytes)) != 0 ||
@@ -276,11 +284,14 @@ void RemoteLanguageModel::dropHost() {
 bool RemoteLanguageModel::conclude(Obstacle obstacle) {
     const bool isForGood = obstacle == Obstacle::refused || obstacle == Obstacle::dies;
     bool wasNoted = false;
+    if (obstacle == Obstacle::dies)
+        m_host.forgetDeaths();
     {
         const std::scoped_lock lock(m_jobs.mutex);
         if (m_identity == m_loaded) {
             m_known = Known::unusable;
             m_facts.obstacle = obstacle;
+            m_nextTry = std::chrono::steady_clock::now() + m_settings.recovery;
             wasNoted = isForGood && std::exchange(m_note, std::nullopt).has_value();
         }
     }

@@ -140,15 +140,20 @@ std::optional<ipc::SoundTranscribed> RemoteTranscriber::hear(Job& job) {
                 return std::nullopt;
             job.isAsked = true;
         }
+        const auto isCancelled = [&] {
+            const std::scoped_lock lock(m_jobs.mutex);
+            return job.isCancelled;
+        };
         job.order.threads = m_threads;
         job.order.longest = until(job.end);
-        auto report = m_host.give<ipc::SoundTranscribed>(job.order, job.sound.descriptor(),
-                                                         job.order.longest + m_settings.windDown, [&] {
-                                                             const std::scoped_lock lock(m_jobs.mutex);
-                                                             return job.isCancelled;
-                                                         });
+        auto report = m_host.give<ipc::SoundTranscribed>(
+            job.order, job.sound.descriptor(), job.order.longest + m_settings.windDown, isCancelled);
         if (report)
             return report;
+        if (isCancelled()) { // too busy to stop in time, or the machine is
+            m_host.end();
+            return std::nullopt;
+        }
         if (!buryHost())
             return std::nullopt;
     }
@@ -182,7 +187,7 @@ bool RemoteTranscriber::ensureLoaded() {
     if (identity != m_loaded) {
         m_host.end();
         m_loaded = identity;
-        m_isUnusable = false;
+        m_unusableUntil.reset();
         m_threads = m_settings.threads;
         m_host.forgetDeaths();
         const std::scoped_lock lock(m_jobs.mutex);
@@ -192,7 +197,7 @@ bool RemoteTranscriber::ensureLoaded() {
         return conclude(ModelObstacle::noFile);
     if (m_host.isRunning() && !m_host.isGone())
         return true;
-    if (m_isUnusable)
+    if (m_unusableUntil && steady_clock::now() < *m_unusableUntil)
         return false;
     if (m_settings.freeMemory() < memoryForModel(file->identity.bytes))
         return conclude(ModelObstacle::memory);
@@ -210,9 +215,15 @@ bool RemoteTranscriber::startAndLoad(const ModelFile& file) {
 }
 
 /// Always false: what was to be done cannot be. Until the file is another one, but for what may be otherwise
-/// a moment later.
+/// before.
 bool RemoteTranscriber::conclude(ModelObstacle obstacle) {
-    m_isUnusable = obstacle != ModelObstacle::memory && obstacle != ModelObstacle::noFile;
+    m_unusableUntil.reset();
+    if (obstacle == ModelObstacle::dies) {
+        m_host.forgetDeaths();
+        m_unusableUntil = steady_clock::now() + m_settings.recovery;
+    } else if (obstacle != ModelObstacle::memory && obstacle != ModelObstacle::noFile) {
+        m_unusableUntil = Moment::max();
+    }
     const std::scoped_lock lock(m_jobs.mutex);
     m_facts.obstacle = obstacle;
     return false;

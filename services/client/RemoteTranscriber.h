@@ -32,6 +32,8 @@ public:
         std::function<std::uint64_t()> freeMemory = availableMemory; // in bytes
         std::chrono::milliseconds windDown =
             std::chrono::seconds(2); // before a host that does not stop is ended
+        std::chrono::milliseconds recovery =
+            std::chrono::minutes(5); // before one whose hosts died is tried again
         std::uint32_t threads = 0;   // 0: one or all, whichever is faster
     };
 
@@ -105,7 +107,7 @@ private:
     // Of the own thread alone.
     std::optional<ModelIdentity> m_loaded; // the file that host and the next two belong to
     std::uint32_t m_threads = 0;           // 0: not known
-    bool m_isUnusable = false;
+    std::optional<Moment> m_unusableUntil;
 
     std::thread m_thread;
 };

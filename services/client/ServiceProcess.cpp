@@ -159,12 +159,15 @@ bool ServiceProcess::isGone(std::chrono::milliseconds timeout) const {
     return ready > 0;
 }
 
-bool ServiceProcess::leftIdle() const {
-    if (!ipc::waitReadable(m_process.get(), std::chrono::seconds(1)))
-        return false;
+std::optional<ServiceProcess::End> ServiceProcess::end() const {
     siginfo_t end{};
-    return ::waitid(P_PIDFD, static_cast<id_t>(m_process.get()), &end, WEXITED | WNOHANG | WNOWAIT) == 0 &&
-           end.si_code == CLD_EXITED && end.si_status == 0;
+    if (!ipc::waitReadable(m_process.get(), std::chrono::seconds(1)) ||
+        ::waitid(P_PIDFD, static_cast<id_t>(m_process.get()), &end, WEXITED | WNOHANG | WNOWAIT) != 0)
+        return std::nullopt;
+    if (end.si_code == CLD_EXITED)
+        return end.si_status == 0 ? End::left : End::failed;
+    constexpr std::array crashes{SIGABRT, SIGBUS, SIGFPE, SIGILL, SIGSEGV, SIGSYS, SIGTRAP};
+    return std::ranges::find(crashes, end.si_status) == crashes.end() ? End::killed : End::failed;
 }
 
 } // namespace vesto

@@ -6,6 +6,7 @@
 #include <chrono>
 #include <expected>
 #include <filesystem>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -41,8 +42,13 @@ public:
     /// Whether it has closed its end, at the latest after `timeout`: it is dead or leaves.
     [[nodiscard]] bool isGone(std::chrono::milliseconds timeout) const;
 
-    /// Whether a process that is gone left of its own accord, having been idle.
-    [[nodiscard]] bool leftIdle() const;
+    enum class End {
+        left,   // of its own accord, having been idle
+        failed, // a crash, or an error that it ended with
+        killed, // by somebody: a user, or the system for want of memory
+    };
+    /// How a process that is gone came to its end, at the latest after a second; nothing where it still runs.
+    [[nodiscard]] std::optional<End> end() const;
 
 private:
     ServiceProcess(UniqueFd socket, UniqueFd process, pid_t pid)

@@ -166,6 +166,8 @@ ipc::ModelLoaded Transcriber::load(int file) {
         if (!m_context)
             return report;
         report.name = whisper_model_type_readable(m_context.get());
+        if (report.name == "unknown")
+            report.name.clear(); // a shape of its own
         report.architecture = "whisper";
         if (whisper_is_multilingual(m_context.get()) == 0)
             report.languages = {"en"};

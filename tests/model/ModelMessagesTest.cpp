@@ -84,6 +84,20 @@ TEST(ModelMessages, NoLieAboutASoundIsTaken) {
     EXPECT_FALSE(decodeModelOrder(languages));
 }
 
+TEST(RemoteLanguageModel, WritesInTheLanguagesThatItsFileLists) {
+    const auto supports = [](std::vector<std::string> languages, std::string_view language) {
+        RemoteLanguageModel::Facts facts;
+        facts.languages = std::move(languages);
+        return RemoteLanguageModel::supports(facts, language);
+    };
+    EXPECT_TRUE(supports({}, "fr"));
+    EXPECT_TRUE(supports({"en", "fr-CA"}, "fr_FR"));
+    EXPECT_TRUE(supports({"eng", "fra"}, "fr"));
+    EXPECT_TRUE(supports({"multilingual"}, "fr"));
+    EXPECT_FALSE(supports({"en"}, "fr"));
+    EXPECT_FALSE(supports({"frr", "french-ish", ""}, "fr"));
+}
+
 TEST(RemoteLanguageModel, WithoutTheProgramOrAFileIsUnavailableAtOnce) {
     using Obstacle = RemoteLanguageModel::Obstacle;
     struct Row {

@@ -103,12 +103,15 @@ class Titles(unittest.TestCase):
         self.assertEqual(len(sources), 100)
         self.assertLessEqual(sources.count("fallback"), 1)
 
-    def test_a_watch_wakes_the_host_for_what_it_may_name(self):
+    def test_a_watch_has_the_host_ready_and_wakes_it_for_what_it_may_name(self):
         self.vesto("model", "add", self.make("good.gguf", "--says", 'Facture| Edf|"'))
         folder = self.home / "watched"
         folder.mkdir()
         watch = self.start("watch", "--json", folder)
         self.event(watch, "watching")
+        self.wait_for_host(watch.pid)
+        os.kill(self.hosts_of(watch.pid)[0], signal.SIGKILL)
+        self.wait_for_host(watch.pid, wanted=False)
         (folder / "film.part").write_text("x", encoding="utf-8")
         (folder / "liste.xyz").write_text("x", encoding="utf-8")
         time.sleep(3)
@@ -124,6 +127,19 @@ class Titles(unittest.TestCase):
             (folder / f"scan{time.monotonic_ns()}.txt").write_text(INVOICE, encoding="utf-8")
             source = self.event(watch, "proposed")["source"]
         self.assertEqual(source, "model")
+
+    def test_an_order_has_its_title_in_its_own_language(self):
+        self.vesto("model", "add", self.make("good.gguf", "--says", 'Facture| Edf|"', "--languages", "fr"))
+        folder = self.home / "watched"
+        folder.mkdir()
+        watch = self.start("watch", "--json", folder)
+        self.event(watch, "watching")
+        files = self.files(3)
+        sources = []
+        for number, locale in enumerate(("fr_FR", "de_DE", "fr_CA")):
+            done = self.vesto("rename", "--json", "--locale", locale, files / f"scan{number:04}.txt")
+            sources.append(json.loads(done.stdout)["proposal"]["source"])
+        self.assertEqual(sources, ["model", "fallback", "model"])
 
     def test_two_programs_have_one_host(self):
         self.vesto("model", "add", self.make("good.gguf", "--says", 'Facture| Edf|"'))
@@ -167,10 +183,10 @@ class Titles(unittest.TestCase):
                 found.append(int(status.parent.name))
         return found
 
-    def wait_for_host(self, parent):
+    def wait_for_host(self, parent, wanted=True):
         end = time.monotonic() + 120
-        while not self.hosts_of(parent):
-            self.assertLess(time.monotonic(), end, "no host of this run was found")
+        while bool(self.hosts_of(parent)) != wanted:
+            self.assertLess(time.monotonic(), end, "no host of this run came" if wanted else "the host stays")
             time.sleep(0.02)
 
 

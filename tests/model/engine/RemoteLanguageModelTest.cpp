@@ -176,6 +176,16 @@ TEST(RemoteLanguageModel, AnotherFileUnderItsNameIsAnotherModel) {
     EXPECT_EQ(model.settle(patience), Availability::available);
     EXPECT_EQ(titleFrom(model), "Le \"x");
 
+    // While it loads: nobody asks for titles, who would have to wake it.
+    write(next, bytesOf(made("known")));
+    std::filesystem::rename(next, path);
+    EXPECT_EQ(model.availability(), Availability::modelNotReady);
+    write(next, bytesOf(made("escapes")));
+    std::filesystem::rename(next, path);
+    EXPECT_EQ(model.availability(), Availability::modelNotReady);
+    EXPECT_EQ(model.settle(patience), Availability::available);
+    EXPECT_EQ(titleFrom(model), "Le \"x");
+
     // Cut off under the feet of the host that has it mapped, then whole again.
     std::filesystem::resize_file(path, 5000);
     EXPECT_EQ(titleFrom(model), "(engine)");
@@ -229,6 +239,30 @@ TEST(RemoteLanguageModelThreads, AHostThatIsKilledCostsOneTitle) {
     EXPECT_EQ(model.availability(), Availability::available);
     EXPECT_EQ(titleFrom(model, "Relevé", 4), "(unusable)");
     EXPECT_NE(model.process(), host);
+}
+
+TEST(RemoteLanguageModelThreads, AHostThatIsKilledBeforeItIsReadyIsStartedAgain) {
+    const Folder folder;
+    const auto program = folder.file("host");
+    // Is killed as often as a file has lines.
+    write(program, "#!/bin/sh\nif [ -s '" + folder.file("kills").native() + "' ]; then sed -i 1d '" +
+                       folder.file("kills").native() + "'; kill -9 $$; fi\nexec " VESTO_MODEL_HOST "\n");
+    std::filesystem::permissions(program, std::filesystem::perms::owner_all);
+    auto settings = settingsFor(made("says"));
+    settings.program = program;
+    settings.recovery = 100ms;
+    RemoteLanguageModel model(settings);
+    write(folder.file("kills"), "1\n2\n");
+    EXPECT_EQ(titleFrom(model), "Facture deau froide");
+    ASSERT_EQ(::kill(*model.process(), SIGKILL), 0);
+    ASSERT_TRUE(comesToHaveNoHost(model));
+    write(folder.file("kills"), "1\n2\n3\n4\n");
+    EXPECT_EQ(titleFrom(model), "(engine)");
+    EXPECT_EQ(model.facts().obstacle, Obstacle::dies);
+    EXPECT_EQ(model.availability(), Availability::unavailable);
+    std::this_thread::sleep_for(150ms);
+    EXPECT_EQ(model.settle(patience), Availability::available);
+    EXPECT_EQ(titleFrom(model), "Facture deau froide");
 }
 
 TEST(RemoteLanguageModelThreads, ManyAskAtOnceAndTwoHaveAHostEach) {
