@@ -28,7 +28,19 @@ bool isGone(int error) {
 struct Entry {
     std::string name;
     FileIdentity identity;
+    std::uint64_t links = 1;
+    FileTime changed;
 };
+
+/// Whether two names, looked at in one moment, stand for one file. Where inodes are invented, two files that
+/// were copied together may have one size and one time: only what says that it has a second name has one, and
+/// giving it that changed both.
+bool areOneFile(const Entry& one, const Entry& other) {
+    if (!one.identity.inventedInode())
+        return one.identity == other.identity;
+    return one.links > 1 && one.links == other.links && one.changed == other.changed &&
+           isSameAcrossRename(one.identity, other.identity);
+}
 
 /// The regular files of a folder; nothing where they cannot be told.
 std::optional<std::vector<Entry>> entriesOf(const path& folder, Disk& disk) {
@@ -58,7 +70,7 @@ std::optional<std::vector<Entry>> entriesOf(const path& folder, Disk& disk) {
             identity.name = name;
             identity.volume = volume;
         }
-        entries.push_back({name, std::move(identity)});
+        entries.push_back({name, std::move(identity), status->links, status->changed});
     }
     std::ranges::sort(entries, {}, &Entry::name);
     return entries;
@@ -99,9 +111,7 @@ public:
             return std::nullopt;
         m_record.undoing = false;
         for (const Entry& temporary : m_names.temporaries)
-            if (!m_names.own.empty() &&
-                !removeTemporary(m_folder / temporary.name, m_folder / m_names.own.front().name,
-                                 temporary.identity, m_disk))
+            if (!m_names.own.empty() && !removeHidden(temporary))
                 m_record.undoing = true; // the next start tries again
         (void)m_disk.syncFolder(m_folder);
         return std::move(m_record);
@@ -130,8 +140,8 @@ private:
         const Entry* old = m_names.find(m_record.originalName);
         const Entry* renamed = numberedForm();
         if (old != nullptr && renamed != nullptr) {
-            if (!needsSecondName(m_folder / renamed->name, m_disk))
-                return fail(); // a name that the user gave it
+            if (!areOneFile(*old, *renamed) || !needsSecondName(m_folder / renamed->name, m_disk))
+                return fail(); // another file's name, or one that the user gave it
             const Entry kept = *renamed;
             return remove(old->name, kept) && finish(kept);
         }
@@ -159,6 +169,8 @@ private:
                 m_record.newName = m_names.own.front().name;
             return true;
         }
+        if (renamed != nullptr && !areOneFile(*old, *renamed))
+            return true; // the undo did not take place: the old name is another file's by now
         const Entry restored = *old;
         if (renamed != nullptr && needsSecondName(m_folder / restored.name, m_disk) &&
             !remove(renamed->name, restored))
@@ -168,20 +180,33 @@ private:
         return true;
     }
 
-    /// The new name as it is or with the number that a taken name gets.
+    /// The new name as it is or with the number that a taken name gets. Of several the first whose mark does
+    /// not tell of another file.
     [[nodiscard]] const Entry* numberedForm() const {
         constexpr std::int64_t lastNumber = 99;
         if (m_names.own.empty())
             return nullptr;
-        if (const Entry* plain = m_names.find(m_record.newName))
-            return plain;
         const NamingPolicy policy;
-        const std::string_view base = baseNameOf(m_record.newName);
-        const std::string_view extension = extensionOf(m_record.newName);
+        const std::string_view extension = extensionOf(m_record.originalName); // a rename keeps it
+        std::string_view base = m_record.newName;
+        if (!extension.empty())
+            base = baseNameOf(base);
+        const Entry* first = m_names.find(m_record.newName);
+        if (first != nullptr && (m_names.own.size() == 1 || !isMarkedAsAnother(*first)))
+            return first;
         for (std::int64_t number = 2; number <= lastNumber; ++number)
-            if (const Entry* numbered = m_names.find(policy.fileName(base, extension, number)))
-                return numbered;
-        return nullptr;
+            if (const Entry* numbered = m_names.find(policy.fileName(base, extension, number))) {
+                if (!isMarkedAsAnother(*numbered))
+                    return numbered;
+                if (first == nullptr)
+                    first = numbered;
+            }
+        return first;
+    }
+
+    [[nodiscard]] bool isMarkedAsAnother(const Entry& entry) const {
+        const auto marker = ProcessedMarker::read(m_folder / entry.name, m_disk);
+        return marker && marker->state == State::renamed && marker->originalName != m_record.originalName;
     }
 
     bool finish(const Entry& entry) {
@@ -199,6 +224,15 @@ private:
         m_record.status = Status::failed;
         m_record.errorMessage = text("Interrompu");
         return true;
+    }
+
+    /// Whether a temporary is gone that one of the file's names shows to be superfluous.
+    bool removeHidden(const Entry& temporary) {
+        const auto witness = std::ranges::find_if(
+            m_names.own, [&](const Entry& entry) { return areOneFile(entry, temporary); });
+        return witness != m_names.own.end() &&
+               removeTemporary(m_folder / temporary.name, m_folder / witness->name, temporary.identity,
+                               m_disk);
     }
 
     /// Takes a name from the file, which keeps that of `witness`; false where it could not be taken.

@@ -42,6 +42,7 @@ public:
         status.isImmutable = (found.stx_attributes & STATX_ATTR_IMMUTABLE) != 0;
         status.device = makedev(found.stx_dev_major, found.stx_dev_minor);
         status.inode = found.stx_ino;
+        status.links = found.stx_nlink;
         status.size = found.stx_size;
         status.modified = timeOf(found.stx_mtime);
         status.changed = timeOf(found.stx_ctime);

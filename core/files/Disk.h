@@ -18,7 +18,8 @@ struct FileStatus {
     bool isImmutable = false;
     std::uint64_t device = 0;
     std::uint64_t inode = 0;
-    std::uint64_t size = 0; // bytes
+    std::uint64_t links = 1; // names that it has; some disks do not say
+    std::uint64_t size = 0;  // bytes
     std::optional<FileTime> birth;
     FileTime modified;
     FileTime changed;

@@ -20,7 +20,9 @@ namespace {
 
 using Status = RenameRecord::Status;
 using testing::IsEmpty;
-using Names = std::map<std::string, char>; // name to content: 'o' is the row's file, another letter another's
+// Name to content: 'o' is the row's file, 't' one of the same size and time that was renamed before, another
+// letter another's.
+using Names = std::map<std::string, char>;
 
 /// "o old.pdf, x New.pdf" for a folder with these two.
 Names listed(std::string_view list) {
@@ -64,6 +66,12 @@ const std::vector<Situation>& situations() {
          Status::done, "New 2.pdf", "o New 2.pdf, x New.pdf"},
         {"the same where inodes are invented", "o old.pdf, o New.pdf", false, invents, Status::done,
          "New.pdf", "o New.pdf"},
+        {"not begun, and a twin bears the new name", "o old.pdf, t New.pdf", false, invents, Status::failed,
+         "New.pdf", "o old.pdf, t New.pdf"},
+        {"done beside a twin", "t New.pdf, o New 2.pdf", false, invents, Status::done, "New 2.pdf",
+         "t New.pdf, o New 2.pdf"},
+        {"undo not begun, and a twin bears the old name", "t old.pdf, o New.pdf", true, invents, Status::done,
+         "New.pdf", "t old.pdf, o New.pdf"},
         {"the old name moved aside", "o .vesto-rename-1, o New.pdf", false, fallback, Status::done, "New.pdf",
          "o New.pdf"},
         {"only the temporary is left", "o .vesto-rename-1", false, fallback, Status::failed, "New.pdf",
@@ -97,6 +105,12 @@ struct Scene {
         contents['o'] = disk.files["/d/old.pdf"];
         disk.add("/d/other", "x");
         contents['x'] = disk.files["/d/other"];
+        disk.add("/d/twin", "t");
+        contents['t'] = disk.files["/d/twin"];
+        contents['t']->status.birth = contents['o']->status.birth;
+        contents['t']->status.modified = contents['o']->status.modified;
+        EXPECT_TRUE(
+            ProcessedMarker::write("/d/twin", ProcessedMarker::State::renamed, "scan.pdf", at(0), disk));
         row = {.date = at(1),
                .folderPath = "/d",
                .originalName = "old.pdf",
@@ -219,6 +233,16 @@ TEST(Recovery, TakesAwayWhatAFinishedRenameLeft) {
         EXPECT_FALSE(settled.front().undoing);
         EXPECT_EQ(scene.names(), (Names{{row.name, 'o'}}));
     }
+}
+
+TEST(Recovery, KnowsTheNumberOfANameWithoutExtension) {
+    Scene scene({"", "o scan, x Bail v2.0, o Bail v2.0 2", false, fallback, Status::pending, "", ""});
+    scene.row.originalName = "scan";
+    scene.row.newName = "Bail v2.0";
+    const auto settled = scene.settle().settled;
+    ASSERT_EQ(settled.size(), 1U);
+    EXPECT_EQ(settled.front().newName, "Bail v2.0 2");
+    EXPECT_EQ(scene.names(), (Names{{"Bail v2.0", 'x'}, {"Bail v2.0 2", 'o'}}));
 }
 
 TEST(Recovery, LeavesARowThatItCannotJudge) {

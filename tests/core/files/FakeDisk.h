@@ -64,6 +64,7 @@ public:
         if (const int error = enter(path))
             return std::unexpected(error);
         FileStatus found = files[path.native()]->status;
+        found.links = static_cast<std::uint64_t>(files[path.native()].use_count());
         if (invents)
             found.inode = std::hash<std::string>{}(path.native());
         return found;
