@@ -51,7 +51,7 @@ std::optional<std::vector<Entry>> entriesOf(const path& folder, Disk& disk) {
     std::vector<Entry> entries;
     std::optional<std::string> volume; // of one folder's entries it is the same
     for (const std::string& name : *names) {
-        const auto status = disk.status(folder / name);
+        const auto status = invents ? disk.statusNow(folder / name) : disk.status(folder / name);
         if (!status && isGone(status.error()))
             continue;
         if (!status)
@@ -180,8 +180,8 @@ private:
         return true;
     }
 
-    /// The new name as it is or with the number that a taken name gets. Of several the first whose mark does
-    /// not tell of another file.
+    /// The new name as it is or with the number that a taken name gets. Where inodes are invented, the last
+    /// of several: what bears the others was there before.
     [[nodiscard]] const Entry* numberedForm() const {
         constexpr std::int64_t lastNumber = 99;
         if (m_names.own.empty())
@@ -191,22 +191,14 @@ private:
         std::string_view base = m_record.newName;
         if (!extension.empty())
             base = baseNameOf(base);
-        const Entry* first = m_names.find(m_record.newName);
-        if (first != nullptr && (m_names.own.size() == 1 || !isMarkedAsAnother(*first)))
-            return first;
-        for (std::int64_t number = 2; number <= lastNumber; ++number)
-            if (const Entry* numbered = m_names.find(policy.fileName(base, extension, number))) {
-                if (!isMarkedAsAnother(*numbered))
-                    return numbered;
-                if (first == nullptr)
-                    first = numbered;
-            }
-        return first;
-    }
-
-    [[nodiscard]] bool isMarkedAsAnother(const Entry& entry) const {
-        const auto marker = ProcessedMarker::read(m_folder / entry.name, m_disk);
-        return marker && marker->state == State::renamed && marker->originalName != m_record.originalName;
+        const Entry* found = m_names.find(m_record.newName);
+        for (std::int64_t number = 2; number <= lastNumber; ++number) {
+            if (found != nullptr && !found->identity.inventedInode())
+                break;
+            if (const Entry* numbered = m_names.find(policy.fileName(base, extension, number)))
+                found = numbered;
+        }
+        return found;
     }
 
     bool finish(const Entry& entry) {

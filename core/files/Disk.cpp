@@ -30,27 +30,35 @@ FileTime timeOf(const struct statx_timestamp& stamp) {
     return {stamp.tv_sec, stamp.tv_nsec};
 }
 
+std::expected<FileStatus, int> statusOf(const std::filesystem::path& path, int freshness) {
+    struct statx found{};
+    if (::statx(AT_FDCWD, path.c_str(), AT_SYMLINK_NOFOLLOW | freshness, STATX_BASIC_STATS | STATX_BTIME,
+                &found) != 0)
+        return std::unexpected(errno);
+    FileStatus status;
+    status.isRegular = S_ISREG(found.stx_mode);
+    status.isImmutable = (found.stx_attributes & STATX_ATTR_IMMUTABLE) != 0;
+    status.device = makedev(found.stx_dev_major, found.stx_dev_minor);
+    status.inode = found.stx_ino;
+    status.links = found.stx_nlink;
+    status.size = found.stx_size;
+    status.modified = timeOf(found.stx_mtime);
+    status.changed = timeOf(found.stx_ctime);
+    const FileTime birth = timeOf(found.stx_btime);
+    // Some network file systems claim a birth at the epoch for want of one.
+    if ((found.stx_mask & STATX_BTIME) != 0 && birth != FileTime{})
+        status.birth = birth;
+    return status;
+}
+
 class SystemDisk final : public Disk {
 public:
     std::expected<FileStatus, int> status(const std::filesystem::path& path) override {
-        struct statx found{};
-        if (::statx(AT_FDCWD, path.c_str(), AT_SYMLINK_NOFOLLOW, STATX_BASIC_STATS | STATX_BTIME, &found) !=
-            0)
-            return std::unexpected(errno);
-        FileStatus status;
-        status.isRegular = S_ISREG(found.stx_mode);
-        status.isImmutable = (found.stx_attributes & STATX_ATTR_IMMUTABLE) != 0;
-        status.device = makedev(found.stx_dev_major, found.stx_dev_minor);
-        status.inode = found.stx_ino;
-        status.links = found.stx_nlink;
-        status.size = found.stx_size;
-        status.modified = timeOf(found.stx_mtime);
-        status.changed = timeOf(found.stx_ctime);
-        const FileTime birth = timeOf(found.stx_btime);
-        // Some network file systems claim a birth at the epoch for want of one.
-        if ((found.stx_mask & STATX_BTIME) != 0 && birth != FileTime{})
-            status.birth = birth;
-        return status;
+        return statusOf(path, AT_STATX_SYNC_AS_STAT);
+    }
+
+    std::expected<FileStatus, int> statusNow(const std::filesystem::path& path) override {
+        return statusOf(path, AT_STATX_FORCE_SYNC);
     }
 
     bool inventsInodes(const std::filesystem::path& folder) override {

@@ -36,6 +36,11 @@ public:
 
     [[nodiscard]] virtual std::expected<FileStatus, int> status(const std::filesystem::path& path) = 0;
 
+    /// The same, asked of the disk itself where the kernel remembers what another program serves.
+    [[nodiscard]] virtual std::expected<FileStatus, int> statusNow(const std::filesystem::path& path) {
+        return status(path);
+    }
+
     /// Whether inode numbers in `folder` are made up as they are asked for (FAT, exFAT, FUSE).
     [[nodiscard]] virtual bool inventsInodes(const std::filesystem::path& folder) = 0;
 

@@ -162,6 +162,8 @@ TEST(Recovery, TellsWhatAnInterruptedRunDid) {
         expectEnd(situation, scene, settled);
         EXPECT_THAT(outcome.unmarked, IsEmpty());
         const bool isUndone = settled.status == Status::undone;
+        if (scene.names()[isUndone ? settled.originalName : settled.newName] == 't')
+            continue; // which has a mark of its own
         const auto marker =
             ProcessedMarker::read("/d/" + (isUndone ? settled.originalName : settled.newName), scene.disk);
         const bool isMarked = isUndone || (settled.status == Status::done && !situation.isUndo);

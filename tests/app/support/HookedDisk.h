@@ -40,6 +40,11 @@ public:
             return std::unexpected(error);
         return systemDisk().status(path);
     }
+    std::expected<FileStatus, int> statusNow(const std::filesystem::path& path) override {
+        if (const int error = enter(Call::status, path))
+            return std::unexpected(error);
+        return systemDisk().statusNow(path);
+    }
     bool inventsInodes(const std::filesystem::path& folder) override {
         return systemDisk().inventsInodes(folder);
     }
