@@ -13,6 +13,16 @@ namespace vesto {
 using End = FileStabilizer::End;
 using Fruitless = FolderWatcher::Fruitless;
 
+namespace {
+
+/// Another file may be made under the name before the watcher looks, to which the name is not new then.
+bool isGone(const FileTasks::Examination& examination) {
+    return examination.rejection ? *examination.rejection == FileEligibility::Rejection::missing
+                                 : !examination.identity;
+}
+
+} // namespace
+
 FileEligibility::Options JobLoop::optionsOf(const WatchedFolder& folder) const {
     return {.genericOnly = m_context.given().settings.genericOnly(), .notBefore = folder.addedAt};
 }
@@ -29,6 +39,8 @@ void JobLoop::watchedExamined(const FileTasks::Examination& examination) {
     if (examination.rejection)
         log::write(log::Level::debug, "ignoré (%{public}s) : %{private}s",
                    {rawValue(*examination.rejection), name()});
+    if (isGone(examination))
+        fruitless(Fruitless::replaced, std::nullopt);
     const WatchedFolder* folder = m_folders.find(std::get<Watched>(m_current->job).folderID);
     if (folder == nullptr || m_isFinishing || !examination.isFine() ||
         m_context.ledger().isTaken(*examination.identity)) {
@@ -117,6 +129,9 @@ void JobLoop::watchedSettled(const FileTasks::Settled& settled) {
         end();
         return;
     case End::gone:
+        fruitless(Fruitless::replaced, std::nullopt);
+        end();
+        return;
     case End::cancelled:
         end();
         return;
@@ -124,7 +139,9 @@ void JobLoop::watchedSettled(const FileTasks::Settled& settled) {
     if (settled.examination.rejection)
         log::write(log::Level::debug, "ignoré (%{public}s) : %{private}s",
                    {rawValue(*settled.examination.rejection), name()});
-    if (identity && *identity != *m_current->taken)
+    if (isGone(settled.examination))
+        fruitless(Fruitless::replaced, std::nullopt);
+    else if (identity && *identity != *m_current->taken)
         fruitless(Fruitless::replaced, identity->state);
     // An order of the user's may have handled the file meanwhile.
     if (m_folders.find(std::get<Watched>(m_current->job).folderID) == nullptr || m_isFinishing ||

@@ -29,6 +29,12 @@ bool isTemporaryName(std::string_view name) {
     });
 }
 
+/// What is being written may be looked at before its first byte, which a name without extension needs to have
+/// a type.
+bool isStillWithoutType(std::string_view name, const FileStatus& status) {
+    return status.size == 0 && extensionOf(name).empty();
+}
+
 bool isOlder(const FileStatus& status, Instant notBefore) {
     constexpr std::chrono::seconds tolerance{2};
     return status.birth.value_or(status.changed).wholeSecond() + tolerance < notBefore;
@@ -101,7 +107,7 @@ std::optional<Rejection> check(const std::filesystem::path& path, const Options&
         return Rejection::notRegularFile;
     if (status->isImmutable)
         return Rejection::locked;
-    if (!Summarizer::isSupported(path))
+    if (!isStillWithoutType(name, *status) && !Summarizer::isSupported(path))
         return Rejection::unsupported;
     if (!options.includeProcessed && ProcessedMarker::isMarked(path, disk))
         return Rejection::processed;

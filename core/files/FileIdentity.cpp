@@ -7,6 +7,7 @@
 
 #include <limits>
 #include <string_view>
+#include <system_error>
 
 namespace vesto {
 namespace {
@@ -25,6 +26,14 @@ bool onSameStoredVolume(const FileIdentity& stored, const FileIdentity& current)
 
 bool haveSameState(const FileIdentity& left, const FileIdentity& right) {
     return left.state.has_value() && left.state == right.state;
+}
+
+/// In place of an invented inode: the same for all paths that lead to the folder of `path`.
+std::uint64_t numberOfFolder(const std::filesystem::path& path) {
+    const auto folder = folderOf(path);
+    std::error_code error;
+    const auto real = std::filesystem::canonical(folder, error);
+    return std::hash<std::string>{}(error ? folder.native() : real.native());
 }
 
 Json timeToJson(const FileTime& time) {
@@ -58,14 +67,13 @@ std::optional<FileIdentity> FileIdentity::of(const std::filesystem::path& path, 
     if (disk.inventsInodes(folderOf(path))) {
         identity.name = lastComponentOf(path);
         identity.volume = disk.volumeName(status->device);
+        identity.inode = numberOfFolder(path);
     }
     return identity;
 }
 
 bool FileIdentity::operator==(const FileIdentity& other) const {
-    if (device != other.device || birth != other.birth || inventedInode() != other.inventedInode())
-        return false;
-    return inventedInode() ? name == other.name : inode == other.inode;
+    return device == other.device && inode == other.inode && birth == other.birth && name == other.name;
 }
 
 bool isSameStoredFile(const FileIdentity& stored, const FileIdentity& current) {

@@ -24,7 +24,8 @@ struct FileState {
 
 /// Which file a name stands for, across renames. Device and inode alone do not tell: file systems hand an
 /// inode out again at once, so the birth time joins them where there is one. FAT, exFAT and FUSE invent inode
-/// numbers; there the name takes the inode's place, until we rename the file ourselves.
+/// numbers; there the name and, in memory, the folder take the inode's place, until we rename the file
+/// ourselves.
 ///
 /// Four relations, since what may be relied on differs:
 ///  * `==`, in memory, while this machine runs;
@@ -33,7 +34,7 @@ struct FileState {
 /// Whether the file was written to meanwhile is a question apart: `stoodStill`.
 struct FileIdentity {
     std::uint64_t device = 0;
-    std::uint64_t inode = 0;
+    std::uint64_t inode = 0; // where the disk invents them, a number for the folder's real path
     std::optional<FileTime> birth;
 
     // Present together, and only on a disk that invents inode numbers.

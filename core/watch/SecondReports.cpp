@@ -31,29 +31,42 @@ bool SecondReports::takeNews() {
     bool isAnyDue = false;
     for (auto& [name, waiting] : told) {
         waiting.isDue = waiting.reason == Fruitless::replaced;
-        waiting.wasClosedBefore = m_closedLately.contains(name) || m_closedEarlier.contains(name);
-        isAnyDue = isAnyDue || isDue(name, waiting);
+        waiting.wasClosedBefore = waiting.reason != Fruitless::restless && wasTouchedLately(name);
+        // One that was gone and came back is found at the next look, which its return made due.
+        const bool wasGone = waiting.isDue && !waiting.seen;
+        isAnyDue = isAnyDue || (!wasGone && isDue(name, waiting));
         m_waiting.insert_or_assign(std::move(name), waiting);
     }
     return isAnyDue;
 }
 
 bool SecondReports::closed(std::string_view name) {
-    m_closedLately.emplace(name);
-    const auto found = m_waiting.find(name);
-    if (found == m_waiting.end())
-        return false;
-    found->second.wasClosed = true;
-    return true;
+    Waiting* const waiting = touched(name);
+    if (waiting)
+        waiting->wasClosed = true;
+    return waiting != nullptr;
 }
 
 bool SecondReports::movedOnto(std::string_view name) {
+    Waiting* const waiting = touched(name);
+    if (waiting)
+        waiting->isDue = true;
+    return waiting != nullptr;
+}
+
+bool SecondReports::wasTouchedLately(std::string_view name) const {
+    return m_closedLately.contains(name) || m_closedEarlier.contains(name);
+}
+
+/// The name's entry, where a close or a move may be its writer's last.
+SecondReports::Waiting* SecondReports::touched(std::string_view name) {
+    const bool isRepeated = wasTouchedLately(name);
     m_closedLately.emplace(name);
     const auto found = m_waiting.find(name);
-    if (found == m_waiting.end())
-        return false;
-    found->second.isDue = true;
-    return true;
+    // One of many that come all the time ends no unrest.
+    if (found == m_waiting.end() || (isRepeated && found->second.reason == Fruitless::restless))
+        return nullptr;
+    return &found->second;
 }
 
 void SecondReports::rescan() {
@@ -64,7 +77,7 @@ void SecondReports::rescan() {
         const auto state = look(name);
         const bool isStill = state && state == waiting.lastLook;
         if (isStill && (waiting.reason == Fruitless::restless || waiting.differs(*state)))
-            waiting.isDue = true;
+            waiting.isDue = waiting.stoodStill = true;
         waiting.lastLook = state;
     }
 }
@@ -73,10 +86,11 @@ bool SecondReports::take(const std::string& name) {
     const auto found = m_waiting.find(name);
     if (found == m_waiting.end() || !isDue(name, found->second))
         return false;
+    const bool isPromising = found->second.isPromising();
     m_waiting.erase(found);
     // Before it is reported: the answer may come at once.
     const std::lock_guard lock(m_mutex);
-    m_tallies[name].isAgain = true;
+    m_tallies[name].isAgain = isPromising;
     return true;
 }
 
@@ -103,7 +117,7 @@ bool SecondReports::isDue(const std::string& name, Waiting& waiting) const {
     const bool wasClosedBefore = std::exchange(waiting.wasClosedBefore, false);
     if (!waiting.isDue && (wasClosed || wasClosedBefore)) {
         const auto state = look(name);
-        // Closed without having been written to is no reason; after unrest any close is.
+        // Closed without having been written to is no reason; after unrest it is.
         const bool isReason = waiting.reason == Fruitless::restless || (state && waiting.differs(*state));
         const bool isNews = state && waiting.seen && *state != *waiting.seen;
         waiting.isDue = (wasClosed && isReason) || (wasClosedBefore && isNews);

@@ -51,10 +51,15 @@ private:
         std::optional<FileState> seen;
         std::optional<FileState> lastLook = std::nullopt; // at a rescan
         bool isDue = false;
+        bool stoodStill = false;
         bool wasClosed = false;
         bool wasClosedBefore = false; // perhaps before `seen` was
 
         [[nodiscard]] bool differs(const FileState& state) const { return !seen || state != *seen; }
+        /// Whether a report in vain counts: a close amid unrest promised little.
+        [[nodiscard]] bool isPromising() const {
+            return reason != FolderWatcher::Fruitless::restless || stoodStill;
+        }
     };
     struct Told {
         std::string name;
@@ -65,6 +70,8 @@ private:
         int inVain = 0;
     };
 
+    [[nodiscard]] bool wasTouchedLately(std::string_view name) const;
+    [[nodiscard]] Waiting* touched(std::string_view name);
     [[nodiscard]] std::optional<FileState> look(const std::string& name) const;
     [[nodiscard]] bool isDue(const std::string& name, Waiting& waiting) const;
 

@@ -2,6 +2,7 @@
 #include "core/files/ProcessedMarker.h"
 #include "tests/app/support/World.h"
 
+#include <fmt/format.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <sqlite3.h>
@@ -312,6 +313,24 @@ TEST(AppModelThreads, NamesAgainWhatWasReplacedWhileItWaited) {
     EXPECT_TRUE(world.eventually([&] { return world.model->pending().size() == 1; }));
     EXPECT_EQ(world.model->pending().front().proposal.title, bill);
     EXPECT_EQ(world.reading->count, 1);
+}
+
+/// Whichever look finds it gone, the watcher need not have seen that.
+TEST(AppModelThreads, NamesAFileThatWasGoneAtOneLook) {
+    World world;
+    world.start();
+    world.watch();
+    for (int gone = 1; gone <= 6; ++gone) {
+        SCOPED_TRACE(gone);
+        const auto file = world.folder / fmt::format("scan000{}.txt", gone);
+        int looks = 0;
+        world.disk.setHook([&](HookedDisk::Call call, const std::filesystem::path& path) {
+            return call == HookedDisk::Call::status && path == file && ++looks == gone ? ENOENT : 0;
+        });
+        (void)world.proposal(file.filename().native(), bill);
+        EXPECT_GT(looks, gone);
+        world.disk.setHook({});
+    }
 }
 
 TEST(AppModelThreads, RemembersWhatCannotBeMarked) {

@@ -91,6 +91,7 @@ TEST(FileEligibility, SeesARealFolderAsItIs) {
     EXPECT_EQ(check(folder / "folder.pdf", {}), Rejection::notRegularFile);
     EXPECT_EQ(check(folder / "none.pdf", {}), Rejection::missing);
     EXPECT_EQ(check(write(folder / "sans extension", "%PDF-1.7 and more"), {}), std::nullopt);
+    EXPECT_EQ(check(write(folder / "pas encore écrit", ""), {}), std::nullopt);
     EXPECT_EQ(check(write(folder / "autre", "\x01\x02\x03"), {}), Rejection::unsupported);
     ASSERT_TRUE(ProcessedMarker::write(file, ProcessedMarker::State::skipped, "a.pdf", systemClock().now()));
     EXPECT_EQ(check(file, {}), Rejection::processed);

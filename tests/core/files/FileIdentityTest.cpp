@@ -120,6 +120,9 @@ TEST(FileIdentity, TakesTheNameWhereInodesAreInvented) {
     disk.files["/d/b"] = disk.files["/d/a"];
     EXPECT_NE(FileIdentity::of("/d/b", disk), before);
     EXPECT_TRUE(isSameAcrossRename(*before, *FileIdentity::of("/d/b", disk)));
+    disk.files["/e/a"] = disk.files["/d/a"];
+    EXPECT_NE(FileIdentity::of("/e/a", disk), before);
+    EXPECT_TRUE(isSameStoredFile(*before, *FileIdentity::of("/e/a", disk)));
 }
 
 TEST(FileIdentity, KnowsRealDisksThatInventInodes) {
@@ -131,6 +134,8 @@ TEST(FileIdentity, KnowsRealDisksThatInventInodes) {
     EXPECT_EQ(identity->name, "a");
     ASSERT_TRUE(identity->volume);
     EXPECT_TRUE(identity->volume->starts_with("fuse")) << *identity->volume;
+    std::filesystem::create_directory_symlink(*mount.path, *mount.path / "link");
+    EXPECT_EQ(FileIdentity::of(*mount.path / "link" / "a"), identity);
 }
 
 } // namespace

@@ -13,9 +13,10 @@ FileState stateOf(const std::filesystem::path& path) {
 
 /// A file of a folder that gave nothing, and what may happen to it since.
 struct Case {
-    explicit Case(Fruitless reason) {
+    explicit Case(Fruitless reason, bool wasSeen = true) {
         write(file, "half");
-        EXPECT_TRUE(reports.fruitless("a.pdf", reason, stateOf(file)));
+        EXPECT_TRUE(
+            reports.fruitless("a.pdf", reason, wasSeen ? std::optional(stateOf(file)) : std::nullopt));
         dueAtOnce = reports.takeNews();
     }
     void change() const { write(file, "half and more"); }
@@ -77,6 +78,35 @@ TEST(SecondReports, NeedAReasonToHope) {
             EXPECT_FALSE(it.isReported());
         }
     EXPECT_TRUE(Case(replaced).dueAtOnce);
+    Case gone(replaced, false);
+    EXPECT_FALSE(gone.dueAtOnce);
+    EXPECT_TRUE(gone.isReported()) << "the next look found it";
+}
+
+/// A download that is opened, appended to and closed all the time, for longer than it is waited for.
+TEST(SecondReports, GiveNoWriterUpBeforeItIsDone) {
+    Case it(Fruitless::restless);
+    std::string content;
+    const auto append = [&] { write(it.file, content += "more"); };
+    for (int round = 0; round < 2 * SecondReports::vainLimit; ++round) {
+        SCOPED_TRACE(round);
+        EXPECT_TRUE(it.reports.closed("a.pdf")) << "it may have been the last";
+        ASSERT_TRUE(it.isReported());
+        it.reports.closed("a.pdf");
+        const FileState seen = stateOf(it.file);
+        append();
+        ASSERT_TRUE(it.reports.fruitless("a.pdf", Fruitless::restless, seen));
+        EXPECT_FALSE(it.reports.takeNews());
+        EXPECT_FALSE(it.reports.closed("a.pdf"));
+        EXPECT_FALSE(it.reports.movedOnto("a.pdf"));
+        for (int look = 0; look < 2; ++look) {
+            EXPECT_FALSE(it.isReported());
+            append();
+            it.reports.rescan();
+        }
+    }
+    it.reports.rescan();
+    EXPECT_TRUE(it.isReported()) << "it stood still";
 }
 
 /// The last close may come between the look at a file and the news that it gave nothing.
