@@ -328,11 +328,6 @@ struct Remembered {
     ProcessedMarker::Marker marker;
 };
 
-/// Without a birth time the inode or the name may be another file's by now, which size and time tell.
-bool isRemembered(const FileIdentity& stored, const FileIdentity& file) {
-    return isSameStoredFile(stored, file) && ((stored.birth && file.birth) || stoodStill(stored, file));
-}
-
 /// What is kept of one stored file, latest first.
 std::vector<Remembered> rememberedRows(Work& work, const FileIdentity& file) {
     static const std::string columns = std::string("SELECT ") + StoreRows::identityColumns +
@@ -342,7 +337,7 @@ std::vector<Remembered> rememberedRows(Work& work, const FileIdentity& file) {
     const auto rows = [&](Query query) {
         std::vector<Remembered> found;
         while (query.next()) {
-            if (!isRemembered(StoreRows::identityAt(query, 0, work), file))
+            if (!isSameStoredFile(StoreRows::identityAt(query, 0, work), file))
                 continue;
             constexpr int first = StoreRows::identityColumnCount;
             const auto state = ProcessedMarker::stateOfRawValue(query.bytes(first + 2));

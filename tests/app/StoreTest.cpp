@@ -163,31 +163,6 @@ TEST(Store, RemembersAFileByWhatOutlivesARestart) {
     EXPECT_EQ(store.remembered(onFat).value(), ignored);
 }
 
-/// An inode or a name that came back.
-TEST(Store, TellsAFileWithoutBirthTimeByItsState) {
-    const TestFolder folder;
-    Store store = Store::open(folder / "history.sqlite").value();
-    const ProcessedMarker::Marker ignored{
-        .state = ProcessedMarker::State::ignored, .originalName = "y", .date = at(2)};
-    const FileIdentity local = identity(5);
-    FileIdentity onShare = local;
-    onShare.birth.reset();
-    FileIdentity onFuse = onShare;
-    onFuse.name = "scan.txt";
-    const auto another = [](FileIdentity file) {
-        file.state->modified.seconds += 1;
-        return file;
-    };
-    for (const FileIdentity& file : {onShare, onFuse}) {
-        ASSERT_TRUE(store.remember(file, ignored));
-        EXPECT_EQ(store.remembered(file).value(), ignored);
-        EXPECT_EQ(store.remembered(another(file)).value(), std::nullopt);
-    }
-    EXPECT_EQ(store.remembered(another(local)).value(), std::nullopt);
-    ASSERT_TRUE(store.remember(local, ignored));
-    EXPECT_EQ(store.remembered(another(local)).value(), ignored) << "its birth time tells";
-}
-
 TEST(Store, SearchesAsThePlainComparisonDoes) {
     const TestFolder folder;
     Store store = Store::open(folder / "history.sqlite").value();
