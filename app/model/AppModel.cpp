@@ -23,7 +23,8 @@ public:
         , applier(context)
         , proposals(context, applier,
                     [this](const std::filesystem::path& path, const std::string& folderID) {
-                        jobs.enqueue(JobLoop::Watched{path, folderID});
+                        if (folders.isWatching(folderID)) // elsewhere it is found when watching begins
+                            jobs.enqueue(JobLoop::Watched{path, folderID});
                     })
         , batches(context, applier,
                   [this](const std::filesystem::path& path, const std::string& batchID, bool retry) {
