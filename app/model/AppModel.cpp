@@ -23,7 +23,8 @@ public:
         , applier(context)
         , proposals(context, applier,
                     [this](const std::filesystem::path& path, const std::string& folderID) {
-                        jobs.enqueue(JobLoop::Watched{path, folderID});
+                        if (folders.isWatching(folderID)) // elsewhere it is found when watching begins
+                            jobs.enqueue(JobLoop::Watched{path, folderID});
                     })
         , batches(context, applier,
                   [this](const std::filesystem::path& path, const std::string& batchID, bool retry) {
@@ -38,7 +39,8 @@ public:
                                 [this](const std::string&) {
                                     applier.recover();
                                     proposals.review();
-                                }})
+                                },
+                            .replaced = [this](const std::string& folderID) { forgetFiles(folderID); }})
         , jobs(context, folders, proposals, applier, batches) {
         review.setInterval(context.given().rescanInterval);
         QObject::connect(&review, &QTimer::timeout, &face, [this] {
@@ -54,6 +56,11 @@ public:
     }
 
     [[nodiscard]] bool watches() const { return isWatching && !isPaused && !whenFinished; }
+
+    void forgetFiles(const std::string& folderID) {
+        proposals.dropFolder(folderID);
+        jobs.forgetUnreadable(folderID);
+    }
 
     void scheduleReview() {
         const bool needed = !whenFinished && (!proposals.all().empty() || !jobs.unreadable().empty());
@@ -202,9 +209,8 @@ void AppModel::addFolder(const std::filesystem::path& path, FolderDone done) {
 
 void AppModel::removeFolder(std::string_view folderID) {
     const std::string id(folderID); // which may be the folder's own
-    m_parts->folders.remove(id);
-    m_parts->proposals.dropFolder(id);
-    m_parts->jobs.forgetUnreadable(id);
+    if (m_parts->folders.remove(id))
+        m_parts->forgetFiles(id);
 }
 
 void AppModel::setEnabled(std::string_view folderID, bool enabled) {

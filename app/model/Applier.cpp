@@ -153,9 +153,10 @@ void Applier::undo(std::string_view recordID, AppModel::RecordDone done) {
                    done);
         return;
     }
-    record->undoing = true;
-    if (const auto begun = m_context.ledger().begin(*record); !begun) {
-        refuseUndo(begun.error(), done);
+    RenameRecord begun = *record;
+    begun.undoing = true;
+    if (const auto written = m_context.ledger().begin(begun); !written) {
+        refuseUndo(written.error(), done);
         return;
     }
     m_atWork.insert(record->id);
@@ -175,14 +176,14 @@ void Applier::finishUndo(RenameRecord record, const std::expected<FileTasks::Res
                          const AppModel::RecordDone& done) {
     m_atWork.erase(record.id);
     Ledger& ledger = m_context.ledger();
-    record.undoing = false;
     if (!restored) {
         ledger.settle(record);
         refuseUndo(restored.error().message(), done);
         return;
     }
     record.status = Status::undone;
-    record.undoing = restored->leftover != Leftover::none; // so that the next start looks at it
+    // The rename may have left a hidden name already.
+    record.undoing = record.undoing || restored->leftover != Leftover::none;
     if (restored->identity)
         ledger.noteMark(*restored->identity,
                         Marker{.state = State::undone,

@@ -47,6 +47,7 @@ private:
     void finishApply(RenameRecord record, const std::expected<RenameResult, RenameError>& renamed,
                      const std::function<void(const Result&)>& done);
     void finishRecover(const Recovery::Outcome& outcome);
+    /// `record` as it was before the undo.
     void finishUndo(RenameRecord record, const std::expected<FileTasks::Restored, RenameError>& restored,
                     const AppModel::RecordDone& done);
     void refuseUndo(std::string_view reason, const AppModel::RecordDone& done);

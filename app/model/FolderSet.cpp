@@ -16,6 +16,12 @@ std::string inQuotes(const std::filesystem::path& folder) {
     return fmt::format("« {} »", displayNameOf(folder));
 }
 
+/// Whether another folder stands where a known one stood; a disk that invents inodes does not tell.
+bool isAnother(const WatchedFolder& known, const FileIdentity& current) {
+    const bool isTold = known.bookmark && !(known.bookmark->inventedInode() && current.inventedInode());
+    return isTold && !isSameStoredFile(*known.bookmark, current);
+}
+
 } // namespace
 
 FolderSet::FolderSet(ModelContext& context, Listener listener)
@@ -70,8 +76,12 @@ void FolderSet::add(const std::filesystem::path& path, std::function<bool()> wat
                     AppModel::FolderDone done) {
     m_context.onFiles([path, watched = m_folders,
                        &disk = m_context.given().disk] { return checkFolder(path, watched, disk); },
-                      [this, watches = std::move(watches), done = std::move(done)](const FolderCheck& check) {
-                          join(check, watches(), done);
+                      [this, path, watched = m_folders, watches = std::move(watches),
+                       done = std::move(done)](const FolderCheck& check) {
+                          if (watched == m_folders)
+                              join(check, watches(), done);
+                          else // one joined meanwhile, and may be the same by another name
+                              add(path, watches, done);
                       });
 }
 
@@ -90,15 +100,23 @@ void FolderSet::join(const FolderCheck& check, bool watches, const AppModel::Fol
         answer(std::nullopt, check.notes);
         return;
     }
-    // A folder that stands where a lost one stood takes its place; or two were added at once.
+    // A folder that stands where a lost one stood takes its place.
     const auto same = std::ranges::find(m_folders, check.path.native(), &WatchedFolder::path);
     WatchedFolder folder = same == m_folders.end() ? WatchedFolder{} : *same;
+    const bool isReplaced = same != m_folders.end() && isAnother(folder, *check.identity);
+    if (isReplaced)
+        folder.automatic = false; // nobody said so of this one
     folder.path = check.path.native();
     folder.bookmark = check.identity;
     folder.addedAt = m_context.given().clock.now();
     folder.enabled = true;
-    m_context.ledger().save(folder);
+    if (!m_context.ledger().save(folder)) {
+        answer(std::nullopt, check.notes);
+        return;
+    }
     stop(folder.id);
+    if (isReplaced)
+        m_listener.replaced(folder.id);
     if (same != m_folders.end())
         m_folders.erase(same);
     m_folders.push_back(folder);
@@ -108,22 +126,33 @@ void FolderSet::join(const FolderCheck& check, bool watches, const AppModel::Fol
     Q_EMIT m_context.face().foldersChanged();
 }
 
-void FolderSet::remove(std::string_view id) {
+bool FolderSet::remove(std::string_view id) {
+    if (!m_context.ledger().removeFolder(id))
+        return false;
     stop(id);
-    m_context.ledger().removeFolder(id);
     std::erase_if(m_folders, [&](const WatchedFolder& folder) { return folder.id == id; });
     Q_EMIT m_context.face().foldersChanged();
+    return true;
+}
+
+bool FolderSet::change(WatchedFolder& folder, WatchedFolder changed) {
+    const bool isStored = m_context.ledger().save(changed);
+    if (isStored)
+        folder = std::move(changed);
+    return isStored;
 }
 
 void FolderSet::setEnabled(std::string_view id, bool enabled, bool watches) {
     WatchedFolder* folder = findMutable(id);
     if (folder == nullptr || folder->enabled == enabled)
         return;
-    folder->enabled = enabled;
-    m_context.ledger().save(*folder);
-    stop(id);
-    if (enabled && watches)
-        watch(*folder);
+    WatchedFolder changed = *folder;
+    changed.enabled = enabled;
+    if (change(*folder, std::move(changed))) {
+        stop(id);
+        if (enabled && watches)
+            watch(*folder);
+    }
     Q_EMIT m_context.face().foldersChanged();
 }
 
@@ -131,8 +160,9 @@ void FolderSet::setAutomatic(std::string_view id, bool automatic) {
     WatchedFolder* folder = findMutable(id);
     if (folder == nullptr)
         return;
-    folder->automatic = automatic;
-    m_context.ledger().save(*folder);
+    WatchedFolder changed = *folder;
+    changed.automatic = automatic;
+    (void)change(*folder, std::move(changed));
     Q_EMIT m_context.face().foldersChanged();
 }
 

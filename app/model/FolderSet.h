@@ -26,6 +26,7 @@ public:
         std::function<void(const std::string& folderID)> lost; // it ended by itself
         std::function<void(const std::string& folderID)>
             back; // is there, and is about to be watched, perhaps again
+        std::function<void(const std::string& folderID)> replaced; // another one stands there, and was added
     };
 
     FolderSet(ModelContext& context, Listener listener);
@@ -40,9 +41,12 @@ public:
     [[nodiscard]] std::optional<FolderWatcher::Mode> mode(std::string_view id) const;
     [[nodiscard]] std::optional<FolderTrouble> trouble(std::string_view id) const;
 
+    // What cannot be stored does not happen, and the user is told.
+
     /// `watches`: whether folders are being watched now, asked when the folder joins.
     void add(const std::filesystem::path& path, std::function<bool()> watches, AppModel::FolderDone done);
-    void remove(std::string_view id);
+    /// False where it could not be: then it stays.
+    bool remove(std::string_view id);
     void setEnabled(std::string_view id, bool enabled, bool watches);
     void setAutomatic(std::string_view id, bool automatic);
 
@@ -63,6 +67,8 @@ private:
         std::string message; // that the user was told
     };
     [[nodiscard]] WatchedFolder* findMutable(std::string_view id);
+    /// Changes a folder, unless that cannot be stored.
+    bool change(WatchedFolder& folder, WatchedFolder changed);
     void join(const FolderCheck& check, bool watches, const AppModel::FolderDone& done);
     void watch(const WatchedFolder& folder);
     void startWatcher(const std::string& id, std::uint64_t serial, const FolderLook& look);

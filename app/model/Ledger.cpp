@@ -28,19 +28,20 @@ std::expected<void, std::string> Ledger::begin(const RenameRecord& record) {
     return std::unexpected(std::string(text("Journal non enregistré : ")) + saved.error().description);
 }
 
-bool Ledger::settle(const RenameRecord& record) {
+void Ledger::settle(const RenameRecord& record) {
     m_unsaved.insert_or_assign(record.id, record);
-    return flush();
+    flush();
 }
 
 void Ledger::drop(const RenameRecord& record) {
-    m_unsaved.erase(record.id);
+    m_unsaved.insert_or_assign(record.id, std::nullopt);
     flush();
-    check(m_store.removeRecord(record.id));
 }
 
 std::vector<RenameRecord> Ledger::unsettled() {
-    return valueOf(m_store.unsettled());
+    auto rows = valueOf(m_store.unsettled());
+    std::erase_if(rows, [this](const RenameRecord& row) { return m_unsaved.contains(row.id); });
+    return rows;
 }
 
 std::optional<RenameRecord> Ledger::record(std::string_view id) {
@@ -53,8 +54,8 @@ bool Ledger::save(const WatchedFolder& folder) {
     return check(m_store.save(folder));
 }
 
-void Ledger::removeFolder(std::string_view id) {
-    check(m_store.removeFolder(id));
+bool Ledger::removeFolder(std::string_view id) {
+    return check(m_store.removeFolder(id));
 }
 
 std::vector<PendingProposal> Ledger::pending() {
@@ -74,8 +75,9 @@ void Ledger::noteMark(const FileIdentity& file, ProcessedMarker::Marker marker, 
         m_unmarked.erase(file);
         if (remembered(file))
             check(m_store.forget(file));
-    } else if (!check(m_store.remember(file, marker))) {
+    } else {
         m_unmarked.insert_or_assign(file, std::move(marker));
+        flush();
     }
 }
 
@@ -89,14 +91,17 @@ bool Ledger::isTaken(const FileIdentity& file) {
     return isInFlight(file) || remembered(file).has_value();
 }
 
-bool Ledger::flush() {
-    while (!m_unsaved.empty()) {
-        const auto first = m_unsaved.begin();
-        if (!check(m_store.save(first->second)))
-            return false;
-        m_unsaved.erase(first);
-    }
-    return true;
+void Ledger::flush() {
+    const auto writeAll = [this](auto& waiting, const auto& write) {
+        while (!waiting.empty() && check(write(*waiting.begin())))
+            waiting.erase(waiting.begin());
+        return waiting.empty();
+    };
+    const bool areRowsSaved = writeAll(m_unsaved, [this](const auto& row) {
+        return row.second ? m_store.save(*row.second) : m_store.removeRecord(row.first);
+    });
+    if (areRowsSaved)
+        writeAll(m_unmarked, [this](const auto& file) { return m_store.remember(file.first, file.second); });
 }
 
 bool Ledger::check(const Store::Result<void>& result) {

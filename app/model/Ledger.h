@@ -23,17 +23,19 @@ public:
 
     /// Before the file is touched. Where this fails the row is forgotten, and the file is to be left alone.
     [[nodiscard]] std::expected<void, std::string> begin(const RenameRecord& record);
-    /// What became of a row. False where it is not on disk yet.
-    bool settle(const RenameRecord& record);
-    /// What is unfinished, perhaps since an earlier run; a failure was reported.
+    /// What became of a row.
+    void settle(const RenameRecord& record);
+    /// What is unfinished, perhaps since an earlier run, but for what is merely not on disk yet; a failure
+    /// was reported.
     [[nodiscard]] std::vector<RenameRecord> unsettled();
     /// A rename that failed leaves no row.
     void drop(const RenameRecord& record);
     /// Also one that is not on disk yet. Nothing where there is none; a failure was reported.
     [[nodiscard]] std::optional<RenameRecord> record(std::string_view id);
 
+    /// These two are not tried again: false where they failed.
     bool save(const WatchedFolder& folder);
-    void removeFolder(std::string_view id);
+    bool removeFolder(std::string_view id);
     [[nodiscard]] std::vector<PendingProposal> pending(); // newest first; a failure was reported
     void save(const PendingProposal& pending);
     void removePending(std::string_view proposalID);
@@ -55,11 +57,12 @@ private:
     template <typename Value> [[nodiscard]] Value valueOf(Store::Result<Value> found);
     bool check(const Store::Result<void>& result);
     void fail(const StoreError& error);
-    bool flush();
+    void flush();
 
     Store& m_store;
     std::function<void(std::string)> m_report;
-    std::map<std::string, RenameRecord, std::less<>> m_unsaved; // by id
+    /// By id; nothing: the row is to go.
+    std::map<std::string, std::optional<RenameRecord>, std::less<>> m_unsaved;
     std::unordered_set<FileIdentity> m_inFlight;
     std::unordered_map<FileIdentity, ProcessedMarker::Marker> m_unmarked; // that the store did not take
 };

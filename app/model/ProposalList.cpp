@@ -34,27 +34,30 @@ void ProposalList::look(std::vector<Look> looks, std::function<void(std::vector<
 }
 
 void ProposalList::restore(const std::set<std::string, std::less<>>& folderIDs) {
-    auto& stored = m_restored = m_context.ledger().pending();
-    const auto orphans = std::ranges::stable_partition(
-        stored, [&](const PendingProposal& pending) { return folderIDs.contains(pending.folderID); });
-    for (const PendingProposal& pending : orphans)
+    m_restored = m_context.ledger().pending();
+    dropRestored([&](const PendingProposal& pending) { return !folderIDs.contains(pending.folderID); });
+    if (!m_restored.empty())
+        look(looksAt(m_restored), [this](const std::vector<Look>& looks) { finishRestore(looks); });
+}
+
+void ProposalList::dropRestored(const Meant& isMeant) {
+    const auto gone = std::ranges::stable_partition(
+        m_restored, [&](const PendingProposal& pending) { return !isMeant(pending); });
+    for (const PendingProposal& pending : gone)
         m_context.ledger().removePending(pending.proposal.id);
-    stored.erase(orphans.begin(), orphans.end());
-    if (stored.empty())
-        return;
-    look(looksAt(stored), [this](const std::vector<Look>& looks) { finishRestore(looks); });
+    m_restored.erase(gone.begin(), gone.end());
 }
 
 void ProposalList::finishRestore(const std::vector<Look>& looks) {
-    auto stored = std::exchange(m_restored, {});
-    for (std::size_t index = 0; index < stored.size(); ++index) {
-        PendingProposal& pending = stored[index];
-        const auto& current = looks[index].current;
+    auto look = looks.begin();
+    for (PendingProposal& pending : std::exchange(m_restored, {})) {
+        // In the same order, but some may have been dropped meanwhile.
+        look = std::ranges::find(look, looks.end(), pending.id(), &Look::proposalID);
+        const auto& current = look->current;
         auto& identity = pending.proposal.identity;
         // One that is marked was answered just before the earlier run was killed.
         if (!current || !identity || !isSameStoredFile(*identity, *current) ||
-            !stoodStill(*identity, *current) || looks[index].isMarked ||
-            m_context.ledger().remembered(*current)) {
+            !stoodStill(*identity, *current) || look->isMarked || m_context.ledger().remembered(*current)) {
             m_context.ledger().removePending(pending.proposal.id);
             continue;
         }
@@ -93,8 +96,7 @@ PendingProposal ProposalList::removed(const Place& place) {
     return pending;
 }
 
-std::vector<PendingProposal>
-ProposalList::removedWhere(const std::function<bool(const PendingProposal&)>& isMeant) {
+std::vector<PendingProposal> ProposalList::removedWhere(const Meant& isMeant) {
     const auto gone = std::ranges::stable_partition(
         m_pending, [&](const PendingProposal& pending) { return !isMeant(pending); });
     std::vector<PendingProposal> removed(std::move_iterator(gone.begin()), std::move_iterator(gone.end()));
@@ -184,9 +186,10 @@ void ProposalList::ignore(const PendingProposal& pending) {
 }
 
 void ProposalList::dropFolder(std::string_view folderID) {
-    for (const PendingProposal& pending :
-         removedWhere([&](const PendingProposal& each) { return each.folderID == folderID; }))
+    const auto isMeant = [&](const PendingProposal& each) { return each.folderID == folderID; };
+    for (const PendingProposal& pending : removedWhere(isMeant))
         forget(pending);
+    dropRestored(isMeant);
 }
 
 void ProposalList::dropFile(const FileIdentity& identity) {

@@ -45,6 +45,7 @@ public:
     void review();
 
 private:
+    using Meant = std::function<bool(const PendingProposal&)>;
     using Place = std::deque<PendingProposal>::iterator;
     struct Look {
         std::string proposalID;
@@ -57,6 +58,7 @@ private:
     template <typename Proposals> [[nodiscard]] static std::vector<Look> looksAt(const Proposals& proposals);
     /// How the files are now; each look knows its proposal and path.
     void look(std::vector<Look> looks, std::function<void(std::vector<Look>)> back);
+    void dropRestored(const Meant& isMeant);
     void finishRestore(const std::vector<Look>& looks);
     void judge(const std::vector<Look>& looks);
     /// False where the file changed or left.
@@ -66,7 +68,7 @@ private:
     /// Out of the list and the notification centre, not yet out of the store.
     PendingProposal removed(const Place& place);
     /// The same for all of whom it holds.
-    std::vector<PendingProposal> removedWhere(const std::function<bool(const PendingProposal&)>& isMeant);
+    std::vector<PendingProposal> removedWhere(const Meant& isMeant);
     /// Marks the file of a proposal that is out of the list, and forgets it.
     void ignore(const PendingProposal& pending);
     void forget(const PendingProposal& pending);

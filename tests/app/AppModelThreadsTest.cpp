@@ -1,13 +1,15 @@
 #include "app/model/AppModel.h"
 #include "core/files/ProcessedMarker.h"
+#include "tests/app/Tamper.h"
 #include "tests/app/support/World.h"
 
 #include <fmt/format.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <sqlite3.h>
 
+#include <QTimer>
 #include <array>
+#include <atomic>
 
 namespace vesto {
 namespace {
@@ -150,10 +152,7 @@ TEST(AppModelThreads, TouchesNothingThatItCannotWriteDown) {
     world.start();
     world.watch();
     const auto pending = world.proposal("scan0001.txt", bill);
-    sqlite3* other = nullptr;
-    ASSERT_EQ(sqlite3_open((world.home / "history.sqlite").c_str(), &other), SQLITE_OK);
-    ASSERT_EQ(sqlite3_exec(other, "DROP TABLE RenameRecord", nullptr, nullptr, nullptr), SQLITE_OK);
-    sqlite3_close(other);
+    tamper(world.home / "history.sqlite", "DROP TABLE RenameRecord");
     bool isAnswered = false;
     world.model->accept(pending.proposal.id, [&](const auto& answer) {
         isAnswered = true;
@@ -163,6 +162,56 @@ TEST(AppModelThreads, TouchesNothingThatItCannotWriteDown) {
     EXPECT_TRUE(world.model->lastError()->starts_with("Journal non enregistré : "))
         << *world.model->lastError();
     EXPECT_TRUE(namesIn(world.folder.path()).contains("scan0001.txt"));
+}
+
+TEST(AppModelThreads, ChangesNoFolderThatItCannotWriteDown) {
+    World world;
+    world.start();
+    const auto folder = world.watch(true);
+    const auto folders = world.model->folders();
+    const auto other = world.home / "Autre";
+    std::filesystem::create_directory(other);
+    tamper(world.home / "history.sqlite", "ALTER TABLE WatchedFolder RENAME TO Away");
+    using Order = std::function<void(AppModel&)>;
+    const std::array<Order, 4> orders{[&](AppModel& model) { model.setAutomatic(folder.id, false); },
+                                      [&](AppModel& model) { model.setEnabled(folder.id, false); },
+                                      [&](AppModel& model) { model.removeFolder(folder.id); },
+                                      [&](AppModel& model) { model.addFolder(other); }};
+    for (std::size_t which = 0; which < orders.size(); ++which) {
+        SCOPED_TRACE(which);
+        world.model->clearLastError();
+        orders[which](*world.model);
+        ASSERT_TRUE(world.eventually([&] { return world.model->lastError().has_value(); }));
+        EXPECT_THAT(*world.model->lastError(), testing::StartsWith("Journal non enregistré : "));
+        EXPECT_EQ(world.model->folders(), folders);
+        EXPECT_TRUE(world.model->isWatching(folder.id));
+    }
+}
+
+TEST(AppModelThreads, TakesANewFolderForNewAndOneOfTwoNamesForOne) {
+    World world;
+    world.start();
+    const auto place = world.home / "Photos";
+    std::filesystem::create_directory(place);
+    const auto folder = world.watch(place, true);
+    write(place / "scan0001.txt", bill);
+    ASSERT_TRUE(world.eventually([&] { return world.model->pending().size() == 1; }));
+    std::filesystem::rename(place, world.home / "ailleurs");
+    std::filesystem::create_directory(place);
+    EXPECT_FALSE(world.watch(place).automatic);
+    EXPECT_FALSE(world.model->folders().front().automatic);
+    EXPECT_TRUE(world.model->pending().empty());
+    EXPECT_TRUE(world.store->pending()->empty());
+
+    SCOPED_TRACE("at once, by two names");
+    std::filesystem::create_directory_symlink(world.folder.path(), world.home / "lien");
+    std::vector<std::vector<FolderNote>> answers;
+    for (const auto& path : {world.folder.path(), world.home / "lien"})
+        world.model->addFolder(path, [&](const auto&, const auto& notes) { answers.push_back(notes); });
+    ASSERT_TRUE(world.eventually([&] { return answers.size() == 2; }));
+    EXPECT_EQ(world.model->folders().size(), 2);
+    ASSERT_EQ(answers.back().size(), 1);
+    EXPECT_EQ(answers.back().front().kind, FolderNote::Kind::alreadyWatched);
 }
 
 TEST(AppModelThreads, ReportsALostFolderOnceAndFindsItAgain) {
@@ -250,6 +299,53 @@ TEST(AppModelThreads, KeepsWhatWaitsOverARestart) {
     EXPECT_EQ(world.store->pending()->size(), 1);
 }
 
+TEST(AppModelThreads, NamesNothingAgainWhereItDoesNotWatch) {
+    struct Row {
+        const char* how;
+        void (*watch)(World& world, const std::string& folderID, bool watches);
+    };
+    constexpr std::array<Row, 3> rows{
+        {{"paused", [](World& world, const auto&, bool watches) { world.model->setPaused(!watches); }},
+         {"disabled",
+          [](World& world, const auto& id, bool watches) { world.model->setEnabled(id, watches); }},
+         {"orders only", [](World& world, const auto&, bool watches) {
+              world.start(watches ? AppModel::Watching::asSet : AppModel::Watching::none);
+          }}}};
+    for (const Row& row : rows) {
+        SCOPED_TRACE(row.how);
+        World world;
+        world.start();
+        const auto folder = world.watch();
+        world.proposal("scan0001.txt", bill);
+        ASSERT_TRUE(world.settings.setAutoThreshold(0.5));
+        world.model->setAutomatic(folder.id, true);
+        row.watch(world, folder.id, false);
+        write(world.folder / "scan0001.txt", "Facture EDF novembre Montpellier");
+        ASSERT_TRUE(world.eventually([&] { return world.model->pending().empty(); }));
+        world.pass(std::chrono::milliseconds(400));
+        EXPECT_EQ(namesIn(world.folder.path()), std::set<std::string>{"scan0001.txt"});
+        row.watch(world, folder.id, true);
+        EXPECT_TRUE(world.eventually(
+            [&] { return namesIn(world.folder.path()).contains("Facture EDF novembre Montpellier.txt"); }));
+    }
+}
+
+TEST(AppModelThreads, ForgetsWhatWaitedInAFolderThatGoesWhileItStarts) {
+    World world;
+    world.start();
+    const auto folder = world.watch();
+    world.proposal("scan0001.txt", bill);
+    world.stop();
+    world.disk.hangs = true; // until the folder is gone
+    QTimer::singleShot(0, QCoreApplication::instance(), [&] {
+        world.model->removeFolder(folder.id);
+        world.disk.hangs = false;
+    });
+    world.start();
+    EXPECT_TRUE(world.model->pending().empty());
+    EXPECT_TRUE(world.store->pending()->empty());
+}
+
 /// A kill between the mark that says so and the end of the proposal.
 TEST(AppModelThreads, ForgetsAProposalThatWasAnsweredJustBeforeAKill) {
     for (const bool isMarkable : {true, false}) {
@@ -298,6 +394,33 @@ TEST(AppModelThreads, SettlesWhatAnEarlierRunLeft) {
     expectMark(world.folder / "Facture.txt", State::renamed);
     ASSERT_TRUE(world.eventually([&] { return world.model->pending().size() == 1; }));
     EXPECT_EQ(world.model->pending().front().proposal.url, world.folder / "scan0002.txt");
+}
+
+TEST(AppModelThreads, RemovesTheHiddenNameThatARenameLeftEvenAfterAnUndoThatFailed) {
+    using Call = HookedDisk::Call;
+    World world;
+    world.start(AppModel::Watching::none);
+    write(world.folder / "scan0001.txt", bill);
+    std::atomic<bool> undoes = false;
+    world.disk.setHook([&](Call call, const std::filesystem::path&) {
+        if (call == Call::unlink || (call == Call::link && undoes))
+            return EACCES;
+        return answerOf(DiskTrait::needsLinks, call);
+    });
+    std::optional<RenameRecord> renamed;
+    world.model->name({.path = world.folder / "scan0001.txt"},
+                      [&](const NamingAnswer& answer) { renamed = answer.rename.value().value(); });
+    ASSERT_TRUE(world.eventually([&] { return renamed.has_value(); }));
+    ASSERT_EQ(namesIn(world.folder.path()).size(), 2);
+    undoes = true;
+    std::optional<bool> isUndone;
+    world.model->undo(renamed->id, [&](const auto& answer) { isUndone = answer.has_value(); });
+    ASSERT_TRUE(world.eventually([&] { return isUndone.has_value(); }));
+    EXPECT_EQ(isUndone, false);
+    world.disk.setHook({});
+    world.start(AppModel::Watching::none);
+    EXPECT_EQ(namesIn(world.folder.path()), std::set<std::string>{"Facture EDF octobre Montpellier.txt"});
+    EXPECT_EQ(world.history().front().status, Status::done);
 }
 
 TEST(AppModelThreads, NamesAgainWhatWasReplacedWhileItWaited) {

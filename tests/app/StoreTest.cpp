@@ -3,11 +3,11 @@
 #include "app/model/StoreSchema.h"
 #include "core/support/UnicodeSearch.h"
 #include "tests/app/StoreSamples.h"
+#include "tests/app/Tamper.h"
 #include "tests/core/files/TestFolder.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <sqlite3.h>
 #include <sys/stat.h>
 
 #include <algorithm>
@@ -26,15 +26,6 @@ std::vector<std::string> newNames(const Store::Result<std::vector<RenameRecord>>
     for (const RenameRecord& row : rows.value())
         names.push_back(row.newName);
     return names;
-}
-
-/// Runs statements on the file as another program might.
-void tamper(const std::filesystem::path& file, const char* statements) {
-    sqlite3* handle = nullptr;
-    ASSERT_EQ(sqlite3_open(file.c_str(), &handle), SQLITE_OK);
-    EXPECT_EQ(sqlite3_exec(handle, statements, nullptr, nullptr, nullptr), SQLITE_OK)
-        << sqlite3_errmsg(handle);
-    sqlite3_close(handle);
 }
 
 TEST(Store, GivesBackWhatItWasGivenAfterItIsClosed) {
