@@ -7,6 +7,7 @@
 #include "cli/Targets.h"
 #include "core/files/FileName.h"
 #include "core/files/FileURL.h"
+#include "core/files/RenameError.h"
 #include "core/naming/RecordCodec.h"
 #include "core/support/Text.h"
 
