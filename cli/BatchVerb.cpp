@@ -4,7 +4,7 @@
 #include "cli/ProgressLine.h"
 #include "cli/ReadingEngine.h"
 #include "cli/Report.h"
-#include "core/files/FileName.h"
+#include "core/files/FileURL.h"
 #include "core/naming/RecordCodec.h"
 #include "core/support/Text.h"
 
@@ -54,8 +54,9 @@ ExitStatus batch(const Options& options, bool offline, Streams streams) {
         return ExitStatus::notAllDone;
     Report report(options, streams.out);
     ProgressLine progress(streams.err, errorIsTerminal());
-    Json order = namingOrder(options, "batch", options.paths.front());
-    order["apply"] = options.apply;
+    Json order{{"verb", "batch"}, {"url", fileURL(options.paths.front())}, {"apply", options.apply}};
+    if (options.minConfidence)
+        order["minConfidence"] = *options.minConfidence;
     order["wellNamed"] = options.alsoWellNamed;
     order["noTitleBefore"] = options.alsoNoTitle;
     bool isRenamed = false;

@@ -45,12 +45,21 @@ std::optional<std::string> unknownVerb(const CLI::App& app, int argc, char** arg
     return named.empty() ? std::optional<std::string>(argv[1]) : std::nullopt;
 }
 
-std::string inFrench(const CLI::ParseError& error, const std::optional<std::string>& wrongVerb) {
+/// The words that no verb takes.
+std::string unknownWords(const CLI::App& app) {
+    std::string words;
+    for (const std::string& word : app.remaining(/*recurse=*/true))
+        words += (words.empty() ? "" : " ") + printable(word);
+    return words;
+}
+
+std::string inFrench(const CLI::ParseError& error, const std::optional<std::string>& wrongVerb,
+                     const CLI::App& app) {
     const auto code = static_cast<CLI::ExitCodes>(error.get_exit_code());
     if (wrongVerb)
         return fmt::format("Commande inconnue : {}.", printable(*wrongVerb));
     if (code == CLI::ExitCodes::ExtrasError)
-        return "Un argument est inconnu ou en trop.";
+        return fmt::format("Un argument est inconnu ou en trop : {}", unknownWords(app));
     if (code == CLI::ExitCodes::RequiredError)
         return "Il manque un argument ou une commande.";
     if (code == CLI::ExitCodes::ArgumentMismatch)
@@ -146,7 +155,6 @@ void declareVerbs(CLI::App& app, Words& words, Options& options) {
 
     declareEngineVerbs(app, words.engine, words.paths, words.names, options);
     CLI::App& batchVerb = *app.get_subcommand("batch");
-    addNaming(batchVerb, words, options);
     batchVerb.add_option("--min-confidence", words.minConfidence,
                          "Ce qu'il faut de confiance (de 0 à 1) ; sinon le réglage autoThreshold");
     addVerbose(batchVerb, options);
@@ -244,7 +252,7 @@ std::optional<std::string> fillIn(Options& options, const Words& words, std::str
         options.locale = Locale{words.locale};
     if (!words.pattern.empty() || checksPattern)
         options.nameTemplate.pattern = words.pattern;
-    else if (verb == "name" || verb == "rename" || verb == "batch")
+    else if (verb == "name" || verb == "rename")
         options.nameTemplate.pattern = Settings().nameTemplate();
     if (!checksPattern)
         if (const auto valid = options.nameTemplate.validate(); !valid)
@@ -314,7 +322,7 @@ int run(int argc, char** argv, std::ostream& out, std::ostream& err) {
         out << version << '\n';
         return static_cast<int>(ExitStatus::done);
     } catch (const CLI::ParseError& error) {
-        err << "vesto : " << inFrench(error, unknownVerb(app, argc, argv)) << "\nAide : vesto --help\n";
+        err << "vesto : " << inFrench(error, unknownVerb(app, argc, argv), app) << "\nAide : vesto --help\n";
         return static_cast<int>(ExitStatus::wrongUsage);
     }
     const std::string verb = app.get_subcommands().front()->get_name();

@@ -226,6 +226,14 @@ std::uint64_t sizeOf(const fs::path& place) {
     return size;
 }
 
+/// As a shell takes it for one word, whatever stands in it.
+std::string shellWord(std::string_view word) {
+    std::string quoted = "'";
+    for (const char character : word)
+        quoted += character == '\'' ? std::string("'\\''") : std::string(1, character);
+    return quoted + '\'';
+}
+
 void tellPlaces(Findings& findings) {
     const fs::path data = userDataFolder();
     const fs::path config = userConfigFolder();
@@ -245,12 +253,13 @@ void tellPlaces(Findings& findings) {
         if (!place.path.empty() && fs::exists(fs::symlink_status(place.path, error)))
             findings.tell(place.what, Health::good,
                           fmt::format("{} ({})", place.path.native(), sizeWords(sizeOf(place.path))));
-    findings.tell(
-        text("Pour tout effacer"), Health::good, fmt::format("rm -r {} {}", data.native(), config.native()),
-        fmt::format("{} {} {}", text("Chaque fichier renommé porte une marque ; pour l'ôter : setfattr -x"),
-                    ProcessedMarker::attributeName,
-                    text("FICHIER (après quoi « vesto undo » ne le "
-                         "connaît plus).")));
+    findings.tell(text("Pour tout effacer"), Health::good,
+                  fmt::format("rm -r {} {}", shellWord(data.native()), shellWord(config.native())),
+                  fmt::format("{} {} {}",
+                              text("Chaque fichier renommé porte une marque ; pour l'ôter : setfattr -x"),
+                              ProcessedMarker::attributeName,
+                              text("FICHIER (après quoi « vesto undo » ne le "
+                                   "connaît plus).")));
 }
 
 } // namespace

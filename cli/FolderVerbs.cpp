@@ -176,7 +176,8 @@ ExitStatus folders(const Options& options, Streams streams) {
             return report.heard();
         });
         if (!result.reason.empty())
-            report.refused(path, result.reason, Json{{"path", path.native()}, {"outcome", "error"}});
+            report.refused(path, result.reason,
+                           Json{{"path", path.native()}, {"outcome", "error"}, {"reason", result.reason}});
         else if (!result.done)
             report.leaveUndone();
     }

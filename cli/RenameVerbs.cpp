@@ -7,8 +7,7 @@
 #include "cli/Targets.h"
 #include "core/files/FileName.h"
 #include "core/files/FileURL.h"
-#include "core/files/ProcessedMarker.h"
-#include "core/files/UndoService.h"
+#include "core/files/RenameError.h"
 #include "core/naming/RecordCodec.h"
 #include "core/support/Text.h"
 
@@ -110,12 +109,7 @@ Json rejected(const std::filesystem::path& path, std::string_view reason) {
     return record;
 }
 
-/// Whether a file of a folder is one that undoing is about; one that was named is always tried.
-bool wasRenamed(const std::optional<ProcessedMarker::Marker>& marker) {
-    return marker && marker->state == ProcessedMarker::State::renamed;
-}
-
-/// Undoes renames: by the history where that knows them, else by what the file itself says.
+/// Undoes renames, all of them by the engine.
 class Undoing {
 public:
     Undoing(const Options& options, Streams streams)
@@ -128,29 +122,14 @@ public:
     [[nodiscard]] Report& report() { return m_report; }
 
     /// An order that names its rows itself. `subject` stands for them where there are none.
-    void byOrder(const Json& order, std::string_view subject) {
-        const auto result = ask(order);
-        if (!result.reason.empty())
-            m_report.refused(subject, result.reason, rejected(subject, result.reason));
-        else if (!result.done)
-            m_report.leaveUndone();
-    }
+    void byOrder(const Json& order, std::string_view subject) { tellEnd(ask(order), subject); }
 
     /// False where nothing is known of the file; then nothing was said either.
     [[nodiscard]] bool byPath(const std::filesystem::path& path) {
-        std::error_code error;
-        const auto folder = std::filesystem::canonical(folderOf(path), error);
-        auto result = askFor(path);
-        if (result.isUnknown && !error && folder / lastComponentOf(path) != path)
-            result = askFor(folder / lastComponentOf(path));
-        if (!result.isUnknown) {
-            if (!result.reason.empty())
-                m_report.refused(path, result.reason, rejected(path, result.reason));
-            else if (!result.done)
-                m_report.leaveUndone();
-            return true;
-        }
-        return byMarker(path);
+        const auto result = ask(Json{{"verb", "undo"}, {"url", fileURL(path)}});
+        if (!result.isUnknown)
+            tellEnd(result, path);
+        return !result.isUnknown;
     }
 
 private:
@@ -167,31 +146,11 @@ private:
         });
     }
 
-    EngineSession::Result askFor(const std::filesystem::path& path) {
-        return ask(Json{{"verb", "undo"}, {"url", fileURL(path)}});
-    }
-
-    bool byMarker(const std::filesystem::path& path) {
-        // Before the marker, so that the marker is never another file's.
-        const auto identity = FileIdentity::of(path);
-        const auto marker = ProcessedMarker::read(path);
-        if (!wasRenamed(marker))
-            return false;
-        Json record;
-        record["path"] = path.native();
-        const auto restored = UndoService{}.undo(path, marker->originalName, identity);
-        if (!restored) {
-            record["outcome"] = "error";
-            record["reason"] = restored.error().message();
-            record["error"] = restored.error().name();
-            m_report.refused(path, restored.error().message(), record, adviceOf(restored.error().code()));
-            return true;
-        }
-        record["outcome"] = "undone";
-        record["from"] = path.native();
-        record["to"] = restored->to.native();
-        m_report.done(path, lastComponentOf(restored->to), {}, record);
-        return true;
+    void tellEnd(const EngineSession::Result& result, const std::filesystem::path& subject) {
+        if (!result.reason.empty())
+            m_report.refused(subject, result.reason, rejected(subject, result.reason));
+        else if (!result.done)
+            m_report.leaveUndone();
     }
 
     EngineSession m_session;

@@ -1,6 +1,7 @@
 #include "cli/StoreSession.h"
 
 #include "cli/Messages.h"
+#include "core/support/Text.h"
 
 #include <ostream>
 #include <system_error>
@@ -9,7 +10,7 @@ namespace vesto::cli {
 namespace {
 
 bool refuse(std::ostream& err, const StoreError& error) {
-    err << "vesto : " << printable(error.description) << '\n' << std::flush;
+    err << "vesto : " << text("SwiftData :") << ' ' << printable(error.description) << '\n' << std::flush;
     return false;
 }
 

@@ -1,4 +1,5 @@
 #include "app/model/CurrentModel.h"
+#include "app/model/EndSignals.h"
 #include "app/model/FolderCheck.h"
 #include "app/model/LocalModel.h"
 #include "app/model/Store.h"
@@ -17,12 +18,14 @@
 #include <cerrno>
 #include <chrono>
 #include <ostream>
+#include <utility>
 
 namespace vesto::cli {
 namespace {
 
 /// One `vesto rename` may be at work for a moment.
 constexpr std::chrono::seconds lockPatience(60);
+constexpr std::chrono::seconds silentWait(1); // before it is said that another one is at work
 
 std::string folderWords(const Json& record) {
     const std::string mode = stringMember(record, "mode").value_or("events");
@@ -120,8 +123,16 @@ ExitStatus watch(const Options& options, bool offline, Streams streams) {
         return ExitStatus::notAllDone;
     };
     // An engine that announced itself stays: no sense in waiting.
-    auto lock = EngineLock::await(userDataFolder(), lockPatience,
-                                  [](auto) { return !ControlClient::connect(userDataFolder()); });
+    bool isTold = false;
+    auto lock = EngineLock::await(userDataFolder(), lockPatience, [&](std::chrono::milliseconds waited) {
+        if (waited > silentWait && !std::exchange(isTold, true))
+            streams.err << "vesto : "
+                        << text("Un autre programme Vesto est au travail sur vos fichiers : attente…") << '\n'
+                        << std::flush;
+        return !EndSignals::isWaiting() && !ControlClient::connect(userDataFolder());
+    });
+    if (!lock && EndSignals::isWaiting())
+        return ExitStatus::done;
     if (!lock)
         return refuse(whyNot(lock.error()));
     ReadingSession reading(options, streams.err);

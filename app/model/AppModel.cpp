@@ -7,6 +7,7 @@
 #include "app/model/JobLoop.h"
 #include "app/model/ModelContext.h"
 #include "app/model/ProposalList.h"
+#include "app/model/RenamedFiles.h"
 #include "core/support/Text.h"
 
 #include <QTimer>
@@ -21,6 +22,7 @@ public:
     Parts(AppModel& face, Dependencies dependencies)
         : context(face, std::move(dependencies))
         , applier(context)
+        , renamedFiles(context)
         , proposals(context, applier,
                     [this](const std::filesystem::path& path, const std::string& folderID) {
                         if (folders.isWatching(folderID)) // elsewhere it is found when watching begins
@@ -78,6 +80,7 @@ public:
 
     ModelContext context;
     Applier applier;
+    RenamedFiles renamedFiles;
     ProposalList proposals;
     BatchDesk batches;
     FolderSet folders;

@@ -46,6 +46,17 @@ std::vector<std::string> pendingIDs(const AppModel& model) {
     return ids;
 }
 
+/// Why an order could not be kept beyond the end of the program; nothing where it was.
+std::string_view whyNotStored(const AppModel& model) {
+    return model.lastError() ? std::string_view(*model.lastError()) : std::string_view();
+}
+
+/// Ends a request whose order is done if it was stored. The model had no error before it.
+void endStored(const AppModel& model, const Commands::Request& request) {
+    const std::string reason(whyNotStored(model));
+    request->end(reason.empty(), reason);
+}
+
 } // namespace
 
 Commands::Request Commands::begin(const Json& order, CommandRequest::Emit emit, UniqueFd attachment) {
@@ -97,8 +108,9 @@ void Commands::dispatch(const std::string& verb, const Json& order, UniqueFd att
     else if (verb == lent::speechVerb)
         m_desk.speech(order, std::move(attachment), request);
     else if (const auto paused = boolMember(order, "paused"); verb == "setPaused" && paused) {
+        m_model.clearLastError();
         m_model.setPaused(*paused);
-        request->end(true);
+        endStored(m_model, request);
     } else if (verb == "leave") {
         request->end(true);
         if (m_leave)
@@ -148,20 +160,26 @@ void Commands::addFolder(const Json& order, const Request& request) {
     const auto path = pathIn(order, request);
     if (!path)
         return;
-    m_model.addFolder(*path, [request, path = *path](const std::optional<WatchedFolder>& folder,
-                                                     const std::vector<FolderNote>& notes) {
-        Json record;
-        if (folder)
-            record = recordOf(*folder);
-        else
-            record["path"] = path.native();
-        record["outcome"] = folder ? "added" : "rejected";
-        record["notes"] = Json::array();
-        for (const FolderNote& note : notes)
-            record["notes"].push_back(recordOf(note));
-        request->line(record);
-        request->end(folder.has_value());
-    });
+    m_model.clearLastError();
+    m_model.addFolder(
+        *path, [&model = m_model, request, path = *path](const std::optional<WatchedFolder>& folder,
+                                                         const std::vector<FolderNote>& notes) {
+            if (std::ranges::none_of(notes, &FolderNote::isError) && !whyNotStored(model).empty()) {
+                endStored(model, request);
+                return;
+            }
+            Json record;
+            if (folder)
+                record = recordOf(*folder);
+            else
+                record["path"] = path.native();
+            record["outcome"] = folder ? "added" : "rejected";
+            record["notes"] = Json::array();
+            for (const FolderNote& note : notes)
+                record["notes"].push_back(recordOf(note));
+            request->line(record);
+            request->end(folder.has_value());
+        });
 }
 
 void Commands::changeFolder(const std::string& verb, const Json& order, const Request& request) {
@@ -170,6 +188,7 @@ void Commands::changeFolder(const std::string& verb, const Json& order, const Re
         return;
     const auto find = [this, &id] { return std::ranges::find(m_model.folders(), *id, &WatchedFolder::id); };
     Json record = recordOf(*find());
+    m_model.clearLastError();
     const auto enabled = boolMember(order, "enabled");
     const auto automatic = boolMember(order, "automatic");
     if (verb == "removeFolder") {
@@ -186,8 +205,9 @@ void Commands::changeFolder(const std::string& verb, const Json& order, const Re
         request->end(false, text("Ordre incompréhensible."));
         return;
     }
-    request->line(record);
-    request->end(true);
+    if (whyNotStored(m_model).empty())
+        request->line(record);
+    endStored(m_model, request);
 }
 
 // ---- What waits ----

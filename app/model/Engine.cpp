@@ -6,7 +6,9 @@
 #include "app/model/EndSignals.h"
 #include "app/model/EngineWatch.h"
 #include "app/model/QtLog.h"
+#include "core/support/Text.h"
 
+#include <fmt/format.h>
 #include <nlohmann/json.hpp>
 
 #include <QCoreApplication>
@@ -87,7 +89,7 @@ Engine::~Engine() {
 std::expected<std::unique_ptr<Engine>, std::string> Engine::open(EngineLock lock, Parts parts) {
     auto store = Store::open(lock.folder() / "history.sqlite");
     if (!store)
-        return std::unexpected(store.error().description);
+        return std::unexpected(fmt::format("{} {}", text("SwiftData :"), store.error().description));
     (void)application();
     return std::unique_ptr<Engine>(
         new Engine(std::make_unique<Impl>(std::move(lock), *std::move(store), std::move(parts))));

@@ -2,6 +2,7 @@
 #include "app/model/Commands.h"
 #include "app/model/Identifiers.h"
 #include "app/model/ModelRecords.h"
+#include "app/model/RenamedFiles.h"
 #include "core/files/FileName.h"
 #include "core/files/FileURL.h"
 #include "core/support/Text.h"
@@ -59,22 +60,23 @@ public:
             return;
         }
         const RenameRecord& record = m_records[m_at++];
-        m_model.undo(record.id, [self = shared_from_this(), before = recordOf(record),
-                                 &record](const std::expected<RenameRecord, std::string>& undone) {
-            Json line = before;
-            const std::filesystem::path folder = record.folderPath;
-            line["outcome"] = undone ? "undone" : "error";
-            if (undone) {
-                line["status"] = "undone";
-                line["from"] = (folder / record.newName).native();
-                line["to"] = (folder / record.originalName).native();
-            } else {
-                line["reason"] = undone.error();
-                self->m_allDone = false;
-            }
-            self->m_request->line(line);
-            self->next();
-        });
+        RenamedFiles::of(m_model).undo(record,
+                                       [self = shared_from_this(), before = recordOf(record),
+                                        &record](const std::expected<RenameRecord, std::string>& undone) {
+                                           Json line = before;
+                                           const std::filesystem::path folder = record.folderPath;
+                                           line["outcome"] = undone ? "undone" : "error";
+                                           if (undone) {
+                                               line["status"] = "undone";
+                                               line["from"] = (folder / record.newName).native();
+                                               line["to"] = (folder / record.originalName).native();
+                                           } else {
+                                               line["reason"] = undone.error();
+                                               self->m_allDone = false;
+                                           }
+                                           self->m_request->line(line);
+                                           self->next();
+                                       });
     }
 
 private:
@@ -112,14 +114,27 @@ void Commands::rename(const Json& order, const Request& request) {
 }
 
 void Commands::undo(const Json& order, const Request& request) {
+    const auto undoFound = [&model = m_model,
+                            request](const Store::Result<std::optional<RenameRecord>>& found) {
+        if (request->isOver())
+            return; // nobody hears of what would be done
+        if (!found)
+            request->end(false, storeReason(found.error()));
+        else if (*found)
+            undoAll(model, request, {**found});
+        else
+            request->end(Json{{"done", false},
+                              {"unknown", true},
+                              {"reason", text("Rien à annuler : l'historique n'en sait rien.")}});
+    };
     const Store& store = m_model.store();
-    Store::Result<std::optional<RenameRecord>> found;
     if (const auto url = stringMember(order, "url")) {
-        const auto path = pathOfFileURL(*url);
-        if (path)
-            found = store.doneAt(*path);
+        if (const auto path = pathOfFileURL(*url))
+            RenamedFiles::of(m_model).find(*path, undoFound);
+        else
+            request->end(false, text("Ordre incompréhensible."));
     } else if (boolMember(order, "last").value_or(false)) {
-        found = store.lastDone();
+        undoFound(store.lastDone());
     } else {
         const std::string word = stringMember(order, "id").value_or("");
         const auto ids = store.recordIDs(isIDPrefix(word) ? word : std::string());
@@ -132,16 +147,8 @@ void Commands::undo(const Json& order, const Request& request) {
             request->end(false, id.error());
             return;
         }
-        found = store.record(*id);
+        undoFound(store.record(*id));
     }
-    if (!found)
-        request->end(false, storeReason(found.error()));
-    else if (*found)
-        undoAll(m_model, request, {**found});
-    else
-        request->end(Json{{"done", false},
-                          {"unknown", true},
-                          {"reason", text("Rien à annuler : l'historique n'en sait rien.")}});
 }
 
 void Commands::undoBatch(const Json& order, const Request& request) {

@@ -29,6 +29,33 @@ using Kind = FolderNote::Kind;
 
 namespace {
 
+FolderNote missing() {
+    return {Kind::missing, std::string(text("ce dossier n'existe pas ou ne peut pas être examiné."))};
+}
+
+/// The folder cannot be examined: a full disk or the like says nothing of what it can do.
+FolderNote untried(const RenameError& error) {
+    const auto advice = adviceFor(error.code());
+    return {Kind::missing, fmt::format("{} {}", text("Ce que permet ce disque n'a pas pu être essayé."),
+                                       advice ? std::string(*advice) : error.message())};
+}
+
+/// Why no file could be made in a folder to try things on.
+FolderNote noteOfNoProbe(int error) {
+    switch (error) {
+    case EROFS:
+    case EACCES:
+    case EPERM:
+        return {Kind::readOnly,
+                std::string(text("Ce dossier est en lecture seule : rien n'y sera renommé."))};
+    case ENOENT:
+    case ENOTDIR:
+        return missing();
+    default:
+        return untried(RenameError::system(error));
+    }
+}
+
 /// Absolute, without "." and "..", without a slash at the end; links stay.
 std::filesystem::path tidied(const std::filesystem::path& path) {
     std::error_code ignored;
@@ -192,25 +219,28 @@ void removeOldProbes(const std::filesystem::path& folder, Disk& disk) {
 std::vector<FolderNote> checkDiskOf(const std::filesystem::path& folder, Disk& disk) {
     removeOldProbes(folder, disk);
     const Probe probe(folder, disk);
-    if (probe.error() == EROFS || probe.error() == EACCES || probe.error() == EPERM)
-        return {
-            {Kind::readOnly, std::string(text("Ce dossier est en lecture seule : rien n'y sera renommé."))}};
     if (probe.error() != 0)
-        return {};
+        return {noteOfNoProbe(probe.error())};
     std::vector<FolderNote> notes;
-    // A full disk or the like says nothing of what it can do.
     const auto marked = ProcessedMarker::write(probe.path(), ProcessedMarker::State::skipped, "", {}, disk);
-    if (!marked && isRefusalOfKind(marked.error()))
-        notes.push_back({Kind::noAttributes,
-                         std::string(text("Ce disque ne garde pas d'attributs : Vesto retient lui-même ce "
-                                          "qu'il y a traité, et d'autres ordinateurs n'en savent rien."))});
-    if (const auto identity = FileIdentity::of(probe.path(), disk)) {
-        const auto renamed = renameVerified(probe.path(), probe.otherPath(), *identity, disk);
-        if (!renamed && isRefusalOfKind(renamed.error()))
-            notes.push_back({Kind::noSafeRename,
+    if (!marked)
+        notes.push_back(isRefusalOfKind(marked.error())
+                            ? FolderNote{Kind::noAttributes,
+                                         std::string(text(
+                                             "Ce disque ne garde pas d'attributs : Vesto retient lui-même ce "
+                                             "qu'il y a traité, et d'autres ordinateurs n'en savent rien."))}
+                            : untried(marked.error()));
+    const auto identity = FileIdentity::of(probe.path(), disk);
+    if (!identity)
+        return {untried(RenameError::system(EIO))};
+    const auto renamed = renameVerified(probe.path(), probe.otherPath(), *identity, disk);
+    if (!renamed)
+        notes.push_back(
+            isRefusalOfKind(renamed.error())
+                ? FolderNote{Kind::noSafeRename,
                              std::string(text("Ce disque ne permet pas de renommer sans risque d'écraser un "
-                                              "fichier : rien n'y sera renommé."))});
-    }
+                                              "fichier : rien n'y sera renommé."))}
+                : untried(renamed.error()));
     return notes;
 }
 
@@ -220,8 +250,7 @@ FolderCheck checkFolder(const std::filesystem::path& path, const std::vector<Wat
     std::error_code error;
     const auto status = std::filesystem::status(check.path, error);
     if (!std::filesystem::exists(status)) {
-        check.notes.push_back({Kind::missing, std::string(text("ce dossier n'existe pas ou ne peut pas être "
-                                                               "examiné."))});
+        check.notes.push_back(missing());
         return check;
     }
     check.identity = folderIdentity(check.path, disk);
@@ -230,8 +259,11 @@ FolderCheck checkFolder(const std::filesystem::path& path, const std::vector<Wat
         return check;
     }
     compare(check, watched, disk);
-    if (!check.hasError())
-        std::ranges::move(checkDiskOf(check.path, disk), std::back_inserter(check.notes));
+    if (check.hasError())
+        return check;
+    for (FolderNote& note : checkDiskOf(check.path, disk))
+        if (!note.isError()) // it was there a moment ago, and may be watched though its disk is full
+            check.notes.push_back(std::move(note));
     return check;
 }
 

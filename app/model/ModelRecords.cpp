@@ -74,12 +74,14 @@ Json recordOf(const RenameRecord& record) {
     Json result;
     setPath(result,
             std::filesystem::path(record.folderPath) / (hasNewName ? record.newName : record.originalName));
-    result["id"] = record.id;
-    result["date"] = secondsSinceReference(record.date);
     result["folderPath"] = record.folderPath;
     result["originalName"] = record.originalName;
     result["newName"] = record.newName;
     result["status"] = StoreRows::rawValue(record.status);
+    if (record.id.empty())
+        return result; // only the file's mark tells of it, and of no more
+    result["id"] = record.id;
+    result["date"] = secondsSinceReference(record.date);
     result["source"] = rawValue(record.source);
     result["confidence"] = record.confidence;
     result["automatic"] = record.automatic;

@@ -1,11 +1,13 @@
 #include "core/files/ProcessedMarker.h"
 #include "services/client/ControlClient.h"
+#include "services/client/EngineLock.h"
 #include "tests/cli/Program.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 #include <signal.h>
+#include <sys/resource.h>
 #include <sys/socket.h>
 
 #include <fstream>
@@ -153,6 +155,27 @@ TEST_F(EngineVerbs, OneEngineAtATimeWhichLeavesWhenAsked) {
     EXPECT_FALSE(ControlClient::connect(m_profile.data()));
 }
 
+TEST_F(EngineVerbs, AWatchThatWaitsForItsTurnObeysCtrlC) {
+    const auto lock = EngineLock::take(m_profile.data());
+    ASSERT_TRUE(lock);
+    RunningVesto engine({"watch"});
+    ASSERT_TRUE(engine.says("attente…"));
+    EXPECT_EQ(engine.end(SIGINT), 0);
+}
+
+TEST_F(EngineVerbs, AnOrderThatCouldNotBeStoredIsNotDone) {
+    RunningVesto engine({"watch", watched()});
+    ASSERT_TRUE(engine.says("Surveillance en cours")) << engine.out();
+    const rlimit full{.rlim_cur = fs::file_size(m_profile.data() / "history.sqlite-wal"),
+                      .rlim_max = RLIM_INFINITY};
+    ASSERT_EQ(::prlimit(engine.process(), RLIMIT_FSIZE, &full, nullptr), 0);
+    for (const char* order : {"auto", "disable", "remove"}) {
+        const auto told = ask({"folders", order, watched()}, 1);
+        EXPECT_THAT(outcomes(told), ElementsAre("error")) << order;
+        EXPECT_THAT(told.at(0).value("reason", ""), HasSubstr("Journal non enregistré")) << order;
+    }
+}
+
 TEST_F(EngineVerbs, ClientsThatMisbehaveHoldNothingUp) {
     RunningVesto engine({"watch", watched()});
     ASSERT_TRUE(engine.says("Surveillance en cours")) << engine.out();
@@ -221,6 +244,38 @@ TEST_F(EngineVerbs, ABatchProposesThenRenamesThenIsUndone) {
     EXPECT_EQ(runVesto({"batch", (m_folder.path() / "absent").native()}).status, 1);
 }
 
+TEST_F(EngineVerbs, TheEngineUndoesAFileWhereverItStandsNow) {
+    const fs::path link = m_folder.path() / "lien";
+    const fs::path place = m_folder.path() / "place";
+    const fs::path other = m_folder.path() / "ailleurs";
+    fs::create_directory(place);
+    fs::create_directory(other);
+    fs::create_directory_symlink(place, link);
+    struct Row {
+        fs::path renamedIn;
+        fs::path undoneIn;
+        bool hasHistory;
+    };
+    const std::vector<Row> rows{
+        {link, place, true}, {place, link, true}, {place, other, true}, {place, place, false}};
+    for (const Row& row : rows) {
+        SCOPED_TRACE(row.renamedIn.native() + " " + row.undoneIn.native());
+        std::ofstream(row.renamedIn / "scan0001.txt", std::ios::binary) << lease;
+        ASSERT_EQ(runVesto({"rename", (row.renamedIn / "scan0001.txt").native()}).status, 0);
+        fs::rename(row.renamedIn / leaseName, row.undoneIn / leaseName);
+        std::optional<Profile> otherComputer;
+        if (!row.hasHistory)
+            otherComputer.emplace();
+        RunningVesto engine({"watch", "--json"});
+        ASSERT_TRUE(engine.says(R"("event":"started")")) << engine.out();
+        EXPECT_THAT(outcomes(ask({"undo", (row.undoneIn / leaseName).native()})), ElementsAre("undone"));
+        EXPECT_TRUE(engine.says(R"("event":"undone")")) << engine.out();
+        EXPECT_EQ(contentOf(row.undoneIn / "scan0001.txt"), lease);
+        EXPECT_THAT(outcomes(ask({"history"})), testing::Each("undone"));
+        fs::remove(row.undoneIn / "scan0001.txt");
+    }
+}
+
 TEST_F(EngineVerbs, AFileThatIsThereWinsOverAnId) {
     const std::string file = m_folder.write("scan0001.txt", lease);
     ASSERT_EQ(runVesto({"rename", file}).status, 0);
@@ -265,6 +320,7 @@ TEST_F(EngineVerbs, StatusAndShapeOfEveryVerb) {
         {{"undo", "0123abcd"}, 1, "Rien ne porte l'identifiant"},
         {{"batch"}, 2, "manque"},
         {{"batch", watched(), "--also", "all"}, 2, "--also"},
+        {{"batch", watched(), "--template", "{title}"}, 2, "en trop : --template"},
         {{"batch", watched()}, 1, "Aucun fichier à renommer"},
         {{"settings", "get"}, 0, R"({"key":"autoThreshold","value":0.6})"},
         {{"settings", "set", "autoThreshold", "2"}, 1, "un nombre de 0 à 1"},
@@ -284,6 +340,13 @@ TEST_F(EngineVerbs, StatusAndShapeOfEveryVerb) {
         const RunResult forPeople = runVesto(row.words);
         EXPECT_THAT(forPeople.out, Not(HasSubstr("{\"")));
     }
+    const std::string gone = (m_folder.path() / "clé").native();
+    fs::create_directory(gone);
+    (void)ask({"folders", "add", gone});
+    fs::remove(gone);
+    const std::string diagnosis = runVesto({"doctor"}).out;
+    EXPECT_THAT(diagnosis, HasSubstr("~ Dossier " + gone + " : ce dossier n'existe pas"));
+    EXPECT_THAT(diagnosis, HasSubstr("rm -r '"));
 }
 
 TEST_F(EngineVerbs, NothingIsRenamedWithADamagedHistory) {
@@ -296,6 +359,7 @@ TEST_F(EngineVerbs, NothingIsRenamedWithADamagedHistory) {
          {std::vector<std::string>{"rename", "--again", file}, {"watch"}, {"history"}, {"pending"}}) {
         const RunResult run = runVesto(words);
         EXPECT_EQ(run.status, 1) << words.front();
+        EXPECT_THAT(run.err, HasSubstr("vesto : Base de données : ")) << words.front();
         EXPECT_THAT(run.err, HasSubstr((m_profile.data() / "history.sqlite").native())) << words.front();
     }
     EXPECT_THAT(m_folder.names(), ElementsAre("scan0001.txt"));
