@@ -47,7 +47,7 @@ struct FolderCheck {
                                       const std::vector<WatchedFolder>& watched, Disk& disk = systemDisk());
 
 /// What the disk of a folder can do, for who wants to know it of a folder that is watched already: of the
-/// notes only `readOnly`, `noSafeRename` and `noAttributes`.
+/// notes only `readOnly`, `noSafeRename`, `noAttributes`, and `missing` where it cannot be tried.
 [[nodiscard]] std::vector<FolderNote> checkDiskOf(const std::filesystem::path& folder,
                                                   Disk& disk = systemDisk());
 
