@@ -250,7 +250,7 @@ TEST(RemoteLanguageModelThreads, AHostThatIsKilledBeforeItIsReadyIsStartedAgain)
     std::filesystem::permissions(program, std::filesystem::perms::owner_all);
     auto settings = settingsFor(made("says"));
     settings.program = program;
-    settings.recovery = 100ms;
+    settings.recovery = 3s;
     RemoteLanguageModel model(settings);
     write(folder.file("kills"), "1\n2\n");
     EXPECT_EQ(titleFrom(model), "Facture deau froide");
@@ -260,7 +260,7 @@ TEST(RemoteLanguageModelThreads, AHostThatIsKilledBeforeItIsReadyIsStartedAgain)
     EXPECT_EQ(titleFrom(model), "(engine)");
     EXPECT_EQ(model.facts().obstacle, Obstacle::dies);
     EXPECT_EQ(model.availability(), Availability::unavailable);
-    std::this_thread::sleep_for(150ms);
+    std::this_thread::sleep_for(3s);
     EXPECT_EQ(model.settle(patience), Availability::available);
     EXPECT_EQ(titleFrom(model), "Facture deau froide");
 }
