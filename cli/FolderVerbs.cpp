@@ -55,6 +55,7 @@ std::expected<std::string, std::string> idOf(const std::vector<Listed>& folders,
     if (!isIDPrefix(word))
         return std::unexpected(std::string(text("Ce dossier n'est pas surveillé.")));
     std::vector<std::string> ids;
+    ids.reserve(folders.size());
     for (const Listed& folder : folders)
         ids.push_back(folder.id);
     return idNamedBy(word, ids);
