@@ -28,7 +28,7 @@ std::string_view adviceOf(std::int64_t errorNumber) {
 
 /// What a person is told where a file got no name.
 std::string reasonIn(const Json& record) {
-    const std::string reason = stringMember(record, "reason").value_or("");
+    std::string reason = stringMember(record, "reason").value_or("");
     if (stringMember(record, "outcome") == "rejected")
         for (const auto rejection :
              {FileEligibility::Rejection::missing, FileEligibility::Rejection::hidden,

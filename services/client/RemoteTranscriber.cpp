@@ -47,7 +47,7 @@ std::optional<std::vector<std::string>> RemoteTranscriber::transcribe(std::span<
     const bool isToBeHeard = !isSilent(samples);
     auto sound = isToBeHeard ? SealedSound::of(samples) : std::nullopt;
     if (sound)
-        return transcribe(*std::move(sound), locales, timeout, std::move(stop));
+        return transcribe(*std::move(sound), locales, timeout, stop);
     const std::scoped_lock lock(m_jobs.mutex);
     m_facts.end = isToBeHeard ? End::failed : End::silence;
     return std::nullopt;
@@ -55,7 +55,8 @@ std::optional<std::vector<std::string>> RemoteTranscriber::transcribe(std::span<
 
 std::optional<std::vector<std::string>> RemoteTranscriber::transcribe(SealedSound sound,
                                                                       const std::vector<std::string>& locales,
-                                                                      Seconds timeout, std::stop_token stop) {
+                                                                      Seconds timeout,
+                                                                      const std::stop_token& stop) {
     constexpr Seconds longest = milliseconds(ipc::limits::transcribingMilliseconds);
     const auto end = steady_clock::now() +
                      std::chrono::duration_cast<milliseconds>(std::clamp(timeout, Seconds(0), longest));

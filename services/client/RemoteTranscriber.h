@@ -66,7 +66,8 @@ public:
     /// The same for what another process has recorded.
     [[nodiscard]] std::optional<std::vector<std::string>> transcribe(SealedSound sound,
                                                                      const std::vector<std::string>& locales,
-                                                                     Seconds timeout, std::stop_token stop);
+                                                                     Seconds timeout,
+                                                                     const std::stop_token& stop);
 
     [[nodiscard]] Facts facts() const;
 
