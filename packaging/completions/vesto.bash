@@ -18,7 +18,7 @@ _vesto() {
         pending | ignore | doctor | generic) words="--json --help" ;;
         accept) words="--title --json --help" ;;
         batch)
-            words="--apply --also --template --locale --generic-only --again --min-confidence --json --verbose --help"
+            words="--apply --also --min-confidence --json --verbose --help"
             ;;
         history) words="--search --limit --json --help" ;;
         undo) words="--last --batch --json --help" ;;
