@@ -22,7 +22,7 @@ public:
     Parts(AppModel& face, Dependencies dependencies)
         : context(face, std::move(dependencies))
         , applier(context)
-        , renamedFiles(context)
+        , renamedFiles(context, applier)
         , proposals(context, applier,
                     [this](const std::filesystem::path& path, const std::string& folderID) {
                         if (folders.isWatching(folderID)) // elsewhere it is found when watching begins
@@ -210,29 +210,35 @@ void AppModel::addFolder(const std::filesystem::path& path, FolderDone done) {
     m_parts->folders.add(path, [this] { return m_parts->watches(); }, std::move(done));
 }
 
-void AppModel::removeFolder(std::string_view folderID) {
-    const std::string id(folderID); // which may be the folder's own
-    if (m_parts->folders.remove(id))
+// An id may be the folder's own, which changes or goes with it.
+
+bool AppModel::removeFolder(std::string_view folderID) {
+    const std::string id(folderID);
+    const bool isRemoved = m_parts->folders.remove(id);
+    if (isRemoved)
         m_parts->forgetFiles(id);
+    return isRemoved;
 }
 
-void AppModel::setEnabled(std::string_view folderID, bool enabled) {
-    m_parts->folders.setEnabled(folderID, enabled, m_parts->watches());
+bool AppModel::setEnabled(std::string_view folderID, bool enabled) {
+    return m_parts->folders.setEnabled(std::string(folderID), enabled, m_parts->watches());
 }
 
-void AppModel::setAutomatic(std::string_view folderID, bool automatic) {
-    m_parts->folders.setAutomatic(folderID, automatic);
+bool AppModel::setAutomatic(std::string_view folderID, bool automatic) {
+    return m_parts->folders.setAutomatic(std::string(folderID), automatic);
 }
 
-void AppModel::setPaused(bool paused) {
-    tellSettings(m_parts->context.given().settings.setPaused(paused));
+bool AppModel::setPaused(bool paused) {
+    const auto saved = m_parts->context.given().settings.setPaused(paused);
+    tellSettings(saved);
     if (std::exchange(m_parts->isPaused, paused) == paused)
-        return;
+        return saved.has_value();
     if (paused)
         m_parts->folders.stopAll();
     else if (m_parts->watches())
         m_parts->folders.startAll();
     Q_EMIT pausedChanged();
+    return saved.has_value();
 }
 
 // ---- Proposals and history ----
@@ -255,6 +261,10 @@ void AppModel::rejectAll(const std::vector<std::string>& proposalIDs) {
 
 void AppModel::undo(std::string_view recordID, RecordDone done) {
     m_parts->applier.undo(recordID, std::move(done));
+}
+
+RenamedFiles& AppModel::renamedFiles() {
+    return m_parts->renamedFiles;
 }
 
 void AppModel::respond(const NotificationResponse& response) {

@@ -36,6 +36,8 @@
 
 namespace vesto {
 
+class RenamedFiles;
+
 /// A file that was read in vain as often as it makes sense.
 struct UnreadableFile {
     std::string folderID;
@@ -150,10 +152,12 @@ public:
     // ---- Folders ----
 
     void addFolder(const std::filesystem::path& path, FolderDone done = {});
-    void removeFolder(std::string_view folderID);
-    void setEnabled(std::string_view folderID, bool enabled);
-    void setAutomatic(std::string_view folderID, bool automatic);
-    void setPaused(bool paused);
+    // False: it could not be stored; `lastError` says why. A folder stays as it was then.
+
+    bool removeFolder(std::string_view folderID);
+    bool setEnabled(std::string_view folderID, bool enabled);
+    bool setAutomatic(std::string_view folderID, bool automatic);
+    bool setPaused(bool paused); // which holds until the end of the program in any case
 
     // ---- Proposals and history ----
 
@@ -165,6 +169,8 @@ public:
     /// Those that are still pending.
     void rejectAll(const std::vector<std::string>& proposalIDs);
     void undo(std::string_view recordID, RecordDone done = {});
+    /// Undoes by files, wherever they stand now.
+    [[nodiscard]] RenamedFiles& renamedFiles();
     /// What the user did to a notification.
     void respond(const NotificationResponse& response);
     /// Names one file in its turn, also outside the watched folders.

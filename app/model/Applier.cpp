@@ -137,7 +137,8 @@ void Applier::refuseUndo(std::string_view reason, const AppModel::RecordDone& do
         m_context.later([done, message = std::move(message)] { done(std::unexpected(message)); });
 }
 
-void Applier::undo(std::string_view recordID, AppModel::RecordDone done) {
+void Applier::undo(std::string_view recordID, AppModel::RecordDone done,
+                   const std::optional<std::filesystem::path>& standsAt) {
     auto record = m_context.ledger().record(recordID);
     if (!record) {
         refuseUndo(text("ce renommage n'est pas dans l'historique."), done);
@@ -154,7 +155,11 @@ void Applier::undo(std::string_view recordID, AppModel::RecordDone done) {
         return;
     }
     RenameRecord begun = *record;
-    begun.undoing = true;
+    begun.undoing = true; // where it is tried, so that the next start looks there
+    const std::filesystem::path path =
+        standsAt.value_or(std::filesystem::path(record->folderPath) / record->newName);
+    begun.folderPath = folderOf(path).native();
+    begun.newName = lastComponentOf(path);
     if (const auto written = m_context.ledger().begin(begun); !written) {
         refuseUndo(written.error(), done);
         return;
@@ -162,17 +167,17 @@ void Applier::undo(std::string_view recordID, AppModel::RecordDone done) {
     m_atWork.insert(record->id);
     const auto& given = m_context.given();
     m_context.onFiles(
-        [path = std::filesystem::path(record->folderPath) / record->newName, record = *record,
-         &disk = given.disk, &clock = given.clock] {
+        [path, record = *record, &disk = given.disk, &clock = given.clock] {
             return FileTasks::restore(path, record.originalName, record.identity, disk, clock);
         },
-        [this, record = *record,
+        [this, record = *record, folder = folderOf(path),
          done = std::move(done)](const std::expected<FileTasks::Restored, RenameError>& restored) mutable {
-            finishUndo(std::move(record), restored, done);
+            finishUndo(std::move(record), folder, restored, done);
         });
 }
 
-void Applier::finishUndo(RenameRecord record, const std::expected<FileTasks::Restored, RenameError>& restored,
+void Applier::finishUndo(RenameRecord record, const std::filesystem::path& folder,
+                         const std::expected<FileTasks::Restored, RenameError>& restored,
                          const AppModel::RecordDone& done) {
     m_atWork.erase(record.id);
     Ledger& ledger = m_context.ledger();
@@ -182,6 +187,7 @@ void Applier::finishUndo(RenameRecord record, const std::expected<FileTasks::Res
         return;
     }
     record.status = Status::undone;
+    record.folderPath = folder.native();
     // The rename may have left a hidden name already.
     record.undoing = record.undoing || restored->leftover != Leftover::none;
     if (restored->identity)

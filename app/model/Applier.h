@@ -39,7 +39,9 @@ public:
         : m_context(context) {}
 
     void apply(const Order& order, std::function<void(const Result&)> done);
-    void undo(std::string_view recordID, AppModel::RecordDone done);
+    /// `standsAt`: where the file was moved to since; its row says so once the undo has succeeded.
+    void undo(std::string_view recordID, AppModel::RecordDone done,
+              const std::optional<std::filesystem::path>& standsAt = std::nullopt);
     /// Settles the rows that an earlier run left unfinished, as far as their disks are there.
     void recover();
 
@@ -47,8 +49,9 @@ private:
     void finishApply(RenameRecord record, const std::expected<RenameResult, RenameError>& renamed,
                      const std::function<void(const Result&)>& done);
     void finishRecover(const Recovery::Outcome& outcome);
-    /// `record` as it was before the undo.
-    void finishUndo(RenameRecord record, const std::expected<FileTasks::Restored, RenameError>& restored,
+    /// `record` as it was before the undo, which was tried in `folder`.
+    void finishUndo(RenameRecord record, const std::filesystem::path& folder,
+                    const std::expected<FileTasks::Restored, RenameError>& restored,
                     const AppModel::RecordDone& done);
     void refuseUndo(std::string_view reason, const AppModel::RecordDone& done);
 

@@ -46,15 +46,9 @@ std::vector<std::string> pendingIDs(const AppModel& model) {
     return ids;
 }
 
-/// Why an order could not be kept beyond the end of the program; nothing where it was.
-std::string_view whyNotStored(const AppModel& model) {
-    return model.lastError() ? std::string_view(*model.lastError()) : std::string_view();
-}
-
-/// Ends a request whose order is done if it was stored. The model had no error before it.
-void endStored(const AppModel& model, const Commands::Request& request) {
-    const std::string reason(whyNotStored(model));
-    request->end(reason.empty(), reason);
+/// Ends a request whose order is done if it was stored. Where it was not, the model has just said why.
+void endStored(bool isStored, const AppModel& model, const Commands::Request& request) {
+    request->end(isStored, isStored ? std::string() : model.lastError().value_or(""));
 }
 
 } // namespace
@@ -108,9 +102,7 @@ void Commands::dispatch(const std::string& verb, const Json& order, UniqueFd att
     else if (verb == lent::speechVerb)
         m_desk.speech(order, std::move(attachment), request);
     else if (const auto paused = boolMember(order, "paused"); verb == "setPaused" && paused) {
-        m_model.clearLastError();
-        m_model.setPaused(*paused);
-        endStored(m_model, request);
+        endStored(m_model.setPaused(*paused), m_model, request);
     } else if (verb == "leave") {
         request->end(true);
         if (m_leave)
@@ -160,26 +152,25 @@ void Commands::addFolder(const Json& order, const Request& request) {
     const auto path = pathIn(order, request);
     if (!path)
         return;
-    m_model.clearLastError();
-    m_model.addFolder(
-        *path, [&model = m_model, request, path = *path](const std::optional<WatchedFolder>& folder,
-                                                         const std::vector<FolderNote>& notes) {
-            if (std::ranges::none_of(notes, &FolderNote::isError) && !whyNotStored(model).empty()) {
-                endStored(model, request);
-                return;
-            }
-            Json record;
-            if (folder)
-                record = recordOf(*folder);
-            else
-                record["path"] = path.native();
-            record["outcome"] = folder ? "added" : "rejected";
-            record["notes"] = Json::array();
-            for (const FolderNote& note : notes)
-                record["notes"].push_back(recordOf(note));
-            request->line(record);
-            request->end(folder.has_value());
-        });
+    m_model.addFolder(*path,
+                      [&model = m_model, request, path = *path](const std::optional<WatchedFolder>& folder,
+                                                                const std::vector<FolderNote>& notes) {
+                          if (!folder && std::ranges::none_of(notes, &FolderNote::isError)) {
+                              endStored(false, model, request);
+                              return;
+                          }
+                          Json record;
+                          if (folder)
+                              record = recordOf(*folder);
+                          else
+                              record["path"] = path.native();
+                          record["outcome"] = folder ? "added" : "rejected";
+                          record["notes"] = Json::array();
+                          for (const FolderNote& note : notes)
+                              record["notes"].push_back(recordOf(note));
+                          request->line(record);
+                          request->end(folder.has_value());
+                      });
 }
 
 void Commands::changeFolder(const std::string& verb, const Json& order, const Request& request) {
@@ -188,26 +179,26 @@ void Commands::changeFolder(const std::string& verb, const Json& order, const Re
         return;
     const auto find = [this, &id] { return std::ranges::find(m_model.folders(), *id, &WatchedFolder::id); };
     Json record = recordOf(*find());
-    m_model.clearLastError();
     const auto enabled = boolMember(order, "enabled");
     const auto automatic = boolMember(order, "automatic");
+    bool isStored = true;
     if (verb == "removeFolder") {
-        m_model.removeFolder(*id);
+        isStored = m_model.removeFolder(*id);
         record["outcome"] = "removed";
     } else if (enabled || automatic) {
         if (enabled)
-            m_model.setEnabled(*id, *enabled);
-        if (automatic)
-            m_model.setAutomatic(*id, *automatic);
+            isStored = m_model.setEnabled(*id, *enabled);
+        if (isStored && automatic)
+            isStored = m_model.setAutomatic(*id, *automatic);
         record = recordOf(*find());
         record["outcome"] = "changed";
     } else {
         request->end(false, text("Ordre incompréhensible."));
         return;
     }
-    if (whyNotStored(m_model).empty())
+    if (isStored)
         request->line(record);
-    endStored(m_model, request);
+    endStored(isStored, m_model, request);
 }
 
 // ---- What waits ----

@@ -60,23 +60,22 @@ public:
             return;
         }
         const RenameRecord& record = m_records[m_at++];
-        RenamedFiles::of(m_model).undo(record,
-                                       [self = shared_from_this(), before = recordOf(record),
-                                        &record](const std::expected<RenameRecord, std::string>& undone) {
-                                           Json line = before;
-                                           const std::filesystem::path folder = record.folderPath;
-                                           line["outcome"] = undone ? "undone" : "error";
-                                           if (undone) {
-                                               line["status"] = "undone";
-                                               line["from"] = (folder / record.newName).native();
-                                               line["to"] = (folder / record.originalName).native();
-                                           } else {
-                                               line["reason"] = undone.error();
-                                               self->m_allDone = false;
-                                           }
-                                           self->m_request->line(line);
-                                           self->next();
-                                       });
+        m_model.renamedFiles().undo(record, [self = shared_from_this(), before = recordOf(record), &record](
+                                                const std::expected<RenameRecord, std::string>& undone) {
+            Json line = before;
+            const std::filesystem::path folder = record.folderPath;
+            line["outcome"] = undone ? "undone" : "error";
+            if (undone) {
+                line["status"] = "undone";
+                line["from"] = (folder / record.newName).native();
+                line["to"] = (folder / record.originalName).native();
+            } else {
+                line["reason"] = undone.error();
+                self->m_allDone = false;
+            }
+            self->m_request->line(line);
+            self->next();
+        });
     }
 
 private:
@@ -130,7 +129,7 @@ void Commands::undo(const Json& order, const Request& request) {
     const Store& store = m_model.store();
     if (const auto url = stringMember(order, "url")) {
         if (const auto path = pathOfFileURL(*url))
-            RenamedFiles::of(m_model).find(*path, undoFound);
+            m_model.renamedFiles().find(*path, undoFound);
         else
             request->end(false, text("Ordre incompréhensible."));
     } else if (boolMember(order, "last").value_or(false)) {

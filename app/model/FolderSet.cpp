@@ -142,28 +142,31 @@ bool FolderSet::change(WatchedFolder& folder, WatchedFolder changed) {
     return isStored;
 }
 
-void FolderSet::setEnabled(std::string_view id, bool enabled, bool watches) {
+bool FolderSet::setEnabled(std::string_view id, bool enabled, bool watches) {
     WatchedFolder* folder = findMutable(id);
     if (folder == nullptr || folder->enabled == enabled)
-        return;
+        return true;
     WatchedFolder changed = *folder;
     changed.enabled = enabled;
-    if (change(*folder, std::move(changed))) {
-        stop(id);
+    const bool isStored = change(*folder, std::move(changed));
+    if (isStored) {
+        stop(folder->id);
         if (enabled && watches)
             watch(*folder);
     }
     Q_EMIT m_context.face().foldersChanged();
+    return isStored;
 }
 
-void FolderSet::setAutomatic(std::string_view id, bool automatic) {
+bool FolderSet::setAutomatic(std::string_view id, bool automatic) {
     WatchedFolder* folder = findMutable(id);
     if (folder == nullptr)
-        return;
+        return true;
     WatchedFolder changed = *folder;
     changed.automatic = automatic;
-    (void)change(*folder, std::move(changed));
+    const bool isStored = change(*folder, std::move(changed));
     Q_EMIT m_context.face().foldersChanged();
+    return isStored;
 }
 
 void FolderSet::startAll() {

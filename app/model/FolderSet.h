@@ -41,14 +41,13 @@ public:
     [[nodiscard]] std::optional<FolderWatcher::Mode> mode(std::string_view id) const;
     [[nodiscard]] std::optional<FolderTrouble> trouble(std::string_view id) const;
 
-    // What cannot be stored does not happen, and the user is told.
+    // What cannot be stored does not happen, and the user is told; false then.
 
     /// `watches`: whether folders are being watched now, asked when the folder joins.
     void add(const std::filesystem::path& path, std::function<bool()> watches, AppModel::FolderDone done);
-    /// False where it could not be: then it stays.
     bool remove(std::string_view id);
-    void setEnabled(std::string_view id, bool enabled, bool watches);
-    void setAutomatic(std::string_view id, bool automatic);
+    bool setEnabled(std::string_view id, bool enabled, bool watches);
+    bool setAutomatic(std::string_view id, bool automatic);
 
     void startAll();
     void stopAll();

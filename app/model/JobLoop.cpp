@@ -170,7 +170,7 @@ void JobLoop::markSkipped() {
                                              .date = m_context.given().clock.now()},
                                             marked.marked);
             else if (std::holds_alternative<Watched>(m_current->job))
-                fruitless(FolderWatcher::Fruitless::restless, m_current->settled->state);
+                fruitless(FolderWatcher::Fruitless::changed, m_current->settled->state);
             end();
         });
 }

@@ -178,7 +178,7 @@ void JobLoop::propose(const Watched& job, const WatchedFolder& folder, const Pro
     const FileIdentity& settled = *m_current->settled;
     if (!proposal.identity || *proposal.identity != settled || !stoodStill(settled, *proposal.identity)) {
         const bool isAnother = proposal.identity && *proposal.identity != settled;
-        fruitless(isAnother ? Fruitless::replaced : Fruitless::restless, settled.state);
+        fruitless(isAnother ? Fruitless::replaced : Fruitless::changed, settled.state);
         end();
         return;
     }
@@ -198,7 +198,7 @@ void JobLoop::propose(const Watched& job, const WatchedFolder& folder, const Pro
                             return;
                         if (!applied &&
                             applied.error().error == RenameError(RenameError::Case::identityMismatch))
-                            fruitless(Fruitless::restless, m_current->settled->state);
+                            fruitless(Fruitless::changed, m_current->settled->state);
                         end();
                     });
 }

@@ -49,7 +49,7 @@ std::optional<std::vector<Entry>> entriesOf(const path& folder, Disk& disk) {
         return isGone(names.error()) ? std::optional(std::vector<Entry>()) : std::nullopt;
     const bool invents = disk.inventsInodes(folder);
     std::vector<Entry> entries;
-    std::optional<std::string> volume; // of one folder's entries it is the same
+    std::optional<FileIdentity> shared; // where inodes are invented, one folder's entries differ in little
     for (const std::string& name : *names) {
         const auto status = invents ? disk.statusNow(folder / name) : disk.status(folder / name);
         if (!status && isGone(status.error()))
@@ -65,10 +65,13 @@ std::optional<std::vector<Entry>> entriesOf(const path& folder, Disk& disk) {
                               .volume = {},
                               .state = FileState{status->size, status->modified}};
         if (invents) {
-            if (!volume)
-                volume = disk.volumeName(status->device);
+            if (!shared)
+                shared = FileIdentity::of(folder / name, disk);
+            if (!shared)
+                return std::nullopt;
+            identity.inode = shared->inode;
             identity.name = name;
-            identity.volume = volume;
+            identity.volume = shared->volume;
         }
         entries.push_back({name, std::move(identity), status->links, status->changed});
     }

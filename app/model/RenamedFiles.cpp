@@ -17,92 +17,135 @@ using Status = RenameRecord::Status;
 
 namespace {
 
-bool isRowOf(const RenameRecord& record, const FileIdentity& file, const Marker& marker) {
-    return record.originalName == marker.originalName &&
-           (isSameStoredFile(record.identity, file) || isSameStoredAcrossRename(record.identity, file));
+bool isRowOf(const RenameRecord& row, const FileIdentity& file) {
+    return isSameStoredFile(row.identity, file) || isSameStoredAcrossRename(row.identity, file);
+}
+
+/// Without links on the way.
+std::filesystem::path realPathOf(const std::filesystem::path& file) {
+    std::error_code error;
+    const auto folder = std::filesystem::canonical(folderOf(file), error);
+    return error ? file : folder / lastComponentOf(file);
+}
+
+/// Whether what stands where the row's file was renamed is that file, and `realPath` another one of its name,
+/// where inodes are invented, or a name that somebody gave it besides.
+bool standsWhereItWas(const RenameRecord& row, const std::filesystem::path& realPath, Disk& disk) {
+    const auto place = std::filesystem::path(row.folderPath) / row.newName;
+    const auto there = FileIdentity::of(place, disk);
+    if (!there || !isRowOf(row, *there) || realPathOf(place) == realPath)
+        return false;
+    const auto status = disk.status(place);
+    const bool hasOneName = status && status->links == 1; // seen by two paths, as in a bind mount
+    return there->inventedInode() || !hasOneName;
 }
 
 } // namespace
 
 RenamedFiles::Look RenamedFiles::lookAt(const std::filesystem::path& file, Disk& disk) {
-    std::error_code error;
-    const auto folder = std::filesystem::canonical(folderOf(file), error);
-    Look look{.realPath = error ? file : folder / lastComponentOf(file),
+    Look look{.realPath = realPathOf(file),
               .identity = FileIdentity::of(file, disk), // first, so that the marker is never another file's
               .marker = std::nullopt};
     look.marker = ProcessedMarker::read(file, disk);
     return look;
 }
 
-RenamedFiles& RenamedFiles::of(AppModel& model) {
-    const auto isIt = [](QObject* child) { return dynamic_cast<RenamedFiles*>(child) != nullptr; };
-    return dynamic_cast<RenamedFiles&>(**std::ranges::find_if(model.children(), isIt));
-}
-
 void RenamedFiles::find(const std::filesystem::path& file, FoundDone done) {
     m_context.onFiles([file, &disk = m_context.given().disk] { return lookAt(file, disk); },
-                      [this, file, done = std::move(done)](const Look& look) { done(found(file, look)); });
+                      [this, file, done = std::move(done)](const Look& look) {
+                          const Found row = rowAt(file, look);
+                          const bool isItsRow =
+                              row && *row && look.identity && isRowOf(**row, *look.identity);
+                          if (!row || !look.identity || isItsRow)
+                              done(row);
+                          else
+                              findByMark(file, look, [done, row](const Found& found) {
+                                  done(found && !*found ? row : found); // whose undo says what is wrong
+                              });
+                      });
 }
 
-RenamedFiles::Found RenamedFiles::found(const std::filesystem::path& file, const Look& look) {
-    for (const std::filesystem::path& place : {file, look.realPath}) {
-        auto row = m_context.given().store.doneAt(place);
-        if (!row || *row)
-            return row;
+RenamedFiles::Found RenamedFiles::rowAt(const std::filesystem::path& file, const Look& look) {
+    Found row = m_context.given().store.doneAt(file);
+    return row && !*row ? m_context.given().store.doneAt(look.realPath) : row;
+}
+
+void RenamedFiles::findByMark(const std::filesystem::path& file, const Look& look, const FoundDone& done) {
+    // What is remembered is truer than a mark that could not be changed.
+    const auto remembered = m_context.ledger().remembered(*look.identity);
+    const auto marker = remembered ? remembered : look.marker;
+    if (!marker || marker->state != State::renamed) {
+        done(std::nullopt);
+        return;
     }
-    if (!look.identity)
-        return std::nullopt;
-    Ledger& ledger = m_context.ledger();
-    const auto remembered = ledger.remembered(*look.identity); // truer than a mark that could not be changed
-    const auto& marker = remembered ? remembered : look.marker;
-    if (!marker || marker->state != State::renamed)
-        return std::nullopt;
-    auto row = foundByMark(*look.identity, *marker);
-    if (!row)
-        return row;
-    RenameRecord record = row->value_or(RenameRecord{.id = {},
-                                                     .date = marker->date,
-                                                     .folderPath = {},
-                                                     .originalName = marker->originalName,
-                                                     .newName = {},
-                                                     .identity = *look.identity,
-                                                     .status = Status::done,
-                                                     .errorMessage = std::nullopt,
-                                                     .batchID = std::nullopt});
-    record.folderPath = folderOf(file).native();
-    record.newName = lastComponentOf(file);
-    if (record.status == Status::done && !record.id.empty())
-        ledger.settle(record); // the file was moved, and its row follows
-    return record;
+    auto rows = rowsByMark(*look.identity, *marker);
+    if (!rows) {
+        done(std::unexpected(std::move(rows).error()));
+        return;
+    }
+    // What was remembered by a name alone is perhaps another file's.
+    const bool isItsOwn = look.marker == marker;
+    if (!isItsOwn && look.identity->inventedInode())
+        std::erase_if(*rows,
+                      [&](const RenameRecord& row) { return !haveSameState(row.identity, *look.identity); });
+    const bool mayBeUnrecorded = look.identity->inventedInode() ? isItsOwn : rows->empty();
+    m_context.onFiles(
+        [rows = std::move(*rows), realPath = look.realPath, &disk = m_context.given().disk] {
+            const auto row = std::ranges::find_if(
+                rows, [&](const RenameRecord& known) { return !standsWhereItWas(known, realPath, disk); });
+            return row == rows.end() ? std::nullopt : std::optional(*row);
+        },
+        [file, identity = *look.identity, marker = *marker, mayBeUnrecorded,
+         done](std::optional<RenameRecord> record) {
+            if (!record && mayBeUnrecorded)
+                record = RenameRecord{.id = {},
+                                      .date = marker.date,
+                                      .folderPath = {},
+                                      .originalName = marker.originalName,
+                                      .newName = {},
+                                      .identity = identity,
+                                      .status = Status::done,
+                                      .errorMessage = std::nullopt,
+                                      .batchID = std::nullopt};
+            if (record) {
+                record->folderPath = folderOf(file).native();
+                record->newName = lastComponentOf(file);
+            }
+            done(record);
+        });
 }
 
-/// A file is marked right after its row was written, or at the next start: the row is not far from the mark.
-RenamedFiles::Found RenamedFiles::foundByMark(const FileIdentity& identity, const Marker& marker) {
+/// A file is marked right after its row was written, or at the next start: the row is not far before the
+/// mark.
+Store::Result<RenamedFiles::Rows> RenamedFiles::rowsByMark(const FileIdentity& identity,
+                                                           const Marker& marker) {
     constexpr std::size_t pageSize = 500;
     constexpr int mostPages = 4;
-    Store::Place place{marker.date + std::chrono::minutes(1), {}};
+    constexpr auto roundedAway = std::chrono::seconds(2);
+    Rows found;
+    Store::Place place{marker.date + roundedAway, {}};
     for (int page = 0; page < mostPages; ++page) {
         const auto rows = m_context.given().store.history({}, pageSize, place);
         if (!rows)
             return std::unexpected(rows.error());
         for (const RenameRecord& row : *rows)
-            if (isRowOf(row, identity, marker)) {
+            if (row.originalName == marker.originalName && isRowOf(row, identity)) {
                 auto record = m_context.ledger().record(row.id); // which may be newer than the store's
                 if (record && (record->status == Status::done || record->status == Status::pending))
-                    return record;
+                    found.push_back(std::move(*record));
             }
         if (rows->size() < pageSize)
             break;
         place = {rows->back().date, rows->back().id};
     }
-    return std::nullopt;
+    return found;
 }
 
 void RenamedFiles::undo(const RenameRecord& found, AppModel::RecordDone done) {
     if (found.id.empty())
         undoUnrecorded(found, done);
     else
-        m_context.face().undo(found.id, std::move(done));
+        m_applier.undo(found.id, std::move(done), std::filesystem::path(found.folderPath) / found.newName);
 }
 
 void RenamedFiles::undoUnrecorded(const RenameRecord& found, const AppModel::RecordDone& done) {

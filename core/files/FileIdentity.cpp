@@ -24,10 +24,6 @@ bool onSameStoredVolume(const FileIdentity& stored, const FileIdentity& current)
     return stored.device == current.device;
 }
 
-bool haveSameState(const FileIdentity& left, const FileIdentity& right) {
-    return left.state.has_value() && left.state == right.state;
-}
-
 /// In place of an invented inode: the same for all paths that lead to the folder of `path`.
 std::uint64_t numberOfFolder(const std::filesystem::path& path) {
     const auto folder = folderOf(path);
@@ -95,6 +91,10 @@ bool isSameStoredAcrossRename(const FileIdentity& before, const FileIdentity& af
         return isSameStoredFile(before, after);
     return !bothKnownAndDiffer(before.birth, after.birth) && onSameStoredVolume(before, after) &&
            haveSameState(before, after);
+}
+
+bool haveSameState(const FileIdentity& left, const FileIdentity& right) {
+    return left.state.has_value() && left.state == right.state;
 }
 
 bool stoodStill(const FileIdentity& before, const FileIdentity& after) {

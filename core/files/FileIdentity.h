@@ -62,6 +62,9 @@ struct FileIdentity {
 /// The same where `before` was kept across a restart.
 [[nodiscard]] bool isSameStoredAcrossRename(const FileIdentity& before, const FileIdentity& after);
 
+/// Whether size and modification time are known of both, and the same.
+[[nodiscard]] bool haveSameState(const FileIdentity& left, const FileIdentity& right);
+
 /// Whether nobody wrote to the file between the two; true where either does not tell.
 [[nodiscard]] bool stoodStill(const FileIdentity& before, const FileIdentity& after);
 

@@ -69,6 +69,7 @@ public:
         restless,   // never quiet: reported again when it was closed at last or has stood still
         empty,      // when it was closed, or has changed and then stood still
         unreadable, // likewise
+        changed,    // while it was read: likewise
         held,       // an office program has it open: reported again when it has not, however often
     };
 

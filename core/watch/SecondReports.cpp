@@ -41,7 +41,9 @@ bool SecondReports::takeNews() {
 }
 
 bool SecondReports::closed(std::string_view name) {
-    Waiting* const waiting = touched(name);
+    Waiting* waiting = touched(name);
+    if (waiting && waiting->reason == Fruitless::restless && closesTooOften(name))
+        waiting = nullptr;
     if (waiting)
         waiting->wasClosed = true;
     return waiting != nullptr;
@@ -56,6 +58,13 @@ bool SecondReports::movedOnto(std::string_view name) {
 
 bool SecondReports::wasTouchedLately(std::string_view name) const {
     return m_closedLately.contains(name) || m_closedEarlier.contains(name);
+}
+
+/// Whether a close has been no end of its unrest so often that only standing still is one.
+bool SecondReports::closesTooOften(std::string_view name) {
+    const std::lock_guard lock(m_mutex);
+    const auto tally = m_tallies.find(name);
+    return tally != m_tallies.end() && tally->second.afterClose >= vainLimit;
 }
 
 /// The name's entry, where a close or a move may be its writer's last.
@@ -90,7 +99,9 @@ bool SecondReports::take(const std::string& name) {
     m_waiting.erase(found);
     // Before it is reported: the answer may come at once.
     const std::lock_guard lock(m_mutex);
-    m_tallies[name].isAgain = isPromising;
+    Tally& tally = m_tallies[name];
+    tally.isAgain = isPromising;
+    tally.afterClose += isPromising ? 0 : 1;
     return true;
 }
 

@@ -68,9 +68,11 @@ private:
     struct Tally {
         bool isAgain = false; // the last report had been given reason to hope
         int inVain = 0;
+        int afterClose = 0; // reports amid unrest, which a close was reason for
     };
 
     [[nodiscard]] bool wasTouchedLately(std::string_view name) const;
+    [[nodiscard]] bool closesTooOften(std::string_view name);
     [[nodiscard]] Waiting* touched(std::string_view name);
     [[nodiscard]] std::optional<FileState> look(const std::string& name) const;
     [[nodiscard]] bool isDue(const std::string& name, Waiting& waiting) const;

@@ -237,7 +237,9 @@ TEST(AppModelThreads, ReportsALostFolderOnceAndFindsItAgain) {
     EXPECT_TRUE(world.eventually([&] { return world.model->pending().size() == 1; }));
 
     SCOPED_TRACE("what is asked for is no loss");
-    world.model->setEnabled(folder.id, false);
+    world.watch();
+    const std::string& itsOwn = world.model->folders().front().id;
+    EXPECT_TRUE(world.model->setEnabled(itsOwn, false));
     EXPECT_FALSE(world.model->isWatching(folder.id));
     world.pass(std::chrono::milliseconds(200));
     EXPECT_EQ(world.errors, std::vector{loss});
