@@ -71,7 +71,7 @@ LocalModel openUsedModel(const ModelFolder& models) {
 LocalModel openEnginesModel(const ModelFolder& models) {
     const auto used = models.used();
     if (!used || !models.isEnabled())
-        return {};
+        return openUsedModel(models); // says why, without a host
     const auto makeNone = [] {
         return std::make_shared<RemoteLanguageModel>(RemoteLanguageModel::Settings{.model = {}});
     };

@@ -110,7 +110,7 @@ class Titles(unittest.TestCase):
         watch = self.start("watch", "--json", folder)
         self.event(watch, "watching")
         self.wait_for_host(watch.pid)
-        self.vesto("name", self.files(1))  # once it is ready: one that is killed before is started again
+        self.vesto("name", self.files(1))  # it is ready then; one that is killed while it loads is started again
         os.kill(self.hosts_of(watch.pid)[0], signal.SIGKILL)
         self.wait_for_host(watch.pid, wanted=False)
         (folder / "film.part").write_text("x", encoding="utf-8")
