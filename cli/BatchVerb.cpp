@@ -60,7 +60,7 @@ ExitStatus batch(const Options& options, bool offline, Streams streams) {
     order["wellNamed"] = options.alsoWellNamed;
     order["noTitleBefore"] = options.alsoNoTitle;
     bool isRenamed = false;
-    const auto result = engine.session().ask(order, [&](const Json& event) {
+    const auto result = engine.ask(order, [&](const Json& event) {
         if (const Json* state = member(event, "progress")) {
             progress.show(*state);
         } else if (const Json* line = member(event, "line")) {

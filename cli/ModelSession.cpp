@@ -30,7 +30,7 @@ ModelSession::ModelSession(const Options& options, LocalModel local, std::ostrea
     if (!m_local.model)
         return;
     m_generator = std::make_shared<FoundationNameGenerator>(m_local.model, options.locale, timeout);
-    if (mayServe(*m_local.model))
+    if (m_local.getsReady && mayServe(*m_local.model))
         m_generator->prewarm();
 }
 

@@ -43,7 +43,7 @@ Engine::Parts partsForOrders(const Options& options) {
 }
 
 bool ReadingEngine::begin(bool offline) {
-    return m_session.begin([&]() -> std::optional<Engine::Parts> {
+    const bool isBegun = m_session.begin([&]() -> std::optional<Engine::Parts> {
         if (!m_reading.begin(offline))
             return std::nullopt;
         m_model = std::make_shared<ModelSession>(m_options, openUsedModel(ModelFolder{}), m_err);
@@ -51,6 +51,15 @@ bool ReadingEngine::begin(bool offline) {
                              .generator = std::make_shared<PatientGenerator>(m_model),
                              .locale = m_options.locale};
     });
+    if (isBegun && m_session.isRemote())
+        m_model = std::make_shared<ModelSession>(m_options, openEnginesModel(ModelFolder{}), m_err);
+    return isBegun;
+}
+
+EngineSession::Result ReadingEngine::ask(const Json& order, const Engine::OnEvent& onEvent) {
+    if (m_session.isRemote())
+        static_cast<void>(m_model->generator()); // waits once
+    return m_session.ask(order, onEvent);
 }
 
 void ReadingEngine::tellStart(const std::filesystem::path& path) {

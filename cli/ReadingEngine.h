@@ -23,7 +23,9 @@ public:
     /// False where nothing can be done, which was said. `offline`: this process is kept from the network.
     [[nodiscard]] bool begin(bool offline);
 
-    [[nodiscard]] EngineSession& session() { return m_session; }
+    /// As `EngineSession::ask` does. An engine of this process waits for its model when it needs it; for the
+    /// one of an engine that watches, which waits for nothing, it is waited here, before the first order.
+    [[nodiscard]] EngineSession::Result ask(const Json& order, const Engine::OnEvent& onEvent);
 
     // With --verbose, where the reader is ours.
     void tellStart(const std::filesystem::path& path);

@@ -78,16 +78,15 @@ ExitStatus rename(const Options& options, bool offline, Streams streams) {
             break;
         engine.tellStart(target.path);
         bool isTold = false;
-        const auto result =
-            engine.session().ask(namingOrder(options, "rename", target.path), [&](const Json& event) {
-                if (const Json* line = member(event, "line")) {
-                    isTold = true;
-                    if (stringMember(*line, "error") == "unreadable")
-                        engine.tellWhetherReaderRuns();
-                    tellNamed(target.path, *line, options.minConfidence, report);
-                }
-                return report.heard();
-            });
+        const auto result = engine.ask(namingOrder(options, "rename", target.path), [&](const Json& event) {
+            if (const Json* line = member(event, "line")) {
+                isTold = true;
+                if (stringMember(*line, "error") == "unreadable")
+                    engine.tellWhetherReaderRuns();
+                tellNamed(target.path, *line, options.minConfidence, report);
+            }
+            return report.heard();
+        });
         if (!isTold && report.heard()) { // the engine went away: what comes would only fail as well
             report.refused(target.path, result.reason.empty() ? text("Pas de réponse.") : result.reason,
                            Json{{"path", target.path.native()}, {"outcome", "error"}});

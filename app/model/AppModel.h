@@ -88,8 +88,8 @@ public:
         /// Lets `generator` get ready; called on the main thread when watching starts, and when a file that
         /// may be named begins to settle or is about to be read.
         std::function<void()> prepareModel{};
-        /// What writes titles in a language; null where nothing does. Asked on the main thread for an order
-        /// that names its language. Empty: `generator` writes them.
+        /// What writes titles in a language and now gets ready to; null where nothing does. Asked on the main
+        /// thread for an order that names its language. Empty: `generator` writes them.
         std::function<std::shared_ptr<TitleGenerating>(const Locale&)> generatorIn{};
         Locale locale = Locale::user();
         FileStabilizer stabilizer{};

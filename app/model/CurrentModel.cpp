@@ -7,17 +7,19 @@
 namespace vesto {
 
 CurrentModel::Serving CurrentModel::serving() {
+    const bool isEnabled = m_models.isEnabled();
     std::filesystem::path file;
-    if (const auto used = m_models.isEnabled() ? m_models.used() : std::nullopt)
+    if (const auto used = m_models.used())
         file = m_models.pathOf(*used);
     Serving old, foreign; // let go of outside the lock: that ends its process
     const std::scoped_lock lock(m_mutex);
-    if (file != m_serving.file) {
+    if (file != m_serving.file || isEnabled != m_serving.isEnabled) {
         foreign = std::exchange(m_foreign, Serving{});
-        old = std::exchange(m_serving, Serving{.file = file, .model = nullptr, .generator = nullptr});
+        old = std::exchange(
+            m_serving, Serving{.file = file, .isEnabled = isEnabled, .model = nullptr, .generator = nullptr});
         if (!file.empty()) {
-            m_serving.model = std::make_shared<RemoteLanguageModel>(
-                RemoteLanguageModel::Settings{.model = file, .notes = ModelNotes(m_models.notesPath())});
+            m_serving.model = std::make_shared<RemoteLanguageModel>(RemoteLanguageModel::Settings{
+                .model = file, .enabled = isEnabled, .notes = ModelNotes(m_models.notesPath())});
             m_serving.generator = std::make_shared<FoundationNameGenerator>(m_serving.model, m_language);
         }
     }
@@ -49,14 +51,22 @@ std::shared_ptr<TitleGenerating> CurrentModel::generatorIn(const Locale& languag
     const Serving now = serving();
     if (!FoundationNameGenerator::availability(now.model.get(), language).isAvailable())
         return nullptr;
-    if (modelInstructions(language) == modelInstructions(m_language))
-        return now.generator;
+    auto generator = modelInstructions(language) == modelInstructions(m_language)
+                         ? now.generator
+                         : foreignGenerator(now, language);
+    generator->prewarm();
+    return generator;
+}
+
+std::shared_ptr<FoundationNameGenerator> CurrentModel::foreignGenerator(const Serving& now,
+                                                                        const Locale& language) {
     Serving old; // let go of outside the lock: that waits for a title that is late
     const std::scoped_lock lock(m_mutex);
     if (m_foreign.model != now.model || m_foreignLanguage != language) {
         m_foreignLanguage = language;
         old = std::exchange(
             m_foreign, Serving{.file = now.file,
+                               .isEnabled = now.isEnabled,
                                .model = now.model,
                                .generator = std::make_shared<FoundationNameGenerator>(now.model, language)});
     }

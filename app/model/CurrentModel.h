@@ -31,7 +31,7 @@ public:
     [[nodiscard]] std::expected<std::string, NameGenerationError> title(const ContentSummary& summary,
                                                                         std::stop_token stop) override;
 
-    /// What writes titles in this language; null where the model cannot.
+    /// What writes titles in this language, and is getting ready to; null where the model cannot.
     [[nodiscard]] std::shared_ptr<TitleGenerating> generatorIn(const Locale& language);
 
     /// For another program; null where it means another file, or has other instructions.
@@ -43,11 +43,14 @@ public:
 private:
     struct Serving {
         std::filesystem::path file;
+        bool isEnabled = false;
         std::shared_ptr<RemoteLanguageModel> model;
         std::shared_ptr<FoundationNameGenerator> generator;
     };
-    /// By the settings as they are now; empty where no model serves.
+    /// By the settings as they are now; empty where there is no model.
     [[nodiscard]] Serving serving();
+    [[nodiscard]] std::shared_ptr<FoundationNameGenerator> foreignGenerator(const Serving& now,
+                                                                            const Locale& language);
 
     Locale m_language;
     ModelFolder m_models;

@@ -245,7 +245,8 @@ void JobLoop::askedExamined(const FileTasks::Examination& examination) {
         return;
     }
     setProcessingName(std::string(name()));
-    m_context.prepareModel();
+    if (!job.order.locale) // what writes in another language gets ready when it is asked for
+        m_context.prepareModel();
     runPipeline(m_context.pipeline(job.order.nameTemplate, job.order.locale), &JobLoop::askedNamed);
 }
 

@@ -68,6 +68,19 @@ LocalModel openUsedModel(const ModelFolder& models) {
     return localModel(std::make_shared<SharedLanguageModel>(userDataFolder(), file, makeOwn));
 }
 
+LocalModel openEnginesModel(const ModelFolder& models) {
+    const auto used = models.used();
+    if (!used || !models.isEnabled())
+        return openUsedModel(models); // says why, without a host
+    const auto makeNone = [] {
+        return std::make_shared<RemoteLanguageModel>(RemoteLanguageModel::Settings{.model = {}});
+    };
+    auto model =
+        localModel(std::make_shared<SharedLanguageModel>(userDataFolder(), models.pathOf(*used), makeNone));
+    model.getsReady = false;
+    return model;
+}
+
 std::shared_ptr<RemoteTranscriber> openSpeech(const ModelFolder& models) {
     return std::make_shared<RemoteTranscriber>(RemoteTranscriber::Settings{.model = models.speechPath()});
 }

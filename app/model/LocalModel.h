@@ -37,6 +37,8 @@ struct LocalModel {
     /// Waits until nothing is being loaded or got ready, at most for this time.
     std::function<void(std::chrono::milliseconds)> settle;
     std::function<Facts()> facts;
+    bool getsReady =
+        true; // when it is told to; false: titles are asked of another program, which sees to that
 };
 
 [[nodiscard]] LocalModel::Facts factsOf(const RemoteLanguageModel::Facts& facts);
@@ -46,6 +48,10 @@ struct LocalModel {
 
 /// The model that the user's settings name: by the host of a program that watches, where one does.
 [[nodiscard]] LocalModel openUsedModel(const ModelFolder& models);
+
+/// The same for who has files named by the engine that runs, and waits for its model: no host of this
+/// program's own.
+[[nodiscard]] LocalModel openEnginesModel(const ModelFolder& models);
 
 /// What is said in recordings, by the model of speech in one file: one that is added, replaced or removed
 /// counts from the next recording on.

@@ -52,12 +52,17 @@ bool isASCII(std::string_view text) {
     return std::ranges::all_of(text, [](char byte) { return static_cast<unsigned char>(byte) < 0x80; });
 }
 
-/// The first bytes of some keys. It tells most words of a text from all of them without folding the word.
+/// By which two forms of a word are one: «STRASSE» and «Straße» are two words.
+std::string keyOf(std::string_view word) {
+    return unicode::composed(unicode::lowercase(word));
+}
+
+/// The first bytes of some keys. It tells most words of a text from all of them without a look at the rest.
 class FirstBytes {
 public:
     void add(std::string_view key) { m_bytes.set(static_cast<unsigned char>(key.front())); }
 
-    /// Always true beside ASCII, where folding may change the first letter.
+    /// Always true beside ASCII, where the first letter may become any other.
     [[nodiscard]] bool mayHold(std::string_view word) const {
         const auto first = static_cast<unsigned char>(word.front());
         const bool isCapital = first >= 'A' && first <= 'Z';
@@ -91,7 +96,7 @@ std::string joined(const std::vector<std::string_view>& pieces) {
 std::array<std::string, 12> foldedMonthNames(const Locale& locale) {
     std::array<std::string, 12> names = unicode::monthNames(locale);
     for (std::string& name : names)
-        name = unicode::caseFolded(name);
+        name = keyOf(name);
     return names;
 }
 
@@ -104,7 +109,7 @@ std::string withCasingOf(std::string_view text, std::string_view title,
     for (std::size_t i = 1; i < pieces.size(); ++i) {
         if (unicode::lowercase(pieces[i]) == pieces[i])
             continue;
-        std::string key = unicode::caseFolded(pieces[i]);
+        std::string key = keyOf(pieces[i]);
         if (std::ranges::find(foldedMonths, key) != foldedMonths.end())
             continue;
         firstBytes.add(key);
@@ -117,7 +122,7 @@ std::string withCasingOf(std::string_view text, std::string_view title,
     forEachWord(composedText, [&](std::string_view word) {
         if (!firstBytes.mayHold(word))
             return;
-        const auto forms = formsOfKey.find(unicode::caseFolded(word));
+        const auto forms = formsOfKey.find(keyOf(word));
         if (forms != formsOfKey.end())
             ++forms->second[std::string(word)];
     });

@@ -11,7 +11,7 @@
 /// thread-safe, linear time.
 namespace vesto {
 
-/// A locale's month names as `withCasingOf` compares them: case-folded.
+/// A locale's month names as `withCasingOf` compares them: in lowercase.
 [[nodiscard]] std::array<std::string, 12> foldedMonthNames(const Locale& locale);
 
 /// The title with each word written as `text` writes it most often, where the two differ in letter case only

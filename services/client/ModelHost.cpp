@@ -11,6 +11,7 @@ namespace {
 
 using std::chrono::milliseconds;
 
+constexpr std::chrono::seconds greetingTakes{30}; // of a cold start on a busy machine
 constexpr std::chrono::minutes loadingTakes{5};
 constexpr std::chrono::minutes idle{6}; // after which a host has long left by itself
 constexpr int mostDeaths = 3;           // in a row
@@ -22,6 +23,7 @@ ModelObstacle obstacleOf(ModelProcess::StartFailure failure) {
     case ModelProcess::StartFailure::noJail:
         return ModelObstacle::noJail;
     case ModelProcess::StartFailure::notStarted:
+    case ModelProcess::StartFailure::killed:
         break;
     }
     return ModelObstacle::dies;
@@ -65,22 +67,31 @@ bool ModelHost::isGone() const {
     return m_process && m_process->process().isGone(milliseconds(0));
 }
 
-std::expected<ipc::ModelLoaded, ModelObstacle> ModelHost::load(const ipc::LoadModel& order,
-                                                               const ModelFile& file) {
+std::expected<ipc::ModelLoaded, ModelObstacle>
+ModelHost::load(const ipc::LoadModel& order, const ModelFile& file,
+                const std::function<std::uint64_t()>& freeMemory) {
     for (;;) {
         auto loaded = loadOnce(order, file);
-        if (loaded || loaded.error() != ModelObstacle::dies || ++m_deaths >= mostDeaths)
-            return loaded;
+        if (loaded)
+            return *std::move(loaded);
+        if (m_isClosing)
+            return std::unexpected(ModelObstacle::none);
+        if (!loaded.error().wasKilled || ++m_deaths >= mostDeaths)
+            return std::unexpected(loaded.error().obstacle);
+        if (freeMemory() < memoryForModel(file.identity.bytes))
+            return std::unexpected(ModelObstacle::memory); // which may be why it was killed
     }
 }
 
-/// `dies` where it was killed: that says nothing of the file.
-std::expected<ipc::ModelLoaded, ModelObstacle> ModelHost::loadOnce(const ipc::LoadModel& order,
-                                                                   const ModelFile& file) {
+/// Of the file it says something only where the host itself gave it up.
+std::expected<ipc::ModelLoaded, ModelHost::LoadFailure> ModelHost::loadOnce(const ipc::LoadModel& order,
+                                                                            const ModelFile& file) {
     end();
-    auto process = ModelProcess::start(m_program, m_arguments);
+    auto process = ModelProcess::start(m_program, m_arguments, patience(greetingTakes, {}));
     if (!process)
-        return std::unexpected(obstacleOf(process.error()));
+        return std::unexpected(
+            LoadFailure{.obstacle = obstacleOf(process.error()),
+                        .wasKilled = process.error() == ModelProcess::StartFailure::killed});
     m_process.emplace(*std::move(process));
     auto report = give<ipc::ModelLoaded>(order, file.fd.get(), loadingTakes);
     if (report && report->outcome == ipc::ModelOutcome::done) {
@@ -89,11 +100,11 @@ std::expected<ipc::ModelLoaded, ModelObstacle> ModelHost::loadOnce(const ipc::Lo
     }
     const bool wasKilled = !report && m_process->process().end() == ServiceProcess::End::killed;
     end();
-    if (m_isClosing)
-        return std::unexpected(ModelObstacle::none);
-    if (report && report->outcome == ipc::ModelOutcome::noMemory)
-        return std::unexpected(ModelObstacle::memory);
-    return std::unexpected(wasKilled ? ModelObstacle::dies : ModelObstacle::refused);
+    if (!report)
+        return std::unexpected(LoadFailure{.obstacle = ModelObstacle::dies, .wasKilled = wasKilled});
+    return std::unexpected(LoadFailure{.obstacle = report->outcome == ipc::ModelOutcome::noMemory
+                                                       ? ModelObstacle::memory
+                                                       : ModelObstacle::refused});
 }
 
 void ModelHost::end() {

@@ -6,6 +6,7 @@
 
 #include <atomic>
 #include <chrono>
+#include <cstdint>
 #include <expected>
 #include <filesystem>
 #include <functional>
@@ -42,10 +43,12 @@ public:
     /// Whether it runs, but is leaving or dead.
     [[nodiscard]] bool isGone() const;
 
-    /// Starts the process and has it load the file, more than once where it is killed meanwhile. Otherwise
-    /// there is none, and why; `none` where the application ends.
-    [[nodiscard]] std::expected<ipc::ModelLoaded, ModelObstacle> load(const ipc::LoadModel& order,
-                                                                      const ModelFile& file);
+    /// Starts the process and has it load the file, more than once where it is killed meanwhile and there is
+    /// enough `freeMemory` (in bytes) still. Otherwise there is none, and why; `none` where the application
+    /// ends.
+    [[nodiscard]] std::expected<ipc::ModelLoaded, ModelObstacle>
+    load(const ipc::LoadModel& order, const ModelFile& file,
+         const std::function<std::uint64_t()>& freeMemory);
     /// As the process names its engine.
     [[nodiscard]] const std::string& engine() const { return m_process->engine(); }
 
@@ -67,8 +70,12 @@ public:
     void forgetDeaths() { m_deaths = 0; }
 
 private:
-    [[nodiscard]] std::expected<ipc::ModelLoaded, ModelObstacle> loadOnce(const ipc::LoadModel& order,
-                                                                          const ModelFile& file);
+    struct LoadFailure {
+        ModelObstacle obstacle;
+        bool wasKilled = false;
+    };
+    [[nodiscard]] std::expected<ipc::ModelLoaded, LoadFailure> loadOnce(const ipc::LoadModel& order,
+                                                                        const ModelFile& file);
     [[nodiscard]] ModelProcess::Patience patience(std::chrono::milliseconds longest,
                                                   const std::function<bool()>& isCancelled) const;
 

@@ -14,8 +14,36 @@ namespace {
 using std::chrono::milliseconds;
 using std::chrono::steady_clock;
 
-constexpr std::chrono::seconds greetingTimeout{30}; // of a cold start on a busy machine
 constexpr milliseconds sendTimeout{2000};
+
+enum class Heard { word, bell, nothing };
+
+/// Waits for a word of the process or for the bell, which is silent again then. The bell alone where there is
+/// nothing to say for sure.
+Heard listen(int socket, int bell, steady_clock::time_point end) {
+    const auto left = std::chrono::ceil<milliseconds>(end - steady_clock::now());
+    std::array<pollfd, 2> entries{pollfd{socket, POLLIN, 0}, pollfd{bell, POLLIN, 0}};
+    const int ready = ::poll(entries.data(), entries.size(),
+                             static_cast<int>(std::clamp<std::int64_t>(left.count(), 0, 3'600'000)));
+    if (ready == 0)
+        return Heard::nothing;
+    if (entries[1].revents != 0) {
+        std::uint64_t rung = 0;
+        [[maybe_unused]] const ssize_t ignored = ::read(bell, &rung, sizeof rung);
+    }
+    return ready > 0 && entries[0].revents != 0 ? Heard::word : Heard::bell;
+}
+
+/// Whether a word comes in time and before it is not waited for any more.
+bool awaitWord(int socket, const ModelProcess::Patience& patience) {
+    const auto end = steady_clock::now() + patience.longest;
+    while (!patience.isCancelled()) {
+        const Heard heard = listen(socket, patience.bell, end);
+        if (heard != Heard::bell)
+            return heard == Heard::word;
+    }
+    return false;
+}
 
 } // namespace
 
@@ -24,7 +52,8 @@ std::filesystem::path modelProgram() {
 }
 
 std::expected<ModelProcess, ModelProcess::StartFailure>
-ModelProcess::start(const std::filesystem::path& program, const std::vector<std::string>& arguments) {
+ModelProcess::start(const std::filesystem::path& program, const std::vector<std::string>& arguments,
+                    const Patience& patience) {
     // Read when the engine's library is loaded: a crash of it starts no debugger and prints nothing.
     auto process = ServiceProcess::start(program, arguments, {"GGML_NO_BACKTRACE=1"});
     if (!process)
@@ -32,12 +61,13 @@ ModelProcess::start(const std::filesystem::path& program, const std::vector<std:
                                    ? StartFailure::programMissing
                                    : StartFailure::notStarted);
     auto failure = ipc::PacketFailure::none;
-    if (!ipc::waitReadable(process->socket(), greetingTimeout))
+    if (!awaitWord(process->socket(), patience))
         return std::unexpected(StartFailure::notStarted);
     const auto packet = ipc::receivePacket(process->socket(), ipc::ModelGreeting::maxBytes, 0, failure);
     auto greeting = packet ? ipc::decodeModelGreeting(packet->bytes) : std::nullopt;
     if (!greeting)
-        return std::unexpected(StartFailure::notStarted);
+        return std::unexpected(process->end() == ServiceProcess::End::killed ? StartFailure::killed
+                                                                             : StartFailure::notStarted);
     if (greeting->jail == ipc::Jail::none || greeting->jail == ipc::Jail::refused)
         return std::unexpected(StartFailure::noJail);
     return ModelProcess(*std::move(process), std::move(greeting->engine));
@@ -59,19 +89,11 @@ std::optional<ipc::ModelReport> ModelProcess::reportOf(const ipc::ModelOrder& or
                                  sendTimeout))
                 return std::nullopt;
         }
-        const auto left = std::chrono::ceil<milliseconds>(end - steady_clock::now());
         // Once it was told to stop, the bell rings for nobody.
-        std::array<pollfd, 2> entries{pollfd{m_process.socket(), POLLIN, 0},
-                                      pollfd{cancelled ? -1 : patience.bell, POLLIN, 0}};
-        const int ready = ::poll(entries.data(), entries.size(),
-                                 static_cast<int>(std::clamp<std::int64_t>(left.count(), 0, 3'600'000)));
-        if (ready == 0)
+        const Heard heard = listen(m_process.socket(), cancelled ? -1 : patience.bell, end);
+        if (heard == Heard::nothing)
             return std::nullopt;
-        if (entries[1].revents != 0) {
-            std::uint64_t rung = 0;
-            [[maybe_unused]] const ssize_t ignored = ::read(patience.bell, &rung, sizeof rung);
-        }
-        if (ready < 0 || entries[0].revents == 0)
+        if (heard == Heard::bell)
             continue;
         auto failure = ipc::PacketFailure::none;
         const auto packet = ipc::receivePacket(m_process.socket(), ipc::limits::reportBytes, 0, failure);

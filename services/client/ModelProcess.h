@@ -19,11 +19,12 @@ class ModelProcess {
 public:
     enum class StartFailure {
         programMissing, // Vesto was built or installed without it
-        notStarted,     // the system refused to start it, or it ended without a word
+        notStarted,     // the system refused to start it, or it ended or was left without a word
+        killed,         // by somebody, before its first word
         noJail,         // it could not be shut in
     };
 
-    /// How to wait for a report.
+    /// How to wait for the first word, or for a report.
     struct Patience {
         int bell = -1;                      // when it can be read from, `isCancelled` is asked
         std::function<bool()> isCancelled;  // once it says yes, the host is told to stop
@@ -32,7 +33,8 @@ public:
     };
 
     [[nodiscard]] static std::expected<ModelProcess, StartFailure>
-    start(const std::filesystem::path& program, const std::vector<std::string>& arguments);
+    start(const std::filesystem::path& program, const std::vector<std::string>& arguments,
+          const Patience& patience);
 
     [[nodiscard]] const std::string& engine() const { return m_engine; }
     [[nodiscard]] const ServiceProcess& process() const { return m_process; }

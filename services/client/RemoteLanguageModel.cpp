@@ -42,23 +42,19 @@ RemoteLanguageModel::availabilityNow(const std::optional<ModelIdentity>& identit
     if (identity != m_identity)
         turnTo(identity);
     if (!identity) {
-        m_facts.obstacle = Obstacle::noFile;
+        m_facts.obstacle = m_settings.model.empty() ? Obstacle::none : Obstacle::noFile;
         return Availability::unavailable;
     }
     m_facts.bytes = identity->bytes;
     if (m_known == Known::nothing || (m_known == Known::unusable && mayBeOtherwise())) {
-        if (::access(m_settings.program.c_str(), X_OK) != 0) {
+        m_facts.obstacle = obstacleInSight(identity->bytes);
+        m_nextTry = {};
+        if (m_facts.obstacle != Obstacle::none) {
             m_known = Known::unusable;
-            m_facts.obstacle = Obstacle::noEngine;
-        } else if (m_settings.freeMemory() < memoryForModel(identity->bytes)) {
-            m_known = Known::unusable;
-            m_facts.obstacle = Obstacle::memory;
         } else if (m_note) {
             m_known = Known::usable;
-            m_facts.obstacle = Obstacle::none;
         } else {
             m_known = Known::loading;
-            m_facts.obstacle = Obstacle::none;
             m_jobs.post(std::make_shared<Job>(), m_host);
         }
     }
@@ -76,8 +72,14 @@ RemoteLanguageModel::availabilityNow(const std::optional<ModelIdentity>& identit
 
 /// Whether what stood in the way may be gone by now, without another file.
 bool RemoteLanguageModel::mayBeOtherwise() const {
-    return m_facts.obstacle == Obstacle::memory ||
-           (m_facts.obstacle == Obstacle::dies && std::chrono::steady_clock::now() >= m_nextTry);
+    return std::chrono::steady_clock::now() >= m_nextTry;
+}
+
+/// What stands in the way of starting a host; it costs next to nothing to look.
+RemoteLanguageModel::Obstacle RemoteLanguageModel::obstacleInSight(std::uint64_t fileBytes) const {
+    if (::access(m_settings.program.c_str(), X_OK) != 0)
+        return Obstacle::noEngine;
+    return m_settings.freeMemory() < memoryForModel(fileBytes) ? Obstacle::memory : Obstacle::none;
 }
 
 /// From here on, what is said is said of this file.

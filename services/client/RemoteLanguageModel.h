@@ -34,7 +34,7 @@ public:
         std::chrono::milliseconds windDown =
             std::chrono::seconds(2); // before a host that does not stop is ended
         std::chrono::milliseconds recovery =
-            std::chrono::minutes(5); // before one whose hosts died is tried again
+            std::chrono::minutes(5); // before one that could not be loaded is tried again
         ModelNotes notes{};          // what earlier runs found out
     };
 
@@ -100,18 +100,20 @@ private:
         std::expected<ProposedName, Failure> result =
             std::unexpected(Failure{Failure::Code::cancelled, "the application ends"});
     };
-    /// The state behind the instructions, in memory that nobody can write to any more.
+    /// The state behind some instructions, in memory that nobody can write to any more.
     struct Prefix {
         std::string instructions;
         std::string engine;
         UniqueFd memory;
         std::uint64_t bytes = 0;
+        bool isForThisHost = false; // alone: it had read a document, of which the next must not have anything
     };
     enum class Known { nothing, loading, usable, unusable };
 
     // Of any thread.
     [[nodiscard]] Availability availabilityNow(const std::optional<ModelIdentity>& identity);
     [[nodiscard]] bool mayBeOtherwise() const;
+    [[nodiscard]] Obstacle obstacleInSight(std::uint64_t fileBytes) const;
     void turnTo(const std::optional<ModelIdentity>& identity);
 
     // Of the own thread.
@@ -123,12 +125,14 @@ private:
     void keepNote(std::uint32_t leastNews);
     [[nodiscard]] std::string fileName() const { return m_settings.model.filename().native(); }
     [[nodiscard]] bool ensureLoaded();
+    [[nodiscard]] bool isRunningAsSaid() const;
     [[nodiscard]] bool startAndLoad(const ModelFile& file);
     [[nodiscard]] bool ensureWarm(const std::string& instructions);
+    [[nodiscard]] const Prefix* keptFor(const std::string& instructions);
     void keepPrefix(const std::string& instructions, UniqueFd memory, std::uint64_t bytes);
     bool buryHost();
     void dropHost();
-    bool conclude(Obstacle obstacle);
+    bool conclude(Obstacle obstacle, std::chrono::milliseconds pause);
 
     const Settings m_settings;
     ModelHost m_host;
@@ -137,13 +141,13 @@ private:
     std::optional<ModelIdentity> m_identity; // of the file that the next five tell of
     Known m_known = Known::nothing;
     Facts m_facts;
-    std::chrono::steady_clock::time_point m_nextTry; // where its hosts died
+    std::chrono::steady_clock::time_point m_nextTry; // where it is unusable
     std::optional<ModelNote> m_note;                 // where the engine has taken the file, once
     std::uint32_t m_news = 0;                        // in it, that are not written down
 
     // Of the own thread alone.
-    std::optional<ModelIdentity> m_loaded; // the file that the host, the prefix and the threads belong to
-    std::optional<Prefix> m_prefix;
+    std::optional<ModelIdentity> m_loaded; // the file that the host, the prefixes and the threads belong to
+    std::vector<Prefix> m_prefixes;        // the one that was used last stands last
     ipc::ModelThreads m_threads;
     std::optional<std::string> m_warmFor; // the instructions that the host is ready for
     bool m_hostHasRead = false;           // a document

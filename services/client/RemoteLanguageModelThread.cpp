@@ -16,7 +16,9 @@ using ipc::ModelOutcome;
 
 constexpr std::chrono::minutes warmingTakes{10};
 constexpr std::chrono::minutes answeringTakes{5};
-constexpr std::uint32_t manyNews = 20; // titles whose time is written down at last
+constexpr std::chrono::milliseconds noPause{0}; // for what is seen without a host
+constexpr std::uint32_t manyNews = 20;          // titles whose time is written down at last
+constexpr std::size_t mostPrefixes = 3;         // that are kept: one for each language, of 7 to 17 MB
 
 /// In bytes, as far as this program's files may go; pages that nobody writes to take none. Where it is too
 /// little, the state is not kept.
@@ -25,6 +27,13 @@ off_t roomForPrefix() {
     rlimit limit{};
     const bool isKnown = ::getrlimit(RLIMIT_FSIZE, &limit) == 0;
     return static_cast<off_t>(isKnown ? std::min(ample, limit.rlim_cur) : ample);
+}
+
+/// More threads than there are processors here no host has measured: then they are measured again.
+ipc::ModelThreads believable(const ipc::ModelThreads& threads) {
+    return std::max(threads.reading, threads.writing) <= std::max(std::thread::hardware_concurrency(), 1U)
+               ? threads
+               : ipc::ModelThreads{};
 }
 
 } // namespace
@@ -85,9 +94,13 @@ std::expected<ProposedName, LanguageModel::Failure> RemoteLanguageModel::ask(Job
                 dropHost();
                 return std::unexpected(Failure{Code::cancelled, "cancelled; the host had to be ended"});
             }
-            if (buryHost())
-                continue;
-            return std::unexpected(Failure{Code::engine, "the host of the model ended"});
+            if (!buryHost())
+                return std::unexpected(Failure{Code::engine, "the host of the model ended"});
+            const std::scoped_lock lock(m_jobs.mutex);
+            if (job.isCancelled)
+                return std::unexpected(Failure{Code::cancelled, ""});
+            job.isAsked = false;
+            continue;
         }
         auto title = titleOf(*report);
         if (title)
@@ -161,25 +174,33 @@ bool RemoteLanguageModel::ensureLoaded() {
     }
     if (!file || m_loaded != file->identity) {
         dropHost();
-        m_prefix.reset();
+        m_prefixes.clear();
         m_threads = {};
         m_host.forgetDeaths();
         m_loaded = file ? std::optional(file->identity) : std::nullopt;
     }
     if (!file)
-        return conclude(Obstacle::noFile);
-    if (m_host.isGone())
-        dropHost();
-    if (m_host.isRunning())
+        return conclude(Obstacle::noFile, noPause);
+    if (isRunningAsSaid())
         return true;
+    dropHost();
     {
         const std::scoped_lock lock(m_jobs.mutex);
         if (m_known == Known::unusable && !mayBeOtherwise())
             return false;
     }
-    if (m_settings.freeMemory() < memoryForModel(file->identity.bytes))
-        return conclude(Obstacle::memory);
+    if (const Obstacle obstacle = obstacleInSight(file->identity.bytes); obstacle != Obstacle::none)
+        return conclude(obstacle, noPause);
     return startAndLoad(*file);
+}
+
+/// Whether there is a host, and what is known of its model is what it has told. Where the file was not to be
+/// seen for a moment, that was forgotten: a new host tells it again.
+bool RemoteLanguageModel::isRunningAsSaid() const {
+    if (!m_host.isRunning() || m_host.isGone())
+        return false;
+    const std::scoped_lock lock(m_jobs.mutex);
+    return m_identity != m_loaded || m_known == Known::usable;
 }
 
 bool RemoteLanguageModel::startAndLoad(const ModelFile& file) {
@@ -191,9 +212,11 @@ bool RemoteLanguageModel::startAndLoad(const ModelFile& file) {
             m_known = Known::loading;
     }
     m_hostHasRead = false;
-    const auto report = m_host.load({.kind = ipc::ModelKind::language, .describe = isFirst}, file);
+    m_threads.writing = 0; // is measured in a moment, and the processors may have been busy before
+    const auto report =
+        m_host.load({.kind = ipc::ModelKind::language, .describe = isFirst}, file, m_settings.freeMemory);
     if (!report)
-        return report.error() != Obstacle::none && conclude(report.error());
+        return report.error() != Obstacle::none && conclude(report.error(), m_settings.recovery);
     const std::scoped_lock lock(m_jobs.mutex);
     if (m_identity != file.identity)
         return true; // somebody has seen another file meanwhile: nothing is said of that one
@@ -222,8 +245,8 @@ bool RemoteLanguageModel::startAndLoad(const ModelFile& file) {
 bool RemoteLanguageModel::ensureWarm(const std::string& instructions) {
     if (m_warmFor == instructions)
         return true;
-    const bool isKept =
-        m_prefix && m_prefix->instructions == instructions && m_prefix->engine == m_host.engine();
+    const Prefix* kept = keptFor(instructions);
+    const bool isKept = kept != nullptr;
     UniqueFd memory;
     if (!isKept) {
         memory.reset(::memfd_create("vesto-prefix", MFD_CLOEXEC | MFD_ALLOW_SEALING));
@@ -231,21 +254,21 @@ bool RemoteLanguageModel::ensureWarm(const std::string& instructions) {
             return false;
     }
     const ipc::WarmModel order{
-        .instructions = instructions, .stateBytes = isKept ? m_prefix->bytes : 0, .threads = m_threads};
+        .instructions = instructions, .stateBytes = isKept ? kept->bytes : 0, .threads = m_threads};
     const auto report =
-        m_host.give<ipc::ModelWarmed>(order, isKept ? m_prefix->memory.get() : memory.get(), warmingTakes);
+        m_host.give<ipc::ModelWarmed>(order, isKept ? kept->memory.get() : memory.get(), warmingTakes);
     if (!report) {
         static_cast<void>(buryHost());
         return false;
     }
     if (isKept && !report->kept)
-        m_prefix.reset();
+        m_prefixes.pop_back();
     if (report->outcome != ModelOutcome::done) {
         m_warmFor.reset();
         return false;
     }
     m_warmFor = instructions;
-    m_threads = report->threads;
+    m_threads = believable(report->threads);
     if (!isKept)
         keepPrefix(instructions, std::move(memory), report->stateBytes);
     const std::scoped_lock lock(m_jobs.mutex);
@@ -253,16 +276,28 @@ bool RemoteLanguageModel::ensureWarm(const std::string& instructions) {
     return true;
 }
 
+/// Stands last then; null where there is none.
+const RemoteLanguageModel::Prefix* RemoteLanguageModel::keptFor(const std::string& instructions) {
+    const auto found = std::ranges::find_if(m_prefixes, [&](const Prefix& prefix) {
+        return prefix.instructions == instructions && prefix.engine == m_host.engine();
+    });
+    if (found == m_prefixes.end())
+        return nullptr;
+    std::rotate(found, found + 1, m_prefixes.end());
+    return &m_prefixes.back();
+}
+
 void RemoteLanguageModel::keepPrefix(const std::string& instructions, UniqueFd memory, std::uint64_t bytes) {
-    m_prefix.reset();
-    // What a host made after it had read a document could carry something of it to the next.
-    if (m_hostHasRead || bytes == 0 || bytes > static_cast<std::uint64_t>(roomForPrefix()))
+    if (bytes == 0 || bytes > static_cast<std::uint64_t>(roomForPrefix()))
         return;
     constexpr int closed = F_SEAL_SHRINK | F_SEAL_GROW | F_SEAL_WRITE | F_SEAL_SEAL;
     if (::ftruncate(memory.get(), static_cast<off_t>(bytes)) != 0 ||
         ::fcntl(memory.get(), F_ADD_SEALS, closed) != 0)
         return;
-    m_prefix = Prefix{instructions, m_host.engine(), std::move(memory), bytes};
+    std::erase_if(m_prefixes, [&](const Prefix& prefix) { return prefix.instructions == instructions; });
+    if (m_prefixes.size() == mostPrefixes)
+        m_prefixes.erase(m_prefixes.begin());
+    m_prefixes.push_back({instructions, m_host.engine(), std::move(memory), bytes, m_hostHasRead});
 }
 
 /// After a report that did not come. Whether the host had left by itself.
@@ -270,29 +305,33 @@ bool RemoteLanguageModel::buryHost() {
     const bool left = m_host.bury();
     dropHost();
     if (m_host.diesAlways())
-        static_cast<void>(conclude(Obstacle::dies));
+        static_cast<void>(conclude(Obstacle::dies, m_settings.recovery));
     return left;
 }
 
 void RemoteLanguageModel::dropHost() {
     keepNote(1);
     m_warmFor.reset();
+    std::erase_if(m_prefixes, [](const Prefix& prefix) { return prefix.isForThisHost; });
     m_host.end();
 }
 
-/// Always false: what was to be done cannot be.
-bool RemoteLanguageModel::conclude(Obstacle obstacle) {
-    const bool isForGood = obstacle == Obstacle::refused || obstacle == Obstacle::dies;
+/// Always false: what was to be done cannot be, and is not tried before the pause is over.
+bool RemoteLanguageModel::conclude(Obstacle obstacle, std::chrono::milliseconds pause) {
+    const bool isNoteWrong = obstacle == Obstacle::refused || obstacle == Obstacle::dies;
     bool wasNoted = false;
-    if (obstacle == Obstacle::dies)
+    if (obstacle == Obstacle::dies) {
         m_host.forgetDeaths();
+        m_prefixes.clear(); // or what the next one is handed is what it dies of
+        m_threads = {};
+    }
     {
         const std::scoped_lock lock(m_jobs.mutex);
         if (m_identity == m_loaded) {
             m_known = Known::unusable;
             m_facts.obstacle = obstacle;
-            m_nextTry = std::chrono::steady_clock::now() + m_settings.recovery;
-            wasNoted = isForGood && std::exchange(m_note, std::nullopt).has_value();
+            m_nextTry = std::chrono::steady_clock::now() + pause;
+            wasNoted = isNoteWrong && std::exchange(m_note, std::nullopt).has_value();
         }
     }
     if (wasNoted)

@@ -10,6 +10,7 @@ using ipc::ModelOutcome;
 using std::chrono::milliseconds;
 using std::chrono::steady_clock;
 
+constexpr milliseconds noPause{0};                 // for what is seen without a host
 constexpr std::chrono::seconds measuringTakes{30}; // far more than it may
 constexpr milliseconds answerTakes{500}; // from the end of its time until the host has said what it has
 
@@ -157,6 +158,10 @@ std::optional<ipc::SoundTranscribed> RemoteTranscriber::hear(Job& job) {
         }
         if (!buryHost())
             return std::nullopt;
+        const std::scoped_lock lock(m_jobs.mutex);
+        if (job.isCancelled)
+            return std::nullopt;
+        job.isAsked = false;
     }
     return std::nullopt;
 }
@@ -165,7 +170,7 @@ std::optional<ipc::SoundTranscribed> RemoteTranscriber::hear(Job& job) {
 bool RemoteTranscriber::buryHost() {
     const bool left = m_host.bury();
     if (m_host.diesAlways())
-        static_cast<void>(conclude(ModelObstacle::dies));
+        static_cast<void>(conclude(ModelObstacle::dies, m_settings.recovery));
     return left;
 }
 
@@ -178,7 +183,7 @@ bool RemoteTranscriber::ensureMeasured(Job& job) {
         return job.isAbandoned;
     });
     if (report && report->outcome == ModelOutcome::done)
-        m_threads = report->threads.reading;
+        m_threads = std::min(report->threads.reading, std::max(std::thread::hardware_concurrency(), 1U));
     return report.has_value();
 }
 
@@ -188,42 +193,41 @@ bool RemoteTranscriber::ensureLoaded() {
     if (identity != m_loaded) {
         m_host.end();
         m_loaded = identity;
-        m_unusableUntil.reset();
+        m_nextTry = {};
         m_threads = m_settings.threads;
         m_host.forgetDeaths();
         const std::scoped_lock lock(m_jobs.mutex);
         m_facts = Facts{};
     }
     if (!file)
-        return conclude(ModelObstacle::noFile);
+        return conclude(ModelObstacle::noFile, noPause);
     if (m_host.isRunning() && !m_host.isGone())
         return true;
-    if (m_unusableUntil && steady_clock::now() < *m_unusableUntil)
+    if (steady_clock::now() < m_nextTry)
         return false;
     if (m_settings.freeMemory() < memoryForModel(file->identity.bytes))
-        return conclude(ModelObstacle::memory);
+        return conclude(ModelObstacle::memory, noPause);
     return startAndLoad(*file);
 }
 
 bool RemoteTranscriber::startAndLoad(const ModelFile& file) {
-    const auto report = m_host.load({.kind = ipc::ModelKind::speech, .describe = true}, file);
+    const auto report =
+        m_host.load({.kind = ipc::ModelKind::speech, .describe = true}, file, m_settings.freeMemory);
     if (!report)
-        return report.error() != ModelObstacle::none && conclude(report.error());
+        return report.error() != ModelObstacle::none && conclude(report.error(), m_settings.recovery);
     const std::scoped_lock lock(m_jobs.mutex);
     m_facts.obstacle = ModelObstacle::none;
     m_facts.name = report->name;
     return true;
 }
 
-/// Always false: what was to be done cannot be. Until the file is another one, but for what may be otherwise
-/// before.
-bool RemoteTranscriber::conclude(ModelObstacle obstacle) {
-    m_unusableUntil.reset();
+/// Always false: what was to be done cannot be, and is not tried before the pause is over or the file is
+/// another one.
+bool RemoteTranscriber::conclude(ModelObstacle obstacle, milliseconds pause) {
+    m_nextTry = steady_clock::now() + pause;
     if (obstacle == ModelObstacle::dies) {
         m_host.forgetDeaths();
-        m_unusableUntil = steady_clock::now() + m_settings.recovery;
-    } else if (obstacle != ModelObstacle::memory && obstacle != ModelObstacle::noFile) {
-        m_unusableUntil = Moment::max();
+        m_threads = m_settings.threads;
     }
     const std::scoped_lock lock(m_jobs.mutex);
     m_facts.obstacle = obstacle;

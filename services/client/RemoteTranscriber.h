@@ -33,7 +33,7 @@ public:
         std::chrono::milliseconds windDown =
             std::chrono::seconds(2); // before a host that does not stop is ended
         std::chrono::milliseconds recovery =
-            std::chrono::minutes(5); // before one whose hosts died is tried again
+            std::chrono::minutes(5); // before one that could not be loaded is tried again
         std::uint32_t threads = 0;   // 0: one or all, whichever is faster
     };
 
@@ -98,7 +98,7 @@ private:
     [[nodiscard]] bool startAndLoad(const ModelFile& file);
     [[nodiscard]] bool ensureMeasured(Job& job);
     [[nodiscard]] bool buryHost();
-    bool conclude(ModelObstacle obstacle);
+    bool conclude(ModelObstacle obstacle, std::chrono::milliseconds pause);
 
     const Settings m_settings;
     ModelHost m_host;
@@ -108,7 +108,7 @@ private:
     // Of the own thread alone.
     std::optional<ModelIdentity> m_loaded; // the file that host and the next two belong to
     std::uint32_t m_threads = 0;           // 0: not known
-    std::optional<Moment> m_unusableUntil;
+    Moment m_nextTry;
 
     std::thread m_thread;
 };

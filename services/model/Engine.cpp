@@ -1,5 +1,6 @@
 #include "services/model/Engine.h"
 
+#include "services/model/Library.h"
 #include "services/model/ThreadChoice.h"
 #include "services/model/TitleWriter.h"
 
@@ -108,6 +109,7 @@ bool Engine::mustStop() {
 ipc::ModelLoaded Engine::load(int file, bool describe) {
     ipc::ModelLoaded report;
     m_stopped = false;
+    static_cast<void>(lackedMemory()); // what was before does not count
     try {
         const File stream = streamOf(file);
         llama_model_params parameters = llama_model_default_params();
@@ -124,8 +126,10 @@ ipc::ModelLoaded Engine::load(int file, bool describe) {
                             !llama_model_is_diffusion(m_model.get()) &&
                             llama_vocab_n_tokens(llama_model_get_vocab(m_model.get())) > 0;
         if (!usable) {
-            m_model.reset();
-            report.outcome = m_stopped ? ModelOutcome::cancelled : ModelOutcome::refused;
+            const bool isLoaded = std::exchange(m_model, nullptr) != nullptr;
+            report.outcome = m_stopped                     ? ModelOutcome::cancelled
+                             : !isLoaded && lackedMemory() ? ModelOutcome::noMemory
+                                                           : ModelOutcome::refused;
             return report;
         }
         report.context = static_cast<std::uint32_t>(std::max(llama_model_n_ctx_train(m_model.get()), 0));
@@ -283,11 +287,12 @@ ipc::ModelWarmed Engine::warm(const ipc::WarmModel& order, UniqueFd memory) {
         report.outcome = begin(order);
         if (report.outcome != ModelOutcome::done)
             return report;
-        m_threads = order.threads;
+        m_threads = {.reading = std::min(order.threads.reading, processors()),
+                     .writing = std::min(order.threads.writing, processors())};
         report.tokens = static_cast<std::uint32_t>(m_frame.before.size());
         if (order.stateBytes > 0) {
             m_shared = Mapping(memory.get(), order.stateBytes, Mapping::Access::read);
-            report.kept = m_threads.reading > 0 && m_threads.writing > 0 && restorePrefix();
+            report.kept = m_threads.reading > 0 && restorePrefix();
         }
         if (!report.kept) {
             llama_memory_clear(llama_get_memory(m_context.get()), false);
@@ -295,9 +300,9 @@ ipc::ModelWarmed Engine::warm(const ipc::WarmModel& order, UniqueFd memory) {
             if (report.outcome == ModelOutcome::done)
                 report.outcome = savePrefix(order.stateBytes == 0 ? memory.get() : -1) ? ModelOutcome::done
                                                                                        : ModelOutcome::engine;
-            if (report.outcome == ModelOutcome::done && m_threads.writing == 0)
-                report.outcome = measureWriting();
         }
+        if (report.outcome == ModelOutcome::done && m_threads.writing == 0)
+            report.outcome = measureWriting();
         report.stateBytes = m_shared.bytes().size();
         report.threads = m_threads;
     } catch (const std::bad_alloc&) {

@@ -5,14 +5,23 @@
 #include <llama.h>
 #include <whisper.h>
 
+#include <atomic>
 #include <cstdlib>
 #include <filesystem>
+#include <string_view>
 
 namespace vesto::model {
 namespace {
 
-/// What the engine says could hold words of a document.
-void ignore(ggml_log_level, const char*, void*) {}
+std::atomic<bool> isMemoryLacking = false;
+
+/// What the engine says could hold words of a document: none of it is kept.
+void listen(ggml_log_level, const char* words, void*) {
+    const std::string_view said = words;
+    for (const std::string_view complaint : {"failed to allocate", "unable to allocate", "std::bad_alloc"})
+        if (said.find(complaint) != std::string_view::npos)
+            isMemoryLacking = true;
+}
 
 /// Where the engine's libraries stand; empty where the system does not say.
 std::filesystem::path folderOfEngine() {
@@ -35,9 +44,9 @@ bool loadEngine() {
     // A crash ends the process at once: no debugger is started on it, nothing is printed.
     ::setenv("GGML_NO_BACKTRACE", "1", 1);
     ::unsetenv("GGML_BACKEND_PATH");
-    ggml_log_set(ignore, nullptr);
-    llama_log_set(ignore, nullptr);
-    whisper_log_set(ignore, nullptr);
+    ggml_log_set(listen, nullptr);
+    llama_log_set(listen, nullptr);
+    whisper_log_set(listen, nullptr);
     try {
         if (!hasProcessor()) {
             // Never without a path: then it would look in the folder that this process happens to stand in.
@@ -51,6 +60,10 @@ bool loadEngine() {
     } catch (...) {
         return false;
     }
+}
+
+bool lackedMemory() {
+    return isMemoryLacking.exchange(false);
 }
 
 std::string engineVersion() {

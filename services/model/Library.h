@@ -7,6 +7,10 @@ namespace vesto::model {
 /// is entered. False where nothing here can run a model.
 [[nodiscard]] bool loadEngine();
 
+/// Whether the engine got less memory than it wanted since this was asked last: of that, only what it logs
+/// tells.
+[[nodiscard]] bool lackedMemory();
+
 /// Names and versions.
 [[nodiscard]] std::string engineVersion();
 

@@ -1,6 +1,7 @@
 #include "services/model/Transcriber.h"
 
 #include "core/support/Unicode.h"
+#include "services/model/Library.h"
 #include "services/model/SpeechFile.h"
 #include "services/model/ThreadChoice.h"
 
@@ -150,6 +151,7 @@ void Transcriber::begin(std::chrono::milliseconds longest) {
 ipc::ModelLoaded Transcriber::load(int file) {
     ipc::ModelLoaded report{.outcome = ModelOutcome::refused};
     try {
+        static_cast<void>(lackedMemory()); // what was before does not count
         SpeechFile source(file);
         if (!source.isPlausible())
             return report;
@@ -163,8 +165,11 @@ ipc::ModelLoaded Transcriber::load(int file) {
         whisper_context_params parameters = whisper_context_default_params();
         parameters.use_gpu = false;
         m_context.reset(whisper_init_with_params_no_state(&loader, parameters));
-        if (!m_context)
+        if (!m_context) {
+            if (lackedMemory())
+                report.outcome = ModelOutcome::noMemory;
             return report;
+        }
         report.name = whisper_model_type_readable(m_context.get());
         if (report.name == "unknown")
             report.name.clear(); // a shape of its own

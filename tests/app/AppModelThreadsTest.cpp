@@ -651,5 +651,31 @@ TEST(AppModelThreads, NamesAFileThatTheUserAsksFor) {
     }
 }
 
+TEST(AppModelThreads, WhatWritesInOneLanguageIsNotMadeReadyForAnother) {
+    World world;
+    std::vector<std::string> ready;
+    world.openStore();
+    AppModel model({.store = *world.store,
+                    .settings = world.settings,
+                    .notifier = world.notifier,
+                    .summarizer = Summarizer({"fr-FR"}, world.reading),
+                    .prepareModel = [&] { ready.emplace_back("ours"); },
+                    .generatorIn = [&](const Locale& language) -> std::shared_ptr<TitleGenerating> {
+                        ready.push_back(language.identifier());
+                        return nullptr;
+                    }});
+    bool isReady = false;
+    model.start(AppModel::Watching::none, [&] { isReady = true; });
+    ASSERT_TRUE(World::eventually([&] { return isReady; }));
+    write(world.folder / "scan0001.txt", bill);
+    for (const auto& language : {std::optional<Locale>(), std::optional(Locale("en_US"))}) {
+        bool isNamed = false;
+        model.name({.path = world.folder / "scan0001.txt", .locale = language, .apply = false},
+                   [&](const NamingAnswer&) { isNamed = true; });
+        ASSERT_TRUE(World::eventually([&] { return isNamed; }));
+    }
+    EXPECT_THAT(ready, testing::ElementsAre("ours", "en_US"));
+}
+
 } // namespace
 } // namespace vesto

@@ -107,7 +107,7 @@ TEST(RemoteLanguageModel, WithoutTheProgramOrAFileIsUnavailableAtOnce) {
         Obstacle obstacle;
     };
     const Row rows[] = {
-        {"", true, LanguageModel::Availability::unavailable, Obstacle::noFile},
+        {"", true, LanguageModel::Availability::unavailable, Obstacle::none}, // nothing to say of no file
         {"/nirgendwo.gguf", true, LanguageModel::Availability::unavailable, Obstacle::noFile},
         {VESTO_SOURCE_DIR, true, LanguageModel::Availability::unavailable, Obstacle::noFile},
         {VESTO_SOURCE_DIR "/README.md", true, LanguageModel::Availability::unavailable, Obstacle::noEngine},

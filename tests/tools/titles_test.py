@@ -142,6 +142,23 @@ class Titles(unittest.TestCase):
             sources.append(json.loads(done.stdout)["proposal"]["source"])
         self.assertEqual(sources, ["model", "fallback", "model"])
 
+    def test_an_order_waits_until_the_model_of_the_watch_is_loaded(self):
+        self.models.mkdir(parents=True)  # where it was never loaded
+        self.make("good.gguf", "--says", 'Facture| Edf|"').rename(self.models / "good.gguf")
+        folder = self.home / "watched"
+        folder.mkdir()
+        watch = self.start("watch", "--json", folder)
+        while not (hosts := self.hosts_of(watch.pid)):
+            self.assertIsNone(watch.poll())
+        os.kill(hosts[0], signal.SIGSTOP)
+        self.event(watch, "watching")
+        rename = subprocess.Popen([VESTO, "rename", "--json", *self.files(1).iterdir()], env=self.environment,
+                                  text=True, stdout=subprocess.PIPE, stderr=subprocess.PIPE)
+        self.addCleanup(rename.kill)
+        self.assertIn("se charge", rename.stderr.readline())
+        os.kill(hosts[0], signal.SIGCONT)
+        self.assertEqual(json.loads(rename.communicate()[0])["proposal"]["source"], "model")
+
     def test_two_programs_have_one_host(self):
         self.vesto("model", "add", self.make("good.gguf", "--says", 'Facture| Edf|"'))
         folder = self.home / "watched"

@@ -22,7 +22,10 @@ TEST(TitleMatching, WritesWordsAsTheTextWritesThem) {
         {"edf EDF", "Une Edf", "Une EDF"}, // a tie: code-point order
         {"SNCF_x l'INSEE", "Train Sncf Insee", "Train SNCF INSEE"},
         {"E\u0301COLE", "Une École", "Une ÉCOLE"},
-        {"STRASSE", "Die Straße", "Die STRASSE"},
+        {"STRASSE", "Die Straße", "Die Straße"}, // another word, in lowercase
+        {"STRAẞE", "Die Straße", "Die STRAẞE"},
+        {"ΟΔΟΣ", "Η Οδος", "Η ΟΔΟΣ"},
+        {"οδοσ", "Η Οδος", "Η Οδος"},
         {"H2O2 H₂O", "Eau H2o", "Eau H2o"},
         {"H2O", "Eau H2o", "Eau H2O"},
         {"", "Facture Edf", "Facture Edf"},

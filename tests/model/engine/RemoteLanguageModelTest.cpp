@@ -27,6 +27,17 @@ RemoteLanguageModel::Settings settingsFor(const std::filesystem::path& model) {
     return {.model = model, .program = VESTO_MODEL_HOST};
 }
 
+/// With a host that adds a line to `count` and becomes `program`.
+RemoteLanguageModel::Settings countedFor(const std::filesystem::path& model,
+                                         const std::filesystem::path& script,
+                                         const std::filesystem::path& count, const std::string& program) {
+    write(script, "#!/bin/sh\necho >> '" + count.native() + "'\nexec " + program + "\n");
+    std::filesystem::permissions(script, std::filesystem::perms::owner_all);
+    auto settings = settingsFor(model);
+    settings.program = script;
+    return settings;
+}
+
 ModelRequest requestFor(std::string prompt, int maxTokens = 64) {
     return {.instructions = "Tu nommes des fichiers.", .prompt = std::move(prompt), .maxTokens = maxTokens};
 }
@@ -126,6 +137,39 @@ TEST(RemoteLanguageModel, NothingOfAnEarlierAnswerStays) {
     EXPECT_EQ(titleFrom(another, "Facture d’eau", 900), first);
 }
 
+TEST(RemoteLanguageModel, KeepsTheStatesOfSomeInstructions) {
+    RemoteLanguageModel model(settingsFor(made("says")));
+    struct Row {
+        const char* instructions;
+        bool isKept;
+        const char* why;
+        bool isKilledBefore = false;
+    };
+    const Row rows[] = {
+        {"Tu nommes.", false, "the first time"},
+        {"You name.", false, "the first time"},
+        {"Tu nommes.", true, "of two"},
+        {"You name.", true, "of two"},
+        {"Tu nommes.", true, "was made before a document was read", true},
+        {"You name.", false, "was made after that, for a host that is gone"},
+        {"Du benennst.", false, "the first time"},
+        {"Nombras.", false, "the first time, and the fourth that is kept"},
+        {"You name.", true, "of three"},
+        {"Tu nommes.", false, "was not used for longest"},
+    };
+    for (const Row& row : rows) {
+        SCOPED_TRACE(std::string(row.instructions) + " " + row.why);
+        if (row.isKilledBefore) {
+            ASSERT_EQ(::kill(*model.process(), SIGKILL), 0);
+            ASSERT_TRUE(comesToHaveNoHost(model));
+        }
+        const auto title = model.respond({.instructions = row.instructions, .prompt = "Relevé"}, {});
+        ASSERT_TRUE(title);
+        EXPECT_EQ(title->title, "Facture deau froide");
+        EXPECT_EQ(model.facts().lastStartKept, row.isKept);
+    }
+}
+
 TEST(RemoteLanguageModel, WhatIsNoModelIsUnavailable) {
     const Folder folder;
     const std::string good = bytesOf(made("says"));
@@ -194,6 +238,55 @@ TEST(RemoteLanguageModel, AnotherFileUnderItsNameIsAnotherModel) {
     EXPECT_EQ(titleFrom(model), "Facture deau froide");
     std::filesystem::remove(path);
     EXPECT_EQ(model.availability(), Availability::unavailable);
+}
+
+TEST(RemoteLanguageModel, AFileThatWasGoneForAMomentIsTheSameModel) {
+    const Folder folder;
+    std::filesystem::create_symlink(made("says"), folder.file("lien"));
+    RemoteLanguageModel model(settingsFor(folder.file("lien")));
+    ASSERT_EQ(model.settle(patience), Availability::available);
+    std::filesystem::remove(folder.file("lien"));
+    EXPECT_EQ(model.availability(), Availability::unavailable);
+    std::filesystem::create_symlink(made("says"), folder.file("lien"));
+    EXPECT_EQ(model.settle(patience), Availability::available);
+    EXPECT_EQ(model.facts().name, "Vesto test");
+    EXPECT_FALSE(model.supportsLanguage("de"));
+}
+
+TEST(RemoteLanguageModel, WhatCouldNotBeLoadedIsTriedAgainAfterAPause) {
+    struct Row {
+        const char* program;
+        std::string bytes; // of the model
+        Obstacle obstacle;
+        Availability availability = Availability::unavailable;
+    };
+    const Row rows[] = {
+        {VESTO_MODEL_HOST, "Chère Madame,\n", Obstacle::refused},
+        {VESTO_BRIEF_MODEL " crash", bytesOf(made("says")), Obstacle::dies},
+        {VESTO_BRIEF_MODEL " poor", bytesOf(made("says")), Obstacle::memory, Availability::deviceNotEligible},
+        {"false", bytesOf(made("says")), Obstacle::dies},
+    };
+    const Folder folder;
+    std::vector<std::unique_ptr<RemoteLanguageModel>> models;
+    const auto count = [&](std::size_t i) { return folder.file("count" + std::to_string(i)); };
+    for (const Row& row : rows) {
+        const std::size_t i = models.size();
+        const auto file = folder.file("model" + std::to_string(i));
+        write(file, row.bytes);
+        auto settings = countedFor(file, folder.file("host" + std::to_string(i)), count(i), row.program);
+        settings.recovery = 5s;
+        models.push_back(std::make_unique<RemoteLanguageModel>(std::move(settings)));
+        const auto look = [&] { return models.back()->settle(patience); };
+        EXPECT_EQ(look(), row.availability);
+        EXPECT_EQ(look(), row.availability);
+        EXPECT_EQ(models.back()->facts().obstacle, row.obstacle);
+        EXPECT_EQ(bytesOf(count(i)), "\n") << i;
+    }
+    std::this_thread::sleep_for(5s);
+    for (std::size_t i = 0; i < models.size(); ++i) {
+        EXPECT_EQ(models[i]->settle(patience), rows[i].availability);
+        EXPECT_EQ(bytesOf(count(i)), "\n\n") << i;
+    }
 }
 
 TEST(RemoteLanguageModel, AHostThatLeavesIsStartedAgainWithWhatWasKept) {
@@ -288,6 +381,14 @@ TEST(RemoteLanguageModelThreads, EndsInTheMiddleOfAnything) {
         std::this_thread::sleep_for(delay);
         model.reset();
     }
+    const Folder folder; // with a host that never says a word
+    auto settings = countedFor(made("never"), folder.file("host"), folder.file("count"), "sleep 60");
+    auto silent = std::make_unique<RemoteLanguageModel>(std::move(settings));
+    static_cast<void>(silent->availability());
+    std::this_thread::sleep_for(200ms);
+    const auto start = std::chrono::steady_clock::now();
+    silent.reset();
+    EXPECT_LT(std::chrono::steady_clock::now() - start, 15s);
     siginfo_t info{};
     EXPECT_NE(::waitid(P_ALL, 0, &info, WEXITED | WNOHANG), 0); // no process is left
 }
