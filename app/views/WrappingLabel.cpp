@@ -45,6 +45,7 @@ qreal WrappingLabel::layOut(QTextLayout& layout, int width) const {
 }
 
 int WrappingLabel::heightForWidth(int width) const {
+    width = std::min(width, maximumWidth()); // a layout that aligns its labels asks with its own width
     if (isSimple(width))
         return QLabel::heightForWidth(width);
     const QMargins margins = contentsMargins();

@@ -1,4 +1,5 @@
 #include "app/views/ConfidenceMark.h"
+#include "app/views/EmptyNote.h"
 #include "app/views/ErrorStrip.h"
 #include "app/views/Formats.h"
 #include "app/views/Icons.h"
@@ -211,6 +212,17 @@ TEST(Icons, AreAllThereInTheAskedColour) {
         EXPECT_GT(inked, 20);
     }
     EXPECT_GT(Icons::application().pixmap(64, 64).toImage().pixelColor(32, 100 / 2).alpha(), 0);
+}
+
+/// A layout that aligns a label asks for its height with its own width.
+TEST(EmptyNote, ShowsAllItsLinesInAWiderWindow) {
+    const WindowWorld world;
+    EmptyNote note;
+    note.set(Symbol::done, QStringLiteral("Rien à faire ici. ").repeated(12));
+    note.resize(1200, 400);
+    WindowWorld::expose(note);
+    for (const QLabel* label : note.findChildren<QLabel*>())
+        EXPECT_GE(label->height(), label->heightForWidth(label->width())) << utf8(label->text());
 }
 
 } // namespace
