@@ -67,8 +67,12 @@ std::optional<std::vector<Entry>> entriesOf(const path& folder, Disk& disk) {
         if (invents) {
             if (!shared)
                 shared = FileIdentity::of(folder / name, disk);
-            if (!shared)
+            if (!shared) {
+                const auto again = disk.status(folder / name);
+                if (!again && isGone(again.error()))
+                    continue;
                 return std::nullopt;
+            }
             identity.inode = shared->inode;
             identity.name = name;
             identity.volume = shared->volume;

@@ -60,7 +60,9 @@ void RenamedFiles::find(const std::filesystem::path& file, FoundDone done) {
                               done(row);
                           else
                               findByMark(file, look, [done, row](const Found& found) {
-                                  done(found && !*found ? row : found); // whose undo says what is wrong
+                                  // The undo of the place's own row says that another file stands there.
+                                  const bool isNoRow = found && (!*found || (*found)->id.empty());
+                                  done(isNoRow && *row ? row : found);
                               });
                       });
 }

@@ -31,7 +31,8 @@ bool SecondReports::takeNews() {
     bool isAnyDue = false;
     for (auto& [name, waiting] : told) {
         waiting.isDue = waiting.reason == Fruitless::replaced;
-        waiting.wasClosedBefore = waiting.reason != Fruitless::restless && wasTouchedLately(name);
+        waiting.wasClosedBefore = waiting.reason != Fruitless::restless && wasTouchedLately(name) &&
+                                  !(waiting.isUnrest() && closesTooOften(name));
         // One that was gone and came back is found at the next look, which its return made due.
         const bool wasGone = waiting.isDue && !waiting.seen;
         isAnyDue = isAnyDue || (!wasGone && isDue(name, waiting));
@@ -42,7 +43,7 @@ bool SecondReports::takeNews() {
 
 bool SecondReports::closed(std::string_view name) {
     Waiting* waiting = touched(name);
-    if (waiting && waiting->reason == Fruitless::restless && closesTooOften(name))
+    if (waiting && waiting->isUnrest() && closesTooOften(name))
         waiting = nullptr;
     if (waiting)
         waiting->wasClosed = true;

@@ -56,10 +56,12 @@ private:
         bool wasClosedBefore = false; // perhaps before `seen` was
 
         [[nodiscard]] bool differs(const FileState& state) const { return !seen || state != *seen; }
-        /// Whether a report in vain counts: a close amid unrest promised little.
-        [[nodiscard]] bool isPromising() const {
-            return reason != FolderWatcher::Fruitless::restless || stoodStill;
+        [[nodiscard]] bool isUnrest() const {
+            return reason == FolderWatcher::Fruitless::restless ||
+                   reason == FolderWatcher::Fruitless::changed;
         }
+        /// Whether a report in vain counts: a close amid unrest promised little.
+        [[nodiscard]] bool isPromising() const { return !isUnrest() || stoodStill; }
     };
     struct Told {
         std::string name;

@@ -76,10 +76,12 @@ ModelHost::load(const ipc::LoadModel& order, const ModelFile& file,
             return *std::move(loaded);
         if (m_isClosing)
             return std::unexpected(ModelObstacle::none);
-        if (!loaded.error().wasKilled || ++m_deaths >= mostDeaths)
+        if (!loaded.error().wasKilled)
             return std::unexpected(loaded.error().obstacle);
         if (freeMemory() < memoryForModel(file.identity.bytes))
             return std::unexpected(ModelObstacle::memory); // which may be why it was killed
+        if (++m_deaths >= mostDeaths)
+            return std::unexpected(loaded.error().obstacle);
     }
 }
 

@@ -126,11 +126,21 @@ TEST(RenamedFilesThreads, GoByTheFileWhereAnotherStoodBefore) {
     const fs::path place = world.folder / "Bail meublé.txt";
     fs::remove(place);
     fs::rename(world.folder / "Devis de toiture Montpellier.txt", place);
-    std::string original;
-    world.model->renamedFiles().find(
-        place, [&](const RenamedFiles::Found& found) { original = found.value().value().originalName; });
-    ASSERT_TRUE(world.eventually([&] { return !original.empty(); }));
-    EXPECT_EQ(original, "scan0002.txt");
+    const auto find = [&] {
+        std::optional<RenameRecord> record;
+        world.model->renamedFiles().find(
+            place, [&](const RenamedFiles::Found& found) { record = found.value().value(); });
+        EXPECT_TRUE(world.eventually([&] { return record.has_value(); }));
+        return record.value_or(RenameRecord{});
+    };
+    EXPECT_EQ(find().originalName, "scan0002.txt");
+
+    SCOPED_TRACE("a copy that has taken its mark along, as of a backup");
+    const fs::path copy = write(world.folder / "copie", "Devis de toiture Montpellier");
+    ASSERT_TRUE(
+        ProcessedMarker::write(copy, ProcessedMarker::State::renamed, "scan0002.txt", systemClock().now()));
+    fs::rename(copy, place);
+    EXPECT_FALSE(find().id.empty()) << "would be undone behind the back of the place's row";
 }
 
 } // namespace

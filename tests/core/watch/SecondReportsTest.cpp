@@ -116,6 +116,24 @@ TEST(SecondReports, GiveNoWriterUpBeforeItIsDone) {
     EXPECT_TRUE(it.isReported()) << "it stood still";
 }
 
+/// One that is saved again and again while it is read.
+TEST(SecondReports, GiveNoFileUpThatIsSavedWhileItIsRead) {
+    Case it(Fruitless::changed);
+    std::string content;
+    for (int round = 0; round < 2 * SecondReports::vainLimit; ++round) {
+        SCOPED_TRACE(round);
+        const FileState seen = stateOf(it.file);
+        write(it.file, content += "more");
+        it.reports.closed("a.pdf");
+        EXPECT_EQ(it.isReported(), round < SecondReports::vainLimit);
+        ASSERT_TRUE(it.reports.fruitless("a.pdf", Fruitless::changed, seen));
+        EXPECT_EQ(it.reports.takeNews(), round < SecondReports::vainLimit - 1);
+    }
+    it.reports.rescan();
+    it.reports.rescan();
+    EXPECT_TRUE(it.isReported()) << "it stood still";
+}
+
 /// The last close may come between the look at a file and the news that it gave nothing.
 TEST(SecondReports, KnowWhatWasClosedBeforeTheNews) {
     for (const bool isFinished : {false, true}) {

@@ -25,7 +25,7 @@ std::string joined(const std::vector<std::string>& lines) {
 
 TEST(TextRecognition, ReadsPagesAndDarkScreens) {
     const std::vector<std::string> lines{"Relevé de compte",
-                                         "Le 12 février, Élodie a payé 845,50 euros à Besançon"};
+                                         "Le 12 février, Zoé a payé 845,50 euros à Besançon"};
     // A screen's resolution, where print is small, and that of a scan.
     for (const auto& [resolution, isDark] : {std::pair(96.0, true), std::pair(200.0, false)}) {
         SCOPED_TRACE(resolution);
