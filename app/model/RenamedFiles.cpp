@@ -40,6 +40,19 @@ bool standsWhereItWas(const RenameRecord& row, const std::filesystem::path& real
     return there->inventedInode() || !hasOneName;
 }
 
+/// What a mark alone tells, but for the place.
+RenameRecord unrecordedRow(const FileIdentity& identity, const Marker& marker) {
+    return {.id = {},
+            .date = marker.date,
+            .folderPath = {},
+            .originalName = marker.originalName,
+            .newName = {},
+            .identity = identity,
+            .status = Status::done,
+            .errorMessage = std::nullopt,
+            .batchID = std::nullopt};
+}
+
 } // namespace
 
 RenamedFiles::Look RenamedFiles::lookAt(const std::filesystem::path& file, Disk& disk) {
@@ -72,7 +85,7 @@ RenamedFiles::Found RenamedFiles::rowAt(const std::filesystem::path& file, const
     return row && !*row ? m_context.given().store.doneAt(look.realPath) : row;
 }
 
-void RenamedFiles::findByMark(const std::filesystem::path& file, const Look& look, const FoundDone& done) {
+void RenamedFiles::findByMark(const std::filesystem::path& file, const Look& look, FoundDone done) {
     // What is remembered is truer than a mark that could not be changed.
     const auto remembered = m_context.ledger().remembered(*look.identity);
     const auto marker = remembered ? remembered : look.marker;
@@ -97,18 +110,11 @@ void RenamedFiles::findByMark(const std::filesystem::path& file, const Look& loo
                 rows, [&](const RenameRecord& known) { return !standsWhereItWas(known, realPath, disk); });
             return row == rows.end() ? std::nullopt : std::optional(*row);
         },
-        [file, identity = *look.identity, marker = *marker, mayBeUnrecorded,
-         done](std::optional<RenameRecord> record) {
-            if (!record && mayBeUnrecorded)
-                record = RenameRecord{.id = {},
-                                      .date = marker.date,
-                                      .folderPath = {},
-                                      .originalName = marker.originalName,
-                                      .newName = {},
-                                      .identity = identity,
-                                      .status = Status::done,
-                                      .errorMessage = std::nullopt,
-                                      .batchID = std::nullopt};
+        [file,
+         unrecorded = mayBeUnrecorded ? std::optional(unrecordedRow(*look.identity, *marker)) : std::nullopt,
+         done = std::move(done)](std::optional<RenameRecord> record) {
+            if (!record)
+                record = unrecorded;
             if (record) {
                 record->folderPath = folderOf(file).native();
                 record->newName = lastComponentOf(file);

@@ -40,7 +40,7 @@ private:
 
     [[nodiscard]] static Look lookAt(const std::filesystem::path& file, Disk& disk);
     [[nodiscard]] Found rowAt(const std::filesystem::path& file, const Look& look);
-    void findByMark(const std::filesystem::path& file, const Look& look, const FoundDone& done);
+    void findByMark(const std::filesystem::path& file, const Look& look, FoundDone done);
     [[nodiscard]] Store::Result<Rows> rowsByMark(const FileIdentity& identity,
                                                  const ProcessedMarker::Marker& marker);
     void undoUnrecorded(const RenameRecord& found, const AppModel::RecordDone& done);
