@@ -123,14 +123,14 @@ TEST(RemoteTranscriber, IsNotAskedWhereThereIsNothingToHear) {
 TEST(RemoteTranscriber, WhatIsNoModelOfSpeechIsRefused) {
     const Folder folder;
     const std::string good = bytesOf(made("greets"));
-    const std::size_t words = 14 * 4 + std::size_t{80} * 201 * 4; // where their number stands
+    const std::size_t words = std::size_t{14} * 4 + std::size_t{80} * 201 * 4; // where their number stands
     const auto changed = [&good](std::size_t offset, std::uint32_t value) {
         std::string bytes = good;
         std::memcpy(bytes.data() + offset, &value, sizeof value);
         return bytes;
     };
     // The first tensor, whose number of dimensions the engine does not question.
-    const std::size_t tensor = good.find("encoder.positional_embedding") - 5 * 4;
+    const std::size_t tensor = good.find("encoder.positional_embedding") - std::size_t{5} * 4;
     const std::pair<const char*, std::string> rows[] = {
         {"empty", ""},
         {"text", "Chère Madame,\n"},
@@ -270,6 +270,7 @@ TEST(RemoteTranscriberThreads, AHostThatIsKilledCostsOneRecording) {
 TEST(RemoteTranscriberThreads, ManyAskAtOnceAndItEndsInTheMiddle) {
     auto speech = std::make_unique<RemoteTranscriber>(settingsFor(made("greets")));
     std::vector<std::future<std::string>> texts;
+    texts.reserve(4);
     for (int i = 0; i < 4; ++i)
         texts.push_back(std::async([&] { return textFrom(*speech, sound(second)); }));
     for (auto& text : texts)
