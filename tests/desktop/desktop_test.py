@@ -286,10 +286,19 @@ class TrayTest(DesktopTest):
 
     @staticmethod
     def icon(session):
-        """The window of the icon in an X11 tray."""
-        tree = subprocess.run(["xwininfo", "-root", "-tree"], env=session.environment, capture_output=True, text=True,
-                              check=False).stdout
-        return re.search(r'(0x\w+) "(?:vesto-desktop|Vesto)".*\b2\dx2\d\+', tree)
+        """Left, top, width and height of the icon that stands still in an X11 tray. It is made on the bare screen, then
+        moved into the tray, and made anew for the next one."""
+        def docked():
+            tree = subprocess.run(["xwininfo", "-root", "-tree"], env=session.environment, capture_output=True,
+                                  text=True, check=False).stdout
+            return re.search(r'^ {6,}0x\w+ "(?:vesto-desktop|Vesto)".* (2\d)x(2\d)\+\S+ +\+(\d+)\+(\d+)$', tree, re.M)
+        first = docked()
+        time.sleep(0.3)
+        second = docked()
+        if not first or not second or first.group() != second.group():
+            return None
+        width, height, left, top = map(int, second.groups())
+        return left, top, width, height
 
     def test_the_panel_opens_beside_the_icon(self):
         session = self.session()
@@ -299,7 +308,7 @@ class TrayTest(DesktopTest):
             with self.subTest(edge=edge):
                 trayer = session.spawn("trayer", "--edge", edge, "--align", "right", "--height", "24", "--width", "5",
                                        stdout=subprocess.DEVNULL)
-                icon = session.geometry(until(lambda: self.icon(session), "the icon").group(1))
+                icon = until(lambda: self.icon(session), "the icon")
                 left, top, width, height = icon
                 subprocess.run(["xdotool", "mousemove", str(left + width // 2), str(top + height // 2), "click", "1"],
                                env=session.environment, check=True)
@@ -312,6 +321,7 @@ class TrayTest(DesktopTest):
                 subprocess.run(["xdotool", "key", "Escape"], env=session.environment, check=True)
                 until(lambda: not session.windows_of_vesto(), "the end of the panel")
                 session.end(trayer)
+                until(lambda: not self.icon(session), "the end of the icon")
 
     def test_trayer_of_x11_early_and_late(self):
         for late in (False, True):
