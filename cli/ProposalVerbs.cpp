@@ -168,7 +168,7 @@ ExitStatus history(const Options& options, Streams streams) {
             if (rows->size() < std::min(left, page))
                 break;
             left -= rows->size();
-            place = Store::Place{rows->back().date, rows->back().id};
+            place = Store::Place::of(rows->back());
         }
         return {};
     });

@@ -125,21 +125,28 @@ struct Match {
 class Search {
 public:
     Search(Work& work, std::string_view word, std::string_view languageCode, std::size_t limit,
-           const std::optional<Store::Place>& after)
+           const std::optional<Store::Place>& after, std::size_t effort)
         : m_work(work)
         , m_word(word, languageCode)
         , m_key(unicode::CaselessSearch::keyOf(word))
         , m_limit(limit)
-        , m_after(after) {}
+        , m_after(after)
+        , m_from(after ? StoreRows::numberOf(after->date) : std::numeric_limits<std::int64_t>::max())
+        , m_effort(effort) {}
 
-    std::vector<RenameRecord> run() {
+    Store::Part run() {
         scanLatestRows();
-        scanBlocks();
-        std::vector<RenameRecord> records;
-        records.reserve(m_matches.size());
+        const std::optional<std::int64_t> unseen = scanBlocks();
+        Store::Part part;
+        part.records.reserve(m_matches.size());
         for (Match& match : m_matches)
-            records.push_back(std::move(match.record));
-        return records;
+            if (!unseen || match.date > *unseen)
+                part.records.push_back(std::move(match.record));
+        if (part.records.size() == m_limit)
+            part.next = Store::Place::of(part.records.back());
+        else if (unseen)
+            part.next = Store::Place{StoreRows::dateOf(*unseen + 1), {}};
+        return part;
     }
 
 private:
@@ -158,38 +165,48 @@ private:
     }
 
     void scanLatestRows() {
-        static const std::string latest =
-            std::string("SELECT ") + StoreRows::recordColumns + " FROM RenameRecord WHERE number > ?";
-        Query query(m_work, latest.c_str(), lastInBlocks(m_work));
+        static const std::string latest = std::string("SELECT ") + StoreRows::recordColumns +
+                                          " FROM RenameRecord WHERE number > ? AND date <= ?";
+        Query query(m_work, latest.c_str(), lastInBlocks(m_work), m_from);
         while (query.next())
             take(query);
         keepNewest();
     }
 
-    void scanBlocks() {
-        const std::int64_t from =
-            m_after ? StoreRows::numberOf(m_after->date) : std::numeric_limits<std::int64_t>::max();
+    /// Nothing when all are done; else the newest date of those that were not looked at.
+    std::optional<std::int64_t> scanBlocks() {
         Query blocks(m_work,
-                     "SELECT newest, rows, keys FROM NameBlock WHERE oldest <= ? ORDER BY newest DESC", from);
+                     "SELECT newest, rows, keys FROM NameBlock WHERE oldest <= ? ORDER BY newest DESC",
+                     m_from);
+        std::size_t looked = 0;
+        std::int64_t previous = m_from;
         while (blocks.next()) {
-            if (m_matches.size() >= m_limit && m_matches.back().date > blocks.integer(0))
-                return; // all that follows is older
+            const std::int64_t newest = blocks.integer(0);
+            if (m_matches.size() >= m_limit && m_matches.back().date > newest)
+                return std::nullopt; // all that follows is older
+            // Only where a date ends, so that the next part begins further down than this one did.
+            if (looked >= m_effort && newest < previous)
+                return newest;
+            if (newest < m_from)
+                ++looked;
+            previous = newest;
             const std::string_view keys = blocks.bytes(2);
             auto entries = entriesOf(blocks.bytes(1), keys.size());
             if (!entries) {
                 m_work.fail(Error::damage("a block of names that makes no sense"));
-                return;
+                return std::nullopt;
             }
-            scanBlock(candidates(*std::move(entries), keys, m_key), from);
+            scanBlock(candidates(*std::move(entries), keys, m_key));
         }
+        return std::nullopt;
     }
 
-    void scanBlock(const std::vector<Entry>& entries, std::int64_t from) {
+    void scanBlock(const std::vector<Entry>& entries) {
         static const std::string byNumber =
             std::string("SELECT ") + StoreRows::recordColumns + " FROM RenameRecord WHERE number = ?";
         const std::size_t before = m_matches.size();
         for (const Entry& entry : entries) {
-            if (entry.date > from)
+            if (entry.date > m_from)
                 continue;
             const std::size_t found = m_matches.size() - before;
             if (found >= m_limit && entry.date < m_matches[before + m_limit - 1].date)
@@ -206,6 +223,8 @@ private:
     std::string m_key;
     std::size_t m_limit;
     const std::optional<Store::Place>& m_after;
+    std::int64_t m_from; // the newest date that is wanted
+    std::size_t m_effort;
     std::vector<Match> m_matches;
 };
 
@@ -233,15 +252,16 @@ void rowChanged(Work& work, std::int64_t number) {
     writeBlock(work, before, last);
 }
 
-std::vector<RenameRecord> find(Work& work, std::string_view word, std::string_view languageCode,
-                               std::size_t limit, const std::optional<Store::Place>& after) {
+Store::Part find(Work& work, std::string_view word, std::string_view languageCode, std::size_t limit,
+                 const std::optional<Store::Place>& after, std::size_t effort) {
     if (limit == 0)
         return {};
-    return Search(work, word, languageCode, limit, after).run();
+    return Search(work, word, languageCode, limit, after, effort).run();
 }
 
 Count count(Work& work, std::string_view word, std::string_view languageCode, std::int64_t after) {
     constexpr std::size_t mostCandidates = 1'000;
+    constexpr int mostBlocks = 16;
     const unicode::CaselessSearch search(word, languageCode);
     const std::string key = unicode::CaselessSearch::keyOf(word);
     Count counted{.matches = 0, .upTo = after};
@@ -254,7 +274,7 @@ Count count(Work& work, std::string_view word, std::string_view languageCode, st
         }
     };
     Query blocks(work, "SELECT last, keys FROM NameBlock WHERE last > ? ORDER BY last", after);
-    while (looked < mostCandidates) {
+    for (int block = 0; block < mostBlocks && looked < mostCandidates; ++block) {
         if (!blocks.next()) {
             look(
                 Query(work, "SELECT originalName, newName FROM RenameRecord WHERE number > ?", counted.upTo));

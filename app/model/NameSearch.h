@@ -20,10 +20,11 @@ void rowAdded(sqlite::Work& work, std::int64_t number);
 /// To be called within the work that changes the date or a name of a row. Rows that are removed need nothing.
 void rowChanged(sqlite::Work& work, std::int64_t number);
 
-/// The newest `limit` rows that match and stand behind `after`, newest first.
-[[nodiscard]] std::vector<RenameRecord> find(sqlite::Work& work, std::string_view word,
-                                             std::string_view languageCode, std::size_t limit,
-                                             const std::optional<Store::Place>& after);
+/// The newest `limit` rows that match and stand behind `after`, newest first. Stops earlier once it has
+/// looked through `effort` blocks, and says where to go on.
+[[nodiscard]] Store::Part find(sqlite::Work& work, std::string_view word, std::string_view languageCode,
+                               std::size_t limit, const std::optional<Store::Place>& after,
+                               std::size_t effort);
 
 /// How many rows match, counted a part at a time: rows numbered behind `after`, and how far that came.
 struct Count {
@@ -31,7 +32,7 @@ struct Count {
     std::int64_t upTo = 0; // the number of a row
     bool isComplete = false;
 };
-/// Looks through a thousand rows or two, or through many more where hardly any matches.
+/// Looks through a thousand rows or two, or through some ten thousand where hardly any matches.
 [[nodiscard]] Count count(sqlite::Work& work, std::string_view word, std::string_view languageCode,
                           std::int64_t after);
 

@@ -226,18 +226,31 @@ Store::Result<std::optional<RenameRecord>> Store::record(std::string_view id) co
 
 Store::Result<std::vector<RenameRecord>> Store::history(std::string_view search, std::size_t limit,
                                                         const std::optional<Place>& after) const {
+    auto whole = historyPart(search, limit, after, std::numeric_limits<std::size_t>::max());
+    if (!whole)
+        return std::unexpected(std::move(whole.error()));
+    return std::move(whole->records);
+}
+
+Store::Result<Store::Part> Store::historyPart(std::string_view search, std::size_t limit,
+                                              const std::optional<Place>& after, std::size_t effort) const {
     static const std::string newest = selectRecords("ORDER BY date DESC, id DESC LIMIT ?");
     static const std::string behind =
         selectRecords("WHERE (date, id) < (?, ?) ORDER BY date DESC, id DESC LIMIT ?");
     return m_impl->read([&](Work& work) {
         if (!search.empty())
-            return NameSearch::find(work, search, Locale::user().languageCode(), limit, after);
-        if (!after) {
+            return NameSearch::find(work, search, Locale::user().languageCode(), limit, after, effort);
+        Part part;
+        if (after) {
+            Query query(work, behind.c_str(), StoreRows::numberOf(after->date), after->id, limitOf(limit));
+            part.records = recordsOf(query, work);
+        } else {
             Query query(work, newest.c_str(), limitOf(limit));
-            return recordsOf(query, work);
+            part.records = recordsOf(query, work);
         }
-        Query query(work, behind.c_str(), StoreRows::numberOf(after->date), after->id, limitOf(limit));
-        return recordsOf(query, work);
+        if (!part.records.empty() && part.records.size() == limit)
+            part.next = Place::of(part.records.back());
+        return part;
     });
 }
 

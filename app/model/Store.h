@@ -55,11 +55,24 @@ public:
     struct Place {
         Instant date;
         std::string id;
+
+        [[nodiscard]] static Place of(const RenameRecord& record) { return {record.date, record.id}; }
+        /// The nearer to the end, the less.
+        auto operator<=>(const Place&) const = default;
     };
     /// Newest first. `search`, unless empty: only rows whose old or new name contains it, by the rules of the
     /// user's language, letter case aside.
     [[nodiscard]] Result<std::vector<RenameRecord>> history(std::string_view search, std::size_t limit,
                                                             const std::optional<Place>& after = {}) const;
+    struct Part {
+        std::vector<RenameRecord> records;
+        std::optional<Place> next; // where to go on; nothing where that was the end
+    };
+    /// The same for who must not wait: a search ends after some milliseconds, with the rows down to a place,
+    /// perhaps none. `effort`: blocks of names to look through, 512 rows each.
+    [[nodiscard]] Result<Part> historyPart(std::string_view search, std::size_t limit,
+                                           const std::optional<Place>& after = {},
+                                           std::size_t effort = 16) const;
     /// How many rows `history` would give in all.
     struct Tally {
         std::size_t rows = 0;

@@ -69,10 +69,13 @@ RecordModel::RecordModel(AppModel& model, QObject* parent, std::size_t mostRows)
     : QAbstractTableModel(parent)
     , m_model(model)
     , m_mostRows(mostRows) {
+    m_readTimer.setSingleShot(true);
+    m_readTimer.setInterval(0);
     m_followTimer.setSingleShot(true);
     m_followTimer.setInterval(0);
     m_countTimer.setSingleShot(true);
     m_countTimer.setInterval(0);
+    connect(&m_readTimer, &QTimer::timeout, this, &RecordModel::readOn);
     connect(&m_followTimer, &QTimer::timeout, this, &RecordModel::follow);
     connect(&m_countTimer, &QTimer::timeout, this, &RecordModel::countOn);
     connect(&model, &AppModel::historyChanged, &m_followTimer, qOverload<>(&QTimer::start));
@@ -82,27 +85,59 @@ RecordModel::RecordModel(AppModel& model, QObject* parent, std::size_t mostRows)
 
 // ---- Reading ----
 
-std::optional<std::vector<RenameRecord>> RecordModel::read(std::size_t limit,
-                                                           const std::optional<Store::Place>& after) {
-    auto records = m_model.store().history(utf8(m_search), limit, after);
-    m_error = records ? QString() : shown(records.error().description);
-    m_isStuck = !records;
-    if (records)
-        return std::move(*records);
-    m_model.showError(fmt::format("{} {}", text("SwiftData :"), records.error().description));
+std::optional<Store::Part> RecordModel::read(std::size_t limit, const std::optional<Store::Place>& after) {
+    auto part = m_model.store().historyPart(utf8(m_search), limit, after);
+    m_error = part ? QString() : shown(part.error().description);
+    m_isStuck = !part;
+    if (part)
+        return std::move(*part);
+    m_model.showError(fmt::format("{} {}", text("SwiftData :"), part.error().description));
     return std::nullopt;
 }
 
 void RecordModel::reload() {
-    beginResetModel();
-    const std::size_t wanted = std::min(page, m_mostRows);
-    auto records = read(wanted, std::nullopt);
-    m_isComplete = records && records->size() < wanted;
-    m_rows.clear();
-    if (records)
-        m_rows.assign(std::make_move_iterator(records->begin()), std::make_move_iterator(records->end()));
-    endResetModel();
+    m_isOutdated = true;
+    m_isComplete = false;
+    m_readTo.reset();
+    m_wanted = std::min(page, m_mostRows);
+    readOn();
     countAgain();
+}
+
+void RecordModel::readOn() {
+    m_readTimer.stop();
+    const std::size_t rows = m_isOutdated ? 0 : m_rows.size();
+    if (rows >= m_wanted)
+        return;
+    const bool isFirst = !m_readTo;
+    auto part = read(m_wanted - rows, m_readTo);
+    if (part) {
+        m_isComplete = !part->next;
+        m_readTo = part->next;
+    }
+    m_isFetching = true; // who hears of the new rows may ask for more
+    if (!m_isOutdated) {
+        if (part)
+            insert(rows, part->records);
+    } else if (!part || m_isComplete || !part->records.empty()) {
+        replaceRows(part ? std::move(part->records) : std::vector<RenameRecord>());
+        if (!isFirst)
+            m_followTimer.start(); // what happened meanwhile
+    }
+    m_isFetching = false;
+    readOnWhereWanted();
+}
+
+void RecordModel::readOnWhereWanted() {
+    if (m_isOutdated || (!m_isStuck && !m_isComplete && m_rows.size() < m_wanted))
+        m_readTimer.start();
+}
+
+void RecordModel::replaceRows(std::vector<RenameRecord> records) {
+    beginResetModel();
+    m_isOutdated = false;
+    m_rows.assign(std::make_move_iterator(records.begin()), std::make_move_iterator(records.end()));
+    endResetModel();
 }
 
 void RecordModel::setSearch(const QString& search) {
@@ -113,40 +148,39 @@ void RecordModel::setSearch(const QString& search) {
 }
 
 bool RecordModel::canFetchMore(const QModelIndex& parent) const {
-    return !parent.isValid() && !m_isComplete && !m_isStuck && !m_isFetching && m_rows.size() < m_mostRows;
+    return !parent.isValid() && !m_isComplete && !m_isStuck && !m_isFetching && !m_readTimer.isActive() &&
+           m_rows.size() < m_mostRows;
 }
 
 void RecordModel::fetchMore(const QModelIndex& parent) {
-    if (!canFetchMore(parent) || m_rows.empty())
+    if (!canFetchMore(parent))
         return;
-    const std::size_t wanted = std::min(page, m_mostRows - m_rows.size());
-    const auto records = read(wanted, Store::Place{m_rows.back().date, m_rows.back().id});
-    m_isComplete = records && records->size() < wanted;
-    m_isFetching = true; // who hears of the new rows may ask for more
-    if (records)
-        insert(m_rows.size(), *records);
-    m_isFetching = false;
+    m_wanted = std::min(m_rows.size() + page, m_mostRows);
+    readOn();
 }
 
 void RecordModel::follow() {
-    const std::size_t wanted = std::min(page, m_mostRows);
-    if (const auto newest = read(wanted, std::nullopt))
-        merge(*newest, newest->size() < wanted);
+    if (m_isOutdated)
+        return; // done once there are rows
+    if (const auto newest = read(std::min(page, m_mostRows), std::nullopt))
+        merge(*newest);
     // Rows further down change where an earlier run's work was settled.
     std::vector<std::string> open;
-    for (std::size_t row = wanted; row < m_rows.size(); ++row)
-        if (m_rows[row].status == Status::pending || m_rows[row].undoing)
-            open.push_back(m_rows[row].id);
+    for (const RenameRecord& row : m_rows)
+        if (row.status == Status::pending || row.undoing)
+            open.push_back(row.id);
     for (const std::string& id : open)
         if (const auto now = m_model.store().record(id); now && *now)
             update(**now);
     countAgain();
 }
 
-void RecordModel::merge(std::span<const RenameRecord> newest, bool isAll) {
+void RecordModel::merge(const Store::Part& newest) {
+    const std::span records(newest.records);
+    m_isFetching = true; // who hears of the changes may ask for more
     std::size_t row = 0;
-    for (std::size_t next = 0; next < newest.size(); ++next) {
-        const RenameRecord& record = newest[next];
+    for (std::size_t next = 0; next < records.size(); ++next) {
+        const RenameRecord& record = records[next];
         std::size_t gone = row;
         while (gone < m_rows.size() && isNewer(m_rows[gone], record))
             ++gone;
@@ -157,18 +191,27 @@ void RecordModel::merge(std::span<const RenameRecord> newest, bool isAll) {
             continue;
         }
         std::size_t last = next;
-        while (last < newest.size() && (row >= m_rows.size() || isNewer(newest[last], m_rows[row])))
+        while (last < records.size() && (row >= m_rows.size() || isNewer(records[last], m_rows[row])))
             ++last;
-        insert(row, newest.subspan(next, last - next));
+        insert(row, records.subspan(next, last - next));
         row += last - next;
         next = last - 1;
     }
-    if (isAll) {
-        remove(row, m_rows.size() - row);
+    std::size_t gone = row;
+    while (gone < m_rows.size() && (!newest.next || Store::Place::of(m_rows[gone]) > *newest.next))
+        ++gone;
+    remove(row, gone - row);
+    if (!newest.next) {
         m_isComplete = true;
     } else if (m_rows.size() > m_mostRows) {
         remove(m_mostRows, m_rows.size() - m_mostRows);
+        m_isComplete = false;
+        m_readTo = Store::Place::of(m_rows.back());
+    } else if (!m_readTo || *m_readTo > *newest.next) {
+        m_readTo = newest.next;
     }
+    m_isFetching = false;
+    readOnWhereWanted();
 }
 
 void RecordModel::insert(std::size_t row, std::span<const RenameRecord> records) {

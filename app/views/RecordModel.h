@@ -26,7 +26,8 @@ class AppModel;
 [[nodiscard]] const std::string& currentNameOf(const RenameRecord& record);
 
 /// The history, newest first. Rows are fetched as they are seen, so a million of them cost no more than what
-/// was looked at. What is renamed meanwhile joins in its place; rows that are there keep their indexes.
+/// was looked at; what takes long is done in parts, between which the event loop has its turn. What is
+/// renamed meanwhile joins in its place; rows that are there keep their indexes.
 class RecordModel final : public QAbstractTableModel {
     Q_OBJECT
 public:
@@ -45,7 +46,8 @@ public:
     [[nodiscard]] bool canFetchMore(const QModelIndex& parent) const override;
     void fetchMore(const QModelIndex& parent) override;
 
-    /// Only rows whose old or new name contains it; empty: all.
+    /// Only rows whose old or new name contains it; empty: all. The former rows stay until the first is
+    /// found, or none.
     void setSearch(const QString& search);
     [[nodiscard]] const QString& search() const { return m_search; }
 
@@ -69,12 +71,16 @@ Q_SIGNALS:
     void totalChanged();
 
 private:
-    [[nodiscard]] std::optional<std::vector<RenameRecord>> read(std::size_t limit,
-                                                                const std::optional<Store::Place>& after);
+    [[nodiscard]] std::optional<Store::Part> read(std::size_t limit,
+                                                  const std::optional<Store::Place>& after);
     void reload();
+    /// Reads the next part of the rows that are wanted.
+    void readOn();
+    void readOnWhereWanted();
+    void replaceRows(std::vector<RenameRecord> records);
     /// What changed among the newest rows, and in rows that are not settled.
     void follow();
-    void merge(std::span<const RenameRecord> newest, bool isAll);
+    void merge(const Store::Part& newest);
     void update(const RenameRecord& record);
     void insert(std::size_t row, std::span<const RenameRecord> records);
     void remove(std::size_t row, std::size_t count);
@@ -87,12 +93,16 @@ private:
     std::size_t m_mostRows;
     QString m_search;
     QString m_error;
-    std::deque<RenameRecord> m_rows; // which moves none of them when it grows
-    bool m_isComplete = false;       // no row behind the last
-    bool m_isStuck = false;          // what is behind could not be read; until the next change
+    std::deque<RenameRecord> m_rows;      // which moves none of them when it grows
+    std::size_t m_wanted = 0;             // rows in all, as far as there are
+    std::optional<Store::Place> m_readTo; // nothing: not begun
+    bool m_isComplete = false;            // no row behind that
+    bool m_isOutdated = false;            // until the first rows of a new search
+    bool m_isStuck = false;               // what is behind could not be read; until the next change
     bool m_isCounted = true;
     bool m_isFetching = false;
     Store::Tally m_tally;
+    QTimer m_readTimer;
     QTimer m_followTimer;
     QTimer m_countTimer;
 };

@@ -195,18 +195,20 @@ TEST(Store, SearchesAsThePlainComparisonDoes) {
             for (const RenameRecord& row : rows)
                 if (search.matches(row.originalName) || search.matches(row.newName))
                     expected.push_back(row);
-            // In pages, each of which goes on behind the last.
-            std::vector<RenameRecord> found;
-            std::optional<Store::Place> place;
-            for (;;) {
-                const auto page = store.history(word, 97, place).value();
-                found.insert(found.end(), page.begin(), page.end());
-                if (page.size() < 97)
-                    break;
-                place = {page.back().date, page.back().id};
+            // In pages, each of which goes on behind the last; in parts that end early, too.
+            for (const std::size_t effort : {1'000U, 1U}) {
+                std::vector<RenameRecord> found;
+                std::optional<Store::Place> place;
+                do {
+                    const auto part = store.historyPart(word, 97, place, effort).value();
+                    ASSERT_LE(part.records.size(), 97U);
+                    ASSERT_TRUE(!place || !part.next || *part.next < *place);
+                    found.insert(found.end(), part.records.begin(), part.records.end());
+                    place = part.next;
+                } while (place);
+                ASSERT_EQ(found.size(), expected.size());
+                EXPECT_TRUE(found == expected);
             }
-            ASSERT_EQ(found.size(), expected.size());
-            EXPECT_TRUE(found == expected);
             Store::Tally tally = store.historyCount(word, {}).value();
             while (!tally.isComplete)
                 tally = store.historyCount(word, tally).value();

@@ -93,6 +93,30 @@ TEST(RecordModel, FetchesWhatIsSeenAndCountsAll) {
     EXPECT_FALSE(recent.canFetchMore({}));
 }
 
+TEST(RecordModel, FindsTheOnlyOneOfManyInParts) {
+    World world;
+    world.start(AppModel::Watching::none);
+    std::vector<RenameRecord> records = manyRecords(12'000);
+    records.front().originalName = "Zanzibar.txt";
+    ASSERT_TRUE(world.store->save(records));
+    RecordModel model(*world.model);
+    const QAbstractItemModelTester tester(&model, strict);
+    const int before = model.rowCount();
+    model.setSearch(QStringLiteral("zanzibar"));
+    EXPECT_EQ(model.rowCount(), before); // of the search before, until something is found
+    RenameRecord late = record("Zanzibar 2.pdf", 50'000);
+    ASSERT_TRUE(world.store->save(late));
+    Q_EMIT world.model->historyChanged();
+    EXPECT_TRUE(World::eventually([&] { return model.rowCount() == 2 && model.total() == 2U; }));
+    EXPECT_EQ(textAt(model, 0, NewNameRole), "Zanzibar 2.pdf");
+    EXPECT_EQ(model.record(model.index(1, 0))->id, records.front().id);
+
+    model.setSearch(QStringLiteral("nulle part"));
+    model.setSearch({});
+    EXPECT_TRUE(World::eventually([&] { return model.total() == 12'001U; }));
+    EXPECT_GE(model.rowCount(), static_cast<int>(RecordModel::page));
+}
+
 TEST(RecordModel, TakesInWhatHappensAndKeepsItsRows) {
     World world;
     world.start();
