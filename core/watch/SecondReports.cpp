@@ -14,7 +14,8 @@ bool SecondReports::fruitless(std::string_view name, Fruitless reason, std::opti
     const std::lock_guard lock(m_mutex);
     Tally& tally = m_tallies.try_emplace(std::string(name)).first->second;
     const bool wasAgain = std::exchange(tally.isAgain, false);
-    if (wasAgain && reason != Fruitless::held)
+    // What a program holds open, or saves while it is read, is read when that is over.
+    if (wasAgain && reason != Fruitless::held && reason != Fruitless::changed)
         ++tally.inVain;
     if (tally.inVain >= vainLimit)
         return false;
@@ -30,9 +31,9 @@ bool SecondReports::takeNews() {
     }
     bool isAnyDue = false;
     for (auto& [name, waiting] : told) {
-        waiting.isDue = waiting.reason == Fruitless::replaced;
+        waiting.isDue = waiting.reason == Fruitless::replaced && !comesToNoRest(name);
         waiting.wasClosedBefore = waiting.reason != Fruitless::restless && wasTouchedLately(name) &&
-                                  !(waiting.isUnrest() && closesTooOften(name));
+                                  !(waiting.isUnrest() && comesToNoRest(name));
         // One that was gone and came back is found at the next look, which its return made due.
         const bool wasGone = waiting.isDue && !waiting.seen;
         isAnyDue = isAnyDue || (!wasGone && isDue(name, waiting));
@@ -43,7 +44,7 @@ bool SecondReports::takeNews() {
 
 bool SecondReports::closed(std::string_view name) {
     Waiting* waiting = touched(name);
-    if (waiting && waiting->isUnrest() && closesTooOften(name))
+    if (waiting && waiting->isUnrest() && comesToNoRest(name))
         waiting = nullptr;
     if (waiting)
         waiting->wasClosed = true;
@@ -51,7 +52,9 @@ bool SecondReports::closed(std::string_view name) {
 }
 
 bool SecondReports::movedOnto(std::string_view name) {
-    Waiting* const waiting = touched(name);
+    Waiting* waiting = touched(name);
+    if (waiting && waiting->isUnrest() && comesToNoRest(name))
+        waiting = nullptr;
     if (waiting)
         waiting->isDue = true;
     return waiting != nullptr;
@@ -61,11 +64,11 @@ bool SecondReports::wasTouchedLately(std::string_view name) const {
     return m_closedLately.contains(name) || m_closedEarlier.contains(name);
 }
 
-/// Whether a close has been no end of its unrest so often that only standing still is one.
-bool SecondReports::closesTooOften(std::string_view name) {
+/// Whether a close or a replacement has been no end of its unrest so often that only standing still is one.
+bool SecondReports::comesToNoRest(std::string_view name) {
     const std::lock_guard lock(m_mutex);
     const auto tally = m_tallies.find(name);
-    return tally != m_tallies.end() && tally->second.afterClose >= vainLimit;
+    return tally != m_tallies.end() && tally->second.amidUnrest >= vainLimit;
 }
 
 /// The name's entry, where a close or a move may be its writer's last.
@@ -86,7 +89,9 @@ void SecondReports::rescan() {
             continue;
         const auto state = look(name);
         const bool isStill = state && state == waiting.lastLook;
-        if (isStill && (waiting.reason == Fruitless::restless || waiting.differs(*state)))
+        const bool isNews = waiting.reason == Fruitless::restless || waiting.reason == Fruitless::replaced ||
+                            (state && waiting.differs(*state));
+        if (isStill && isNews)
             waiting.isDue = waiting.stoodStill = true;
         waiting.lastLook = state;
     }
@@ -102,7 +107,7 @@ bool SecondReports::take(const std::string& name) {
     const std::lock_guard lock(m_mutex);
     Tally& tally = m_tallies[name];
     tally.isAgain = isPromising;
-    tally.afterClose += isPromising ? 0 : 1;
+    tally.amidUnrest += isPromising ? 0 : 1;
     return true;
 }
 

@@ -58,9 +58,10 @@ private:
         [[nodiscard]] bool differs(const FileState& state) const { return !seen || state != *seen; }
         [[nodiscard]] bool isUnrest() const {
             return reason == FolderWatcher::Fruitless::restless ||
-                   reason == FolderWatcher::Fruitless::changed;
+                   reason == FolderWatcher::Fruitless::changed ||
+                   reason == FolderWatcher::Fruitless::replaced;
         }
-        /// Whether a report in vain counts: a close amid unrest promised little.
+        /// Whether a report in vain counts: a close or a replacement amid unrest promised little.
         [[nodiscard]] bool isPromising() const { return !isUnrest() || stoodStill; }
     };
     struct Told {
@@ -70,11 +71,11 @@ private:
     struct Tally {
         bool isAgain = false; // the last report had been given reason to hope
         int inVain = 0;
-        int afterClose = 0; // reports amid unrest, which a close was reason for
+        int amidUnrest = 0; // reports that a close, a move or a replacement was reason for
     };
 
     [[nodiscard]] bool wasTouchedLately(std::string_view name) const;
-    [[nodiscard]] bool closesTooOften(std::string_view name);
+    [[nodiscard]] bool comesToNoRest(std::string_view name);
     [[nodiscard]] Waiting* touched(std::string_view name);
     [[nodiscard]] std::optional<FileState> look(const std::string& name) const;
     [[nodiscard]] bool isDue(const std::string& name, Waiting& waiting) const;
