@@ -34,6 +34,22 @@ std::string folderWords(const Json& record) {
         watchWords(mode));
 }
 
+std::string_view pauseWords() {
+    return text("Surveillance en pause : « vesto settings set paused false » la reprend.");
+}
+
+std::string_view startWords(const Json& event) {
+    if (integerMember(event, "folders").value_or(0) == 0)
+        return integerMember(event, "disabled").value_or(0) == 0
+                   ? text("Aucun dossier surveillé : « vesto folders add DOSSIER » en ajoute un.")
+                   : text("Aucun dossier surveillé : ils sont désactivés ; « vesto folders enable DOSSIER » "
+                          "en "
+                          "réactive un.");
+    return boolMember(event, "paused").value_or(false)
+               ? pauseWords()
+               : text("Surveillance en cours, Ctrl-C pour l'arrêter.");
+}
+
 /// Prints what happens as it happens.
 class WatchLog {
 public:
@@ -56,11 +72,10 @@ private:
     void tellPeople(const std::string& kind, const Json& event) {
         const std::string path = printable(stringMember(event, "path").value_or(""));
         if (kind == "started")
-            m_out << (integerMember(event, "folders").value_or(0) == 0
-                          ? text("Aucun dossier surveillé : « vesto folders add DOSSIER » en ajoute un.")
-                      : boolMember(event, "paused").value_or(false)
-                          ? text("Surveillance en pause : « vesto settings set paused false » la reprend.")
-                          : text("Surveillance en cours, Ctrl-C pour l'arrêter."))
+            m_out << startWords(event) << '\n';
+        else if (kind == "paused")
+            m_out << (boolMember(event, "paused").value_or(false) ? pauseWords()
+                                                                  : text("La surveillance reprend."))
                   << '\n';
         else if (kind == "watching")
             m_out << path << " : " << folderWords(event) << '\n';
@@ -140,16 +155,16 @@ ExitStatus watch(const Options& options, bool offline, Streams streams) {
         return ExitStatus::notAllDone;
     const auto model = std::make_shared<CurrentModel>(options.locale);
     const auto speech = openSpeech(ModelFolder{});
-    auto engine =
-        Engine::open(*std::move(lock),
-                     {.summarizer = reading.summarizer(speech),
-                      .generator = model,
-                      .modelAvailability = [model] { return model->availability(); },
-                      .prepareModel = [model] { model->prepare(); },
-                      .generatorIn = [model](const Locale& language) { return model->generatorIn(language); },
-                      .lendModel = [model](const auto& wanted) { return model->lend(wanted); },
-                      .speech = speech,
-                      .locale = options.locale});
+    auto engine = Engine::open(
+        *std::move(lock),
+        {.summarizer = reading.summarizer(speech),
+         .generator = model,
+         .modelAvailability = [model] { return model->availability(); },
+         .prepareModel = [model](const std::optional<Locale>& language) { model->prepare(language); },
+         .generatorIn = [model](const Locale& language) { return model->generatorIn(language); },
+         .lendModel = [model](const auto& wanted) { return model->lend(wanted); },
+         .speech = speech,
+         .locale = options.locale});
     if (!engine)
         return refuse(engine.error());
     WatchLog log(options, streams.out);

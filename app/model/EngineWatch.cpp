@@ -102,8 +102,11 @@ void EngineWatch::endPatience() {
 
 void EngineWatch::sayStarted() {
     m_patience.stop();
-    tell("started",
-         Json{{"folders", m_model.folders().size() + m_joining.size()}, {"paused", m_model.paused()}});
+    const auto enabled =
+        static_cast<std::size_t>(std::ranges::count_if(m_model.folders(), &WatchedFolder::enabled));
+    tell("started", Json{{"folders", enabled + m_joining.size()},
+                         {"disabled", m_model.folders().size() - enabled},
+                         {"paused", m_model.paused()}});
 }
 
 void EngineWatch::stop() {

@@ -28,6 +28,8 @@ std::optional<std::vector<std::filesystem::path>> entriesOf(const std::filesyste
     std::vector<std::filesystem::path> entries;
     for (const std::filesystem::directory_iterator end; entry != end && !error; entry.increment(error))
         entries.push_back(entry->path());
+    if (error)
+        return std::nullopt; // a part is not the folder
     std::ranges::sort(entries, {}, &std::filesystem::path::native);
     return entries;
 }

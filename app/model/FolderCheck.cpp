@@ -86,9 +86,10 @@ void compare(FolderCheck& check, const std::vector<WatchedFolder>& watched, Disk
             check.notes.push_back(
                 {kind, fmt::format("{}« {} »{}", text(before), displayNameOf(other.path), text(after))});
         };
-        if (isThere && *identity == *check.identity)
+        if (isThere && *identity == *check.identity) {
+            check.knownID = other.id;
             note(Kind::alreadyWatched, "", " est déjà surveillé.");
-        else if (isInside(real, resolved(other.path)))
+        } else if (isInside(real, resolved(other.path)))
             note(Kind::insideAnother, "Ce dossier est dans ",
                  ", déjà surveillé : chacun l'est sans ses sous-dossiers.");
         else if (isInside(resolved(other.path), real))

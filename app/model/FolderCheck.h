@@ -37,6 +37,7 @@ struct FolderCheck {
     std::filesystem::path path;           // absolute, as it was named
     std::optional<FileIdentity> identity; // of the folder itself, links followed; nothing where there is none
     std::vector<FolderNote> notes;
+    std::string knownID{}; // of the watched folder that is the same; empty where there is none
 
     [[nodiscard]] bool hasError() const;
 };

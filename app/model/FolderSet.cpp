@@ -91,6 +91,11 @@ void FolderSet::join(const FolderCheck& check, bool watches, const AppModel::Fol
         if (done)
             done(folder, notes);
     };
+    if (const WatchedFolder* known = find(check.knownID); known != nullptr && !known->enabled) {
+        const bool isStored = setEnabled(known->id, true, watches);
+        answer(isStored ? std::optional(*known) : std::nullopt, {});
+        return;
+    }
     const auto error = std::ranges::find_if(check.notes, &FolderNote::isError);
     if (error != check.notes.end()) {
         const bool isKnown = error->kind == FolderNote::Kind::alreadyWatched;
