@@ -78,7 +78,8 @@ AppModel::Dependencies DesktopApplication::dependencies() {
             .summarizer = {{"fr-FR", "en-US"}, std::make_shared<RemoteReader>(), m_speech},
             .generator = m_languageModel,
             .modelAvailability = [model = m_languageModel] { return model->availability(); },
-            .prepareModel = [model = m_languageModel] { model->prepare(); },
+            .prepareModel = [model = m_languageModel](
+                                const std::optional<Locale>& language) { model->prepare(language); },
             .generatorIn =
                 [model = m_languageModel](const Locale& language) { return model->generatorIn(language); }};
 }

@@ -43,7 +43,7 @@ Engine::Parts partsForOrders(const Options& options) {
 }
 
 bool ReadingEngine::begin(bool offline) {
-    const bool isBegun = m_session.begin([&]() -> std::optional<Engine::Parts> {
+    return m_session.begin([&]() -> std::optional<Engine::Parts> {
         if (!m_reading.begin(offline))
             return std::nullopt;
         m_model = std::make_shared<ModelSession>(m_options, openUsedModel(ModelFolder{}), m_err);
@@ -51,14 +51,28 @@ bool ReadingEngine::begin(bool offline) {
                              .generator = std::make_shared<PatientGenerator>(m_model),
                              .locale = m_options.locale};
     });
-    if (isBegun && m_session.isRemote())
-        m_model = std::make_shared<ModelSession>(m_options, openEnginesModel(ModelFolder{}), m_err);
-    return isBegun;
+}
+
+/// The engine's model gets ready to write in the language of the order: it may sleep, or know another one
+/// only.
+void ReadingEngine::awaitEnginesModel(const Json& order) {
+    Json prepare{{"verb", "prepareModel"}};
+    if (const auto locale = stringMember(order, "locale"))
+        prepare["locale"] = *locale;
+    Options options = m_options;
+    static_cast<void>(m_session.ask(prepare, [&](const Json& event) {
+        const Json* line = member(event, "line");
+        if (const auto locale = line == nullptr ? std::nullopt : stringMember(*line, "locale"))
+            options.locale = Locale{*locale};
+        return true;
+    }));
+    m_model = std::make_shared<ModelSession>(options, openEnginesModel(ModelFolder{}), m_err);
+    static_cast<void>(m_model->generator());
 }
 
 EngineSession::Result ReadingEngine::ask(const Json& order, const Engine::OnEvent& onEvent) {
-    if (m_session.isRemote())
-        static_cast<void>(m_model->generator()); // waits once
+    if (m_session.isRemote() && !m_model)
+        awaitEnginesModel(order);
     return m_session.ask(order, onEvent);
 }
 

@@ -32,6 +32,8 @@ public:
     void tellWhetherReaderRuns();
 
 private:
+    void awaitEnginesModel(const Json& order);
+
     const Options& m_options;
     std::ostream& m_err;
     ReadingSession m_reading;

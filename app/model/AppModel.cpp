@@ -356,6 +356,11 @@ void AppModel::lookUpFiles(std::vector<std::filesystem::path> files,
 
 // ---- The rest ----
 
+Locale AppModel::prepareModel(const std::optional<Locale>& language) {
+    m_parts->context.prepareModel(language);
+    return language.value_or(m_parts->context.given().locale);
+}
+
 void AppModel::refreshModelStatus() {
     const auto& given = m_parts->context.given();
     auto now = given.modelAvailability ? given.modelAvailability() : FoundationNameGenerator::Availability{};

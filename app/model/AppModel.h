@@ -85,9 +85,10 @@ public:
         std::shared_ptr<TitleGenerating> generator{}; // null: titles come from the first usable lines
         /// Why `generator` cannot be used now; asked on the main thread before each file. Empty: it can.
         std::function<FoundationNameGenerator::Availability()> modelAvailability{};
-        /// Lets `generator` get ready; called on the main thread when watching starts, and when a file that
-        /// may be named begins to settle or is about to be read.
-        std::function<void()> prepareModel{};
+        /// Lets what writes titles in a language get ready, `generator` where none is named; called on the
+        /// main thread when watching starts, when a file that may be named begins to settle or is about to be
+        /// read, and by `prepareModel`.
+        std::function<void(const std::optional<Locale>&)> prepareModel{};
         /// What writes titles in a language and now gets ready to; null where nothing does. Asked on the main
         /// thread for an order that names its language. Empty: `generator` writes them.
         std::function<std::shared_ptr<TitleGenerating>(const Locale&)> generatorIn{};
@@ -214,6 +215,8 @@ public:
     // ---- The rest ----
 
     void refreshModelStatus();
+    /// Soon there will be titles to write, in this language or the engine's own, which it tells.
+    Locale prepareModel(const std::optional<Locale>& language = {});
     /// Says in French what went wrong beside the model, where its own errors are shown.
     void showError(std::string message);
     void clearLastError();

@@ -95,6 +95,8 @@ void Commands::dispatch(const std::string& verb, const Json& order, UniqueFd att
         undoBatch(order, request);
     else if (verb == "batch")
         batch(order, request);
+    else if (verb == "prepareModel")
+        prepareModel(order, request);
     else if (verb == lent::stateVerb)
         m_desk.state(order, request);
     else if (verb == lent::titleVerb)

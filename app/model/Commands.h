@@ -58,6 +58,7 @@ private:
     void pending(const Request& request);
     void accept(const Json& order, const Request& request);
     void ignore(const Json& order, const Request& request);
+    void prepareModel(const Json& order, const Request& request);
     void rename(const Json& order, const Request& request);
     void undo(const Json& order, const Request& request);
     void undoBatch(const Json& order, const Request& request);

@@ -30,9 +30,15 @@ FoundationNameGenerator::Availability CurrentModel::availability() {
     return FoundationNameGenerator::availability(serving().model.get(), m_language);
 }
 
-void CurrentModel::prepare() {
-    if (const Serving now = serving(); now.generator)
-        now.generator->prewarm();
+void CurrentModel::prepare(const std::optional<Locale>& language) {
+    const Serving now = serving();
+    if (!now.generator)
+        return;
+    // Of one that was never loaded nobody knows its languages yet.
+    const bool isUnknown = now.model->availability() == LanguageModel::Availability::modelNotReady;
+    if (!language || isUnknown ||
+        FoundationNameGenerator::availability(now.model.get(), *language).isAvailable())
+        generatorFor(now, language.value_or(m_language))->prewarm();
 }
 
 std::expected<std::string, NameGenerationError> CurrentModel::title(const ContentSummary& summary,
@@ -51,11 +57,15 @@ std::shared_ptr<TitleGenerating> CurrentModel::generatorIn(const Locale& languag
     const Serving now = serving();
     if (!FoundationNameGenerator::availability(now.model.get(), language).isAvailable())
         return nullptr;
-    auto generator = modelInstructions(language) == modelInstructions(m_language)
-                         ? now.generator
-                         : foreignGenerator(now, language);
+    auto generator = generatorFor(now, language);
     generator->prewarm();
     return generator;
+}
+
+std::shared_ptr<FoundationNameGenerator> CurrentModel::generatorFor(const Serving& now,
+                                                                    const Locale& language) {
+    const bool isOurs = modelInstructions(language) == modelInstructions(m_language);
+    return isOurs ? now.generator : foreignGenerator(now, language);
 }
 
 std::shared_ptr<FoundationNameGenerator> CurrentModel::foreignGenerator(const Serving& now,

@@ -25,8 +25,8 @@ public:
     /// is; one that was is left asleep.
     [[nodiscard]] FoundationNameGenerator::Availability availability();
 
-    /// Soon there will be a title to write: wakes the model, in the background.
-    void prepare();
+    /// Soon there will be a title to write, in this language or our own: wakes the model, in the background.
+    void prepare(const std::optional<Locale>& language = {});
 
     [[nodiscard]] std::expected<std::string, NameGenerationError> title(const ContentSummary& summary,
                                                                         std::stop_token stop) override;
@@ -49,6 +49,8 @@ private:
     };
     /// By the settings as they are now; empty where there is no model.
     [[nodiscard]] Serving serving();
+    [[nodiscard]] std::shared_ptr<FoundationNameGenerator> generatorFor(const Serving& now,
+                                                                        const Locale& language);
     [[nodiscard]] std::shared_ptr<FoundationNameGenerator> foreignGenerator(const Serving& now,
                                                                             const Locale& language);
 

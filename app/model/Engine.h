@@ -25,7 +25,7 @@ public:
         Summarizer summarizer;
         std::shared_ptr<TitleGenerating> generator{};
         std::function<FoundationNameGenerator::Availability()> modelAvailability{};
-        std::function<void()> prepareModel{}; // see AppModel
+        std::function<void(const std::optional<Locale>&)> prepareModel{}; // see AppModel
         std::function<std::shared_ptr<TitleGenerating>(const Locale&)> generatorIn{};
         // To other programs, while it watches:
         ModelDesk::Lend lendModel{};

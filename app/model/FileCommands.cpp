@@ -12,9 +12,22 @@
 #include <nlohmann/json.hpp>
 
 #include <algorithm>
+#include <expected>
+#include <variant>
 
 namespace vesto {
 namespace {
+
+/// The language that an order names, if any; an error where that makes no sense.
+std::expected<std::optional<Locale>, std::monostate> localeIn(const Json& order) {
+    constexpr std::size_t longest = 64; // characters; far more than any has
+    const auto locale = stringMember(order, "locale");
+    if (!locale)
+        return std::nullopt;
+    if (locale->size() > longest || !unicode::isValid(*locale))
+        return std::unexpected(std::monostate());
+    return Locale{*locale};
+}
 
 /// What an order says of names; nothing where it makes no sense.
 std::optional<NamingOrder> namingOrderIn(const Json& order) {
@@ -31,12 +44,10 @@ std::optional<NamingOrder> namingOrderIn(const Json& order) {
         if (!result.nameTemplate->validate())
             return std::nullopt;
     }
-    if (const auto locale = stringMember(order, "locale")) {
-        constexpr std::size_t longest = 64; // characters; far more than any has
-        if (locale->size() > longest || !unicode::isValid(*locale))
-            return std::nullopt;
-        result.locale = Locale{*locale};
-    }
+    const auto locale = localeIn(order);
+    if (!locale)
+        return std::nullopt;
+    result.locale = *locale;
     return result;
 }
 
@@ -91,6 +102,16 @@ void undoAll(AppModel& model, const Commands::Request& request, std::vector<Rena
 }
 
 } // namespace
+
+void Commands::prepareModel(const Json& order, const Request& request) {
+    const auto locale = localeIn(order);
+    if (!locale) {
+        request->end(false, text("Ordre incompréhensible."));
+        return;
+    }
+    request->line(Json{{"locale", m_model.prepareModel(*locale).identifier()}});
+    request->end(true);
+}
 
 void Commands::rename(const Json& order, const Request& request) {
     const auto naming = namingOrderIn(order);

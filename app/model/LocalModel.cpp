@@ -24,7 +24,8 @@ std::string_view wordsOf(ModelObstacle obstacle) {
     case ModelObstacle::noJail:
         return text("ce système ne permet pas d'isoler le moteur du modèle.");
     case ModelObstacle::dies:
-        return text("le moteur s'arrête sans cesse avec ce modèle. Prenez un autre modèle.");
+        return text(
+            "le moteur s'arrête avec ce modèle. Téléchargez-le de nouveau, ou prenez un autre modèle.");
     }
     return {};
 }

@@ -22,9 +22,9 @@ void ModelContext::setLastError(std::optional<std::string> message) {
     Q_EMIT m_face.lastErrorChanged();
 }
 
-void ModelContext::prepareModel() const {
+void ModelContext::prepareModel(const std::optional<Locale>& language) const {
     if (m_given.prepareModel)
-        m_given.prepareModel();
+        m_given.prepareModel(language);
 }
 
 NamingPipeline ModelContext::pipeline(const std::optional<NameTemplate>& nameTemplate,

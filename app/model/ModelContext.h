@@ -69,7 +69,7 @@ public:
     void setWhenIdle(std::function<void()> whenIdle) { m_whenIdle = std::move(whenIdle); }
 
     /// A file that may be named is about to be read: what a model has to get ready, it can meanwhile.
-    void prepareModel() const;
+    void prepareModel(const std::optional<Locale>& language = {}) const;
 
     /// A pipeline by the settings as they are now.
     [[nodiscard]] NamingPipeline pipeline(const std::optional<NameTemplate>& nameTemplate = {},

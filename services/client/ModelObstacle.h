@@ -10,7 +10,7 @@ enum class ModelObstacle {
     memory,
     noEngine, // Vesto was built without it
     noJail,   // the system does not let it be shut in
-    dies,     // its process ended again and again
+    dies,     // its process ended, or hung
 };
 
 } // namespace vesto

@@ -127,7 +127,9 @@ private:
     [[nodiscard]] bool ensureLoaded();
     [[nodiscard]] bool isRunningAsSaid() const;
     [[nodiscard]] bool startAndLoad(const ModelFile& file);
-    [[nodiscard]] bool ensureWarm(const std::string& instructions);
+    /// `isInHaste`: what a former host measured will do.
+    [[nodiscard]] bool ensureWarm(const std::string& instructions, bool isInHaste);
+    [[nodiscard]] bool isAwaited() const;
     [[nodiscard]] const Prefix* keptFor(const std::string& instructions);
     void keepPrefix(const std::string& instructions, UniqueFd memory, std::uint64_t bytes);
     bool buryHost();
@@ -149,6 +151,7 @@ private:
     std::optional<ModelIdentity> m_loaded; // the file that the host, the prefixes and the threads belong to
     std::vector<Prefix> m_prefixes;        // the one that was used last stands last
     ipc::ModelThreads m_threads;
+    bool m_isWritingMeasured = false;     // in this host
     std::optional<std::string> m_warmFor; // the instructions that the host is ready for
     bool m_hostHasRead = false;           // a document
 

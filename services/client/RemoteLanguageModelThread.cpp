@@ -56,7 +56,7 @@ void RemoteLanguageModel::perform(Job& job) {
         break;
     case Job::Kind::warm:
         if (ensureLoaded())
-            static_cast<void>(ensureWarm(job.request.instructions));
+            static_cast<void>(ensureWarm(job.request.instructions, isAwaited()));
         break;
     case Job::Kind::ask:
         job.result = ask(job);
@@ -74,7 +74,7 @@ std::expected<ProposedName, LanguageModel::Failure> RemoteLanguageModel::ask(Job
     for (int attempt = 0; attempt < 2; ++attempt) {
         if (!ensureLoaded())
             return std::unexpected(Failure{Code::engine, "the model could not be loaded"});
-        if (!ensureWarm(job.request.instructions))
+        if (!ensureWarm(job.request.instructions, true))
             return std::unexpected(Failure{Code::engine, "the instructions could not be evaluated"});
         {
             const std::scoped_lock lock(m_jobs.mutex);
@@ -212,7 +212,7 @@ bool RemoteLanguageModel::startAndLoad(const ModelFile& file) {
             m_known = Known::loading;
     }
     m_hostHasRead = false;
-    m_threads.writing = 0; // is measured in a moment, and the processors may have been busy before
+    m_isWritingMeasured = false; // the processors may have been busy when it was
     const auto report =
         m_host.load({.kind = ipc::ModelKind::language, .describe = isFirst}, file, m_settings.freeMemory);
     if (!report)
@@ -242,7 +242,7 @@ bool RemoteLanguageModel::startAndLoad(const ModelFile& file) {
     return true;
 }
 
-bool RemoteLanguageModel::ensureWarm(const std::string& instructions) {
+bool RemoteLanguageModel::ensureWarm(const std::string& instructions, bool isInHaste) {
     if (m_warmFor == instructions)
         return true;
     const Prefix* kept = keptFor(instructions);
@@ -253,8 +253,11 @@ bool RemoteLanguageModel::ensureWarm(const std::string& instructions) {
         if (!memory || ::ftruncate(memory.get(), roomForPrefix()) != 0)
             return false;
     }
+    ipc::ModelThreads threads = m_threads;
+    if (!m_isWritingMeasured && !isInHaste)
+        threads.writing = 0;
     const ipc::WarmModel order{
-        .instructions = instructions, .stateBytes = isKept ? kept->bytes : 0, .threads = m_threads};
+        .instructions = instructions, .stateBytes = isKept ? kept->bytes : 0, .threads = threads};
     const auto report =
         m_host.give<ipc::ModelWarmed>(order, isKept ? kept->memory.get() : memory.get(), warmingTakes);
     if (!report) {
@@ -265,15 +268,26 @@ bool RemoteLanguageModel::ensureWarm(const std::string& instructions) {
         m_prefixes.pop_back();
     if (report->outcome != ModelOutcome::done) {
         m_warmFor.reset();
+        if (report->outcome == ModelOutcome::noMemory) {
+            dropHost();
+            return conclude(Obstacle::memory, m_settings.recovery);
+        }
         return false;
     }
     m_warmFor = instructions;
     m_threads = believable(report->threads);
+    m_isWritingMeasured = m_isWritingMeasured || threads.writing == 0;
     if (!isKept)
         keepPrefix(instructions, std::move(memory), report->stateBytes);
     const std::scoped_lock lock(m_jobs.mutex);
     m_facts.lastStartKept = report->kept;
     return true;
+}
+
+/// Whether a title is asked for already.
+bool RemoteLanguageModel::isAwaited() const {
+    const std::scoped_lock lock(m_jobs.mutex);
+    return std::ranges::any_of(m_jobs.waiting(), [](const auto& job) { return job->kind == Job::Kind::ask; });
 }
 
 /// Stands last then; null where there is none.

@@ -131,16 +131,22 @@ std::optional<ipc::SoundTranscribed> RemoteTranscriber::hear(Job& job) {
     for (int attempt = 0; attempt < 2; ++attempt) {
         if (!ensureLoaded())
             return std::nullopt;
-        if (!ensureMeasured(job)) {
+        const bool isMeasured = ensureMeasured(job);
+        bool isAbandoned = false;
+        {
+            const std::scoped_lock lock(m_jobs.mutex);
+            isAbandoned = job.isAbandoned;
+            job.isAsked = isMeasured && !isAbandoned;
+        }
+        if (isAbandoned) {
+            if (!isMeasured) // too busy to stop in time, or the machine is
+                m_host.end();
+            return std::nullopt;
+        }
+        if (!isMeasured) {
             if (!buryHost())
                 return std::nullopt;
             continue;
-        }
-        {
-            const std::scoped_lock lock(m_jobs.mutex);
-            if (job.isAbandoned)
-                return std::nullopt;
-            job.isAsked = true;
         }
         const auto isCancelled = [&] {
             const std::scoped_lock lock(m_jobs.mutex);

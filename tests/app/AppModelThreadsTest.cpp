@@ -659,7 +659,7 @@ TEST(AppModelThreads, WhatWritesInOneLanguageIsNotMadeReadyForAnother) {
                     .settings = world.settings,
                     .notifier = world.notifier,
                     .summarizer = Summarizer({"fr-FR"}, world.reading),
-                    .prepareModel = [&] { ready.emplace_back("ours"); },
+                    .prepareModel = [&](const auto&) { ready.emplace_back("ours"); },
                     .generatorIn = [&](const Locale& language) -> std::shared_ptr<TitleGenerating> {
                         ready.push_back(language.identifier());
                         return nullptr;

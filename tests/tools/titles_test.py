@@ -190,6 +190,34 @@ class Titles(unittest.TestCase):
         self.assertEqual(len(sources), 30)
         self.assertLessEqual(sources.count("fallback"), 1)
 
+    def test_an_order_waits_until_the_host_of_the_watch_is_awake(self):
+        self.vesto("model", "add", self.make("good.gguf", "--says", 'Facture| Edf|"'))
+        folder = self.home / "watched"
+        folder.mkdir()
+        watch = self.start("watch", "--json", folder)
+        self.event(watch, "watching")
+        files = self.files(5)
+        self.vesto("name", files / "scan0004.txt")  # the host of the watch is ready then
+        # It may be ready sooner than it is stopped.
+        for number in range(4):
+            os.kill(self.hosts_of(watch.pid)[0], signal.SIGKILL)
+            self.wait_for_host(watch.pid, wanted=False)
+            rename = subprocess.Popen([VESTO, "rename", "--json", files / f"scan{number:04}.txt"],
+                                      env=self.environment, text=True, stdout=subprocess.PIPE, stderr=subprocess.PIPE)
+            self.addCleanup(rename.kill)
+            while not (hosts := self.hosts_of(watch.pid)) and rename.poll() is None:
+                time.sleep(0.002)
+            for host in hosts:
+                os.kill(host, signal.SIGSTOP)
+            time.sleep(9)  # longer than a title may take
+            for host in hosts:
+                os.kill(host, signal.SIGCONT)
+            out, err = rename.communicate()
+            self.assertEqual(json.loads(out)["proposal"]["source"], "model")
+            if "se charge" in err:
+                return
+        self.fail("it never said that it waits")
+
     def hosts_of(self, parent):
         found = []
         for status in pathlib.Path("/proc").glob("[0-9]*/status"):
