@@ -19,11 +19,23 @@
 namespace vesto::cli {
 namespace {
 
-constexpr const char* version = "vesto 0.1.0";
+constexpr const char* version = "vesto " VESTO_VERSION;
+
+/// Help shows the words of a verb by their names alone ("DOSSIER", "[CLÉ]", "ID..."): how many there must be
+/// is looked at after CLI11, which does not know what follows "--".
+class Formatter final : public CLI::Formatter {
+public:
+    std::string make_option_usage(const CLI::Option* option) const override {
+        return make_option_name(option, /*is_positional=*/true);
+    }
+    std::string make_option_opts(const CLI::Option* option) const override {
+        return option->get_positional() ? std::string() : CLI::Formatter::make_option_opts(option);
+    }
+};
 
 /// Help in French: CLI11 asks its formatter for every word of its own.
 std::shared_ptr<CLI::Formatter> frenchFormatter() {
-    auto formatter = std::make_shared<CLI::Formatter>();
+    auto formatter = std::make_shared<Formatter>();
     formatter->label("Usage", "Utilisation ");
     formatter->label("OPTIONS", "OPTIONS");
     formatter->label("SUBCOMMAND", "COMMANDE");
@@ -78,7 +90,7 @@ struct Words {
 };
 
 void addPaths(CLI::App& verb, Words& words, const char* what) {
-    verb.add_option("CHEMIN", words.paths, what);
+    verb.add_option("CHEMIN...", words.paths, what);
 }
 
 void addNaming(CLI::App& verb, Words& words, Options& options) {
@@ -100,15 +112,16 @@ void addVerbose(CLI::App& verb, Options& options) {
 void declareModelVerbs(CLI::App& model, Words& words, Options& options) {
     model.require_subcommand(1);
     const auto verb = [&](const char* word, ModelAction action, const char* what) -> CLI::App& {
-        return *model.add_subcommand(word, what)->group("Commandes")->callback([&options, action] {
+        CLI::App& added = *model.add_subcommand(word, what)->group("Commandes")->callback([&options, action] {
             options.modelAction = action;
         });
+        addJson(added, options);
+        return added;
     };
-    CLI::App& list = verb("list", ModelAction::list, "Montre les modèles, et celui qui sert");
-    addJson(list, options);
+    verb("list", ModelAction::list, "Montre les modèles, et celui qui sert");
     CLI::App& add =
         verb("add", ModelAction::add, "Essaie un modèle (GGUF ; whisper.cpp pour la parole) et l'ajoute");
-    addPaths(add, words, "Le fichier");
+    add.add_option("FICHIER", words.paths, "Le fichier");
     add.add_flag("--link", options.link, "Fait un lien au lieu d'une copie");
     CLI::App& remove = verb("remove", ModelAction::remove, "Retire un modèle");
     remove.add_option("NOM", words.names, "Son nom");
@@ -119,7 +132,6 @@ void declareModelVerbs(CLI::App& model, Words& words, Options& options) {
          "Met le modèle hors service : les titres viennent des premières lignes");
     CLI::App& test = verb("test", ModelAction::test, "Essaie le modèle sur des fichiers, sans rien toucher");
     addPaths(test, words, "Fichiers, ou dossiers (leurs fichiers, sans les sous-dossiers)");
-    addJson(test, options);
     for (CLI::App* titled : {&add, &test}) {
         titled->add_option("--locale", words.locale, "Langue du titre, par exemple fr_FR");
         addVerbose(*titled, options);
@@ -162,7 +174,7 @@ void declareVerbs(CLI::App& app, Words& words, Options& options) {
     declareModelVerbs(verb("model", "Gère les modèles locaux, des titres et de la parole"), words, options);
 
     CLI::App& genericVerb = verb("generic", "Dit si un nom de fichier est générique");
-    genericVerb.add_option("NOM", words.names, "Noms de fichiers, avec ou sans extension");
+    genericVerb.add_option("NOM...", words.names, "Noms de fichiers, avec ou sans extension");
     addJson(genericVerb, options);
 
     CLI::App& templateVerb = verb("template", "Vérifie un modèle de nom et en montre un exemple");

@@ -243,20 +243,31 @@ void tellPlaces(Findings& findings) {
         std::string_view what;
         fs::path path;
     };
+    // The application writes it where it is to start at login.
+    const fs::path autostart = config.parent_path() / "autostart" / "fr.vesto.Vesto.desktop";
     const std::vector<Place> places{{text("Historique et propositions"), data / "history.sqlite"},
                                     {text("Modèles de langage"), data / "models"},
                                     {text("Réglages"), SettingsFile().path()},
                                     {text("Tout ce que Vesto garde"), data},
+                                    {text("Lancement à la connexion"), autostart},
                                     {text("Prise de commande"), runtime}};
-    std::error_code error;
+    const auto isThere = [](const fs::path& path) {
+        std::error_code ignored;
+        return path.is_absolute() && fs::exists(fs::symlink_status(path, ignored));
+    };
     for (const Place& place : places)
-        if (!place.path.empty() && fs::exists(fs::symlink_status(place.path, error)))
+        if (isThere(place.path))
             findings.tell(place.what, Health::good,
                           fmt::format("{} ({})", place.path.native(), sizeWords(sizeOf(place.path))));
+    std::string erase;
+    for (const fs::path& path : {data, config, autostart})
+        if (isThere(path))
+            erase += (erase.empty() ? "rm -r " : " ") + shellWord(path.native());
     findings.tell(text("Pour tout effacer"), Health::good,
-                  fmt::format("rm -r {} {}", shellWord(data.native()), shellWord(config.native())),
+                  erase.empty() ? std::string(text("rien n'est gardé")) : erase,
                   fmt::format("{} {} {}",
-                              text("Chaque fichier renommé porte une marque ; pour l'ôter : setfattr -x"),
+                              text("Chaque fichier traité (renommé, rétabli, refusé ou sans titre) porte une "
+                                   "marque ; pour l'ôter : setfattr -x"),
                               ProcessedMarker::attributeName,
                               text("FICHIER (après quoi « vesto undo » ne le "
                                    "connaît plus).")));

@@ -23,7 +23,7 @@ void declareFolders(CLI::App& folders, std::vector<std::string>& paths, Options&
         });
         addJson(verb, options);
         if (which != FolderAction::list)
-            verb.add_option("DOSSIER", paths,
+            verb.add_option("DOSSIER...", paths,
                             which == FolderAction::add ? "Dossiers" : "Dossiers, ou leurs identifiants");
     };
     action("list", FolderAction::list, "Montre les dossiers, et comment ils sont surveillés");
@@ -38,7 +38,7 @@ void declareFolders(CLI::App& folders, std::vector<std::string>& paths, Options&
 void declareSettings(CLI::App& settings, std::vector<std::string>& names, Options& options) {
     settings.require_subcommand(1);
     CLI::App& get = *settings.add_subcommand("get", "Montre les réglages, ou l'un d'eux")->group(commands);
-    get.add_option("CLÉ", names, "Par exemple autoThreshold");
+    get.add_option("[CLÉ]", names, "Par exemple autoThreshold");
     addJson(get, options);
     CLI::App& set = *settings.add_subcommand("set", "Change un réglage")->group(commands);
     set.callback([&options] { options.setsKey = true; });
@@ -55,14 +55,14 @@ void declareEngineVerbs(CLI::App& app, EngineWords& words, std::vector<std::stri
         return added;
     };
     CLI::App& undoVerb = verb("undo", "Rend à chaque fichier renommé son nom d'avant");
-    undoVerb.add_option("CHEMIN", paths,
+    undoVerb.add_option("[CHEMIN...]", paths,
                         "Fichiers, dossiers (leurs fichiers), ou identifiants de l'historique");
     undoVerb.add_flag("--last", options.last, "Le dernier renommage");
     undoVerb.add_option("--batch", options.batchID, "Tout ce qu'un lot a renommé : son identifiant");
     addJson(undoVerb, options);
 
     CLI::App& watchVerb = verb("watch", "Surveille les dossiers jusqu'à Ctrl-C");
-    watchVerb.add_option("DOSSIER", paths, "Dossiers à ajouter d'abord");
+    watchVerb.add_option("[DOSSIER...]", paths, "Dossiers à ajouter d'abord");
     watchVerb.add_option_function<std::string>(
         "--locale", [&options](const std::string& name) { options.locale = Locale{name}; },
         "Langue des dates et de {kind}, par exemple fr_FR");
@@ -74,13 +74,15 @@ void declareEngineVerbs(CLI::App& app, EngineWords& words, std::vector<std::stri
     CLI::App& pendingVerb = verb("pending", "Montre les noms qui attendent votre accord");
     addJson(pendingVerb, options);
     CLI::App& acceptVerb = verb("accept", "Donne le nom proposé");
-    acceptVerb.add_option("ID", names, "Identifiants des propositions, ou leurs quatre premiers caractères");
+    acceptVerb.add_option("ID...", names,
+                          "Identifiants des propositions, ou leurs quatre premiers caractères");
     acceptVerb.add_option_function<std::string>(
         "--title", [&options](const std::string& title) { options.title = title; },
         "Un autre titre que celui proposé");
     addJson(acceptVerb, options);
     CLI::App& ignoreVerb = verb("ignore", "Refuse le nom proposé ; le fichier garde le sien");
-    ignoreVerb.add_option("ID", names, "Identifiants des propositions, ou leurs quatre premiers caractères");
+    ignoreVerb.add_option("ID...", names,
+                          "Identifiants des propositions, ou leurs quatre premiers caractères");
     addJson(ignoreVerb, options);
 
     CLI::App& historyVerb = verb("history", "Montre les renommages, le dernier d'abord");
@@ -91,8 +93,10 @@ void declareEngineVerbs(CLI::App& app, EngineWords& words, std::vector<std::stri
     CLI::App& batchVerb = verb("batch", "Propose des noms pour les fichiers d'un dossier");
     batchVerb.add_option("DOSSIER", paths, "Le dossier");
     batchVerb.add_flag("--apply", options.apply, "Renomme ceux dont le nom est assez sûr");
-    batchVerb.add_option("--also", words.also,
-                         "Aussi : well-named (noms déjà parlants), no-title (sans résultat auparavant)");
+    batchVerb
+        .add_option("--also", words.also,
+                    "Aussi : well-named (noms déjà parlants), no-title (sans résultat auparavant)")
+        ->allow_extra_args(false); // one value each time, so that a folder may follow
     addJson(batchVerb, options);
 
     declareSettings(verb("settings", "Montre et change les réglages"), names, options);

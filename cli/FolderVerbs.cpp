@@ -88,7 +88,7 @@ ExitStatus list(const Options& options, Streams streams) {
         const auto notes = notesOfDisk(listed->path);
         record["notes"] = Json::array();
         for (const std::string& note : notes)
-            record["notes"].push_back(note);
+            record["notes"].push_back(Json{{"message", note}});
         if (options.json) {
             streams.out << writeJson(record) << '\n' << std::flush;
             continue;

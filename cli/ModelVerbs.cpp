@@ -121,13 +121,16 @@ void show(const ModelFolder& models, const ModelFolder::Model& model, bool isSpe
     out << '\n';
 }
 
-ExitStatus list(const ModelFolder& models, const Options& options, std::ostream& out) {
+/// All models, or the one that is called `only`.
+ExitStatus list(const ModelFolder& models, const Options& options, std::ostream& out,
+                std::string_view only = {}) {
     const auto all = models.models();
     const auto used = models.used();
     const auto speech = models.speech();
     for (const ModelFolder::Model& model : all)
-        show(models, model, false, models.isEnabled() && used == model, options, out);
-    if (speech)
+        if (only.empty() || model.name == only)
+            show(models, model, false, models.isEnabled() && used == model, options, out);
+    if (speech && (only.empty() || speech->name == only))
         show(models, *speech, true, speech->bytes > 0, options, out);
     if (options.json)
         return ExitStatus::done;
@@ -180,35 +183,64 @@ ExitStatus add(const ModelFolder& models, const Options& options, std::ostream& 
     if (!name)
         return refuse(err, shownName(file), name.error().message());
     const bool isSpeech = *name == ModelFolder::speechName;
-    auto note = isSpeech ? std::nullopt : tryModel(file, *name, options, out, err);
-    if (isSpeech ? !trySpeech(file, out, err) : !note)
+    std::ostream silent(nullptr); // programs are told once, at the end
+    std::ostream& words = options.json ? silent : out;
+    auto note = isSpeech ? std::nullopt : tryModel(file, *name, options, words, err);
+    if (isSpeech ? !trySpeech(file, words, err) : !note)
         return ExitStatus::notAllDone;
     const bool isFirst = !models.used();
     const auto added = models.add(file, options.link ? ModelFolder::Way::link : ModelFolder::Way::copy);
     if (!added)
         return refuse(err, *name, added.error().message());
-    out << printable(*added) << text(" : ajouté.") << '\n';
+    words << printable(*added) << text(" : ajouté.") << '\n';
     if (isSpeech) {
-        out << text("La parole des enregistrements et des films est transcrite.") << '\n';
-        return ExitStatus::done;
+        words << text("La parole des enregistrements et des films est transcrite.") << '\n';
+    } else {
+        if (const auto copy = openModelFile(models.path() / *added)) {
+            note->identity = copy->identity;
+            ModelNotes(models.notesPath()).keep(*added, *note);
+        }
+        // Chosen by name, so that a later one does not take its place by the alphabet.
+        if (isFirst && models.use(*added))
+            words << text(models.isEnabled() ? "C'est lui qui sert." : "Il servira après : vesto model on")
+                  << '\n';
+        else
+            words << text("Pour qu'il serve : ") << "vesto model use '" << printable(*added) << "'\n";
     }
-    if (const auto copy = openModelFile(models.path() / *added)) {
-        note->identity = copy->identity;
-        ModelNotes(models.notesPath()).keep(*added, *note);
-    }
-    // Chosen by name, so that a later one does not take its place by the alphabet.
-    if (isFirst && models.use(*added))
-        out << text(models.isEnabled() ? "C'est lui qui sert." : "Il servira après : vesto model on") << '\n';
-    else
-        out << text("Pour qu'il serve : ") << "vesto model use '" << printable(*added) << "'\n";
+    return options.json ? list(models, options, out, *added) : ExitStatus::done;
+}
+
+ExitStatus use(const ModelFolder& models, const std::string& name, const Options& options, std::ostream& out,
+               std::ostream& err) {
+    if (const auto result = models.use(name); !result)
+        return refuse(err, name, result.error().message());
+    if (const auto used = models.used(); used && options.json)
+        return list(models, options, out, used->name);
+    out << printable(name)
+        << text(models.isEnabled() ? " : c'est lui qui sert." : " : il servira après « vesto model on ».")
+        << '\n';
     return ExitStatus::done;
 }
 
-ExitStatus told(const std::expected<void, ModelFileError>& result, std::string_view name,
-                std::string_view done, std::ostream& out, std::ostream& err) {
-    if (!result)
+ExitStatus remove(const ModelFolder& models, const std::string& name, const Options& options,
+                  std::ostream& out, std::ostream& err) {
+    if (const auto result = models.remove(name); !result)
         return refuse(err, name, result.error().message());
-    out << printable(name) << done << '\n';
+    if (options.json)
+        out << writeJson(Json{{"name", name}, {"outcome", "removed"}}) << '\n';
+    else
+        out << printable(name) << text(" : retiré.") << '\n';
+    return ExitStatus::done;
+}
+
+ExitStatus setEnabled(const ModelFolder& models, bool enabled, const Options& options, std::ostream& out,
+                      std::ostream& err) {
+    if (const auto result = models.setEnabled(enabled); !result)
+        return refuse(err, text("Modèle"), result.error().message());
+    if (options.json)
+        out << writeJson(Json{{"enabled", enabled}}) << '\n';
+    else
+        out << text("Modèle") << text(enabled ? " : en service." : " : hors service.") << '\n';
     return ExitStatus::done;
 }
 
@@ -227,16 +259,12 @@ ExitStatus manageModels(const Options& options, bool offline, std::ostream& out,
             return refuse(err, "vesto", text("ce noyau ne sait pas filtrer les appels système (seccomp)."));
         return add(models, options, out, err);
     case ModelAction::remove:
-        return told(models.remove(name), name, text(" : retiré."), out, err);
+        return remove(models, name, options, out, err);
     case ModelAction::use:
-        return told(
-            models.use(name), name,
-            text(models.isEnabled() ? " : c'est lui qui sert." : " : il servira après « vesto model on »."),
-            out, err);
+        return use(models, name, options, out, err);
     case ModelAction::enable:
-        return told(models.setEnabled(true), text("Modèle"), text(" : en service."), out, err);
     case ModelAction::disable:
-        return told(models.setEnabled(false), text("Modèle"), text(" : hors service."), out, err);
+        return setEnabled(models, options.modelAction == ModelAction::enable, options, out, err);
     case ModelAction::test:
         break; // reads files: testModel
     }

@@ -88,8 +88,10 @@ ExitStatus rename(const Options& options, bool offline, Streams streams) {
             return report.heard();
         });
         if (!isTold && report.heard()) { // the engine went away: what comes would only fail as well
-            report.refused(target.path, result.reason.empty() ? text("Pas de réponse.") : result.reason,
-                           Json{{"path", target.path.native()}, {"outcome", "error"}});
+            const std::string reason =
+                result.reason.empty() ? std::string(text("Pas de réponse.")) : result.reason;
+            report.refused(target.path, reason,
+                           Json{{"path", target.path.native()}, {"outcome", "error"}, {"reason", reason}});
             break;
         }
     }

@@ -157,7 +157,7 @@ void Commands::undo(const Json& order, const Request& request) {
         undoFound(store.lastDone());
     } else {
         const std::string word = stringMember(order, "id").value_or("");
-        const auto ids = store.recordIDs(isIDPrefix(word) ? word : std::string());
+        const auto ids = store.recordIDs(idPrefix(word));
         if (!ids) {
             request->end(false, storeReason(ids.error()));
             return;
@@ -174,7 +174,7 @@ void Commands::undo(const Json& order, const Request& request) {
 void Commands::undoBatch(const Json& order, const Request& request) {
     const Store& store = m_model.store();
     const std::string word = stringMember(order, "id").value_or("");
-    const auto ids = store.batchIDs(isIDPrefix(word) ? word : std::string());
+    const auto ids = store.batchIDs(idPrefix(word));
     const auto id = ids ? idNamedBy(word, *ids) : std::expected<std::string, std::string>();
     auto records = id ? store.batch(*id) : Store::Result<std::vector<RenameRecord>>();
     if (!ids || !records) {

@@ -12,14 +12,6 @@ namespace {
 
 constexpr std::size_t shortestPrefix = 4; // characters
 
-std::string lowered(std::string_view word) {
-    std::string result(word);
-    for (char& letter : result)
-        if (letter >= 'A' && letter <= 'F')
-            letter = static_cast<char>(letter - 'A' + 'a');
-    return result;
-}
-
 } // namespace
 
 bool isIDPrefix(std::string_view word) {
@@ -27,12 +19,22 @@ bool isIDPrefix(std::string_view word) {
            word.find_first_not_of("0123456789abcdefABCDEF-") == std::string_view::npos;
 }
 
+std::string idPrefix(std::string_view word) {
+    if (!isIDPrefix(word))
+        return {};
+    std::string prefix(word);
+    for (char& letter : prefix)
+        if (letter >= 'A' && letter <= 'F')
+            letter = static_cast<char>(letter - 'A' + 'a');
+    return prefix;
+}
+
 std::expected<std::string, std::string> idNamedBy(std::string_view word,
                                                   const std::vector<std::string>& ids) {
-    if (!isIDPrefix(word))
+    const std::string prefix = idPrefix(word);
+    if (prefix.empty())
         return std::unexpected(
             std::string(text("Un identifiant est attendu : au moins ses quatre premiers caractères.")));
-    const std::string prefix = lowered(word);
     const auto begins = [&](const std::string& id) { return id.starts_with(prefix); };
     const auto found = std::ranges::find_if(ids, begins);
     if (found == ids.end())

@@ -13,4 +13,7 @@ namespace vesto {
 /// Whether a word can be an id or the beginning of one: four characters at least.
 [[nodiscard]] bool isIDPrefix(std::string_view word);
 
+/// How the ids begin that `word` may name, in small letters as ids are; empty where it can name none.
+[[nodiscard]] std::string idPrefix(std::string_view word);
+
 } // namespace vesto

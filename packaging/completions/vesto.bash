@@ -1,6 +1,8 @@
 # Completion of vesto and vesto-desktop for bash.
 _vesto() {
     local current=${COMP_WORDS[COMP_CWORD]} previous=${COMP_WORDS[COMP_CWORD - 1]} verb=${COMP_WORDS[1]} words=
+    local action=
+    [ "$COMP_CWORD" -le 2 ] || action=${COMP_WORDS[2]}
     if [ "$COMP_CWORD" -eq 1 ]; then
         words="watch folders pending accept ignore batch history undo name rename settings doctor read generic template
             model --help --version"
@@ -26,7 +28,14 @@ _vesto() {
         rename) words="--template --locale --generic-only --again --min-confidence --json --verbose --help" ;;
         read) words="--locale --prompt --json --verbose --help" ;;
         template) words="--locale --json --help" ;;
-        settings | model) words="--help" ;;
+        settings | model)
+            words="--help"
+            case "$verb $action" in
+            "model add") words+=" --link --locale --json --verbose" ;;
+            "model test") words+=" --locale --json --verbose" ;;
+            *" "?*) words+=" --json" ;;
+            esac
+            ;;
         esac
         if [ "$COMP_CWORD" -eq 2 ]; then
             case $verb in

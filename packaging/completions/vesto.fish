@@ -3,6 +3,10 @@ function __vesto_verb
     set -l words (commandline -opc)
     test (count $words) -ge 2; and contains -- $words[2] $argv
 end
+function __vesto_action
+    set -l words (commandline -opc)
+    test (count $words) -ge 3; and test $words[2] = $argv[1]; and contains -- $words[3] $argv[2..]
+end
 function __vesto_at
     set -l words (commandline -opc)
     test (count $words) -eq $argv[1]
@@ -36,6 +40,11 @@ complete -c vesto -n "__vesto_verb settings; and __vesto_at 3" -f -a "template g
 complete -c vesto -n "__vesto_verb model; and __vesto_at 2" -f -a "list add remove use on off test"
 complete -c vesto -n "__vesto_verb pending accept ignore history doctor generic template" -f
 complete -c vesto -n "__vesto_verb watch folders pending accept ignore batch history undo name rename doctor read generic template" -l json -d "Un objet JSON par ligne"
+complete -c vesto -n "__vesto_action settings get set" -l json -d "Un objet JSON par ligne"
+complete -c vesto -n "__vesto_action model list add remove use on off test" -l json -d "Un objet JSON par ligne"
+complete -c vesto -n "__vesto_action model add" -l link -d "Un lien au lieu d'une copie"
+complete -c vesto -n "__vesto_action model add test" -x -l locale -d "Langue du titre"
+complete -c vesto -n "__vesto_action model add test" -s v -l verbose -d "Dit ce qui est en cours"
 complete -c vesto -n "__vesto_verb watch batch name rename read" -s v -l verbose -d "Dit ce qui est en cours"
 complete -c vesto -n "__vesto_verb name rename" -x -l template -d "Modèle de nom"
 complete -c vesto -n "__vesto_verb watch name rename read template" -x -l locale -d "Langue des dates"

@@ -86,6 +86,7 @@ public:
         if (!ipc::sendPacket(m_socket, ipc::encode(ipc::Greeting{jail}), {}, std::chrono::seconds(1)) ||
             jail == ipc::Jail::none || jail == ipc::Jail::refused)
             return 1;
+        m_lastQuestion = std::chrono::steady_clock::now(); // its own start was nobody's idleness
         while (turn()) {
         }
         return 0; // the children die with this process
@@ -252,7 +253,7 @@ private:
     sandbox::Jail m_jail;
     std::vector<Child> m_children;
     std::vector<std::vector<std::string>> m_warm; // lists of languages that recognition is loaded for
-    Moment m_lastQuestion = std::chrono::steady_clock::now();
+    Moment m_lastQuestion;                        // or the greeting
 };
 
 } // namespace

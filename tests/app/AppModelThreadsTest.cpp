@@ -427,7 +427,7 @@ TEST(AppModelThreads, RemovesTheHiddenNameThatARenameLeftEvenAfterAnUndoThatFail
 
 TEST(AppModelThreads, NamesAgainWhatWasReplacedWhileItWaited) {
     World world;
-    world.stabilizer.quietPeriod = std::chrono::milliseconds(300);
+    world.stabilizer.quietPeriod = std::chrono::seconds(3);
     world.stabilizer.timeout = std::chrono::seconds(60);
     world.start();
     world.watch();
@@ -503,7 +503,7 @@ TEST(AppModelThreads, MarksWhatHasNoTitleAndTellsWhatItCannotRead) {
     std::string content = "illisible";
     while (world.model->unreadable().empty() && content.size() < 30) {
         const int before = world.reading->count;
-        write(world.folder / "scan0002.txt", content += '!');
+        std::filesystem::rename(write(world.home / "next", content += '!'), world.folder / "scan0002.txt");
         ASSERT_TRUE(world.eventually([&] { return world.reading->count > before && world.isQuiet(); }));
     }
     ASSERT_EQ(world.model->unreadable().size(), 1);
@@ -572,8 +572,7 @@ TEST(AppModelThreads, FinishesTheFileAtHandWhenAskedToLeaveUnlessItTakesTooLong)
     for (const bool takesTooLong : {false, true}) {
         SCOPED_TRACE(takesTooLong);
         World world;
-        if (takesTooLong)
-            world.finishPatience = std::chrono::milliseconds(50);
+        world.finishPatience = std::chrono::milliseconds(takesTooLong ? 50 : 60'000);
         ASSERT_TRUE(world.settings.setAutoThreshold(0.5));
         world.start();
         world.watch(true);
@@ -601,11 +600,11 @@ TEST(AppModelThreads, FinishesTheFileAtHandWhenAskedToLeaveUnlessItTakesTooLong)
 
 TEST(AppModelThreads, SaysThatADiskDoesNotAnswer) {
     World world;
-    world.silenceLimit = std::chrono::milliseconds(100);
+    world.silenceLimit = std::chrono::seconds(3); // a busy machine's disk does not answer at once either
     world.finishPatience = std::chrono::milliseconds(0);
     world.start();
     world.watch();
-    world.pass(std::chrono::milliseconds(300));
+    world.pass(std::chrono::milliseconds(3500));
     EXPECT_EQ(world.errors, std::vector<std::string>());
     const auto pending = world.proposal("scan0001.txt", bill);
     world.disk.hangs = true;

@@ -1,16 +1,18 @@
 #include "core/files/ProcessedMarker.h"
 #include "tests/app/support/Life.h"
-#include "tests/core/watch/ShortQueue.h"
 
 #include <fmt/format.h>
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <atomic>
+#include <chrono>
 #include <cstdlib>
 #include <fstream>
 #include <functional>
 #include <set>
 #include <thread>
+#include <utility>
 
 namespace vesto {
 namespace {
@@ -36,6 +38,21 @@ std::string wordFor(std::size_t number) {
     return word;
 }
 
+/// Counts its lines. Gives the longest time from the beginning of one line to the end of the next.
+std::chrono::milliseconds writeSlowly(const std::filesystem::path& file, int lines,
+                                      std::atomic<int>& written) {
+    using Clock = std::chrono::steady_clock;
+    auto longest = Clock::duration::zero();
+    for (auto before = Clock::now(); written < lines;) {
+        const auto start = Clock::now();
+        std::ofstream(file, std::ios::app) << "Dossier long\n";
+        ++written;
+        longest = std::max(longest, Clock::now() - std::exchange(before, start));
+        std::this_thread::sleep_for(std::chrono::milliseconds(60));
+    }
+    return std::chrono::ceil<std::chrono::milliseconds>(longest);
+}
+
 class FloodThreads : public testing::Test {
 protected:
     void begin(bool automatic, FileStabilizer stabilizer = Life::impatient()) {
@@ -48,7 +65,6 @@ protected:
     /// Three writers at once, while the first files are dealt with already; until `isOver`, and nothing is to
     /// do any more.
     void flood(std::size_t count, const std::function<bool()>& isOver);
-    void floodAndRename(std::size_t count);
     /// How many files stand under names that Vesto gave them, each of which must be right.
     [[nodiscard]] std::size_t renamedFiles(std::size_t count);
 
@@ -85,23 +101,13 @@ std::size_t FloodThreads::renamedFiles(std::size_t count) {
     return rows.size();
 }
 
-void FloodThreads::floodAndRename(std::size_t count) {
+TEST_F(FloodThreads, EachFileOfManyIsRenamedOnce) {
     begin(true);
+    const std::size_t count = floodSize();
     std::size_t renamed = 0;
     QObject::connect(&m_life->model(), &AppModel::renamed, [&] { ++renamed; });
     flood(count, [&] { return renamed >= count; });
     EXPECT_EQ(renamedFiles(count), count);
-}
-
-TEST_F(FloodThreads, EachFileOfManyIsRenamedOnce) {
-    floodAndRename(floodSize());
-}
-
-TEST_F(FloodThreads, EachFileIsRenamedWhereTheSystemForgetsWhatItHasToTell) {
-    const ShortQueue queue;
-    if (!queue.isShort)
-        GTEST_SKIP() << "the length of the system's queue may not be changed here";
-    floodAndRename(floodSize());
 }
 
 TEST_F(FloodThreads, EachFileOfManyIsProposedOnceKeptAndAnswered) {
@@ -145,24 +151,30 @@ TEST_F(FloodThreads, AWriterThatClosesAndReopensIsLeftInPeace) {
     begin(
         true,
         {.quietPeriod = milliseconds(400), .pollInterval = milliseconds(20), .timeout = milliseconds(1000)});
-    const auto file = m_home.files / "scan.txt";
     constexpr int lines = 40;
     std::atomic<int> written = 0;
-    std::thread writer([&] {
-        for (int line = 0; line < lines; ++line) {
-            std::ofstream(file, std::ios::app) << "Dossier long\n";
-            ++written;
-            std::this_thread::sleep_for(milliseconds(60));
-        }
-    });
+    std::string file;
     int renamedAt = 0;
-    QObject::connect(&m_life->model(), &AppModel::renamed, [&] { renamedAt = written; });
-    EXPECT_TRUE(m_life->runUntil([&] { return renamedAt != 0; }));
-    writer.join();
+    QObject::connect(&m_life->model(), &AppModel::renamed, [&](const RenameRecord& row) {
+        if (row.originalName == file)
+            renamedAt = written;
+    });
+    // A writer that a busy machine holds up does close for long; it begins again, with another file.
+    auto longestPause = milliseconds::max();
+    for (int tries = 0; tries < 10 && longestPause >= milliseconds(300); ++tries) {
+        file = fmt::format("scan {}.txt", tries);
+        written = 0;
+        renamedAt = 0;
+        std::thread writer([&] { longestPause = writeSlowly(m_home.files / file, lines, written); });
+        EXPECT_TRUE(m_life->runUntil([&] { return renamedAt != 0; }));
+        writer.join();
+    }
+    ASSERT_LT(longestPause, milliseconds(300));
     EXPECT_EQ(renamedAt, lines) << "renamed while it was written";
-    const auto rows = m_life->store().history("", 10).value();
+    auto rows = m_life->store().history("", 100).value();
+    std::erase_if(rows, [&](const RenameRecord& row) { return row.originalName != file; });
     ASSERT_EQ(rows.size(), 1);
-    EXPECT_EQ(namesIn(m_home.files), (std::set<std::string>{rows.front().newName}));
+    EXPECT_FALSE(namesIn(m_home.files).contains(file));
     EXPECT_EQ(contentOf(m_home.files / rows.front().newName).size(),
               lines * std::string("Dossier long\n").size());
 }

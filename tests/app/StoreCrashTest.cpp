@@ -185,7 +185,7 @@ TEST(StoreCrash, SurvivesKills) {
 TEST(StoreCrash, IsSharedByTwoPrograms) {
     const TestFolder folder;
     const auto file = folder / "new" / "history.sqlite";
-    constexpr int rows = 300;
+    constexpr int rows = 40;
     const auto writeRows = [&](int first) {
         auto store = Store::open(file); // both may be the one that makes it
         for (int number = 0; store && number < rows; ++number)

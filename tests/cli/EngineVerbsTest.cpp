@@ -34,6 +34,14 @@ std::vector<Json> ask(std::vector<std::string> words, int status = 0) {
     return objects(run.out);
 }
 
+/// An id as somebody may type it.
+std::string upper(std::string id) {
+    for (char& letter : id)
+        if (letter >= 'a' && letter <= 'f')
+            letter = static_cast<char>(letter - 'a' + 'A');
+    return id;
+}
+
 std::vector<std::string> outcomes(const std::vector<Json>& records) {
     std::vector<std::string> result;
     result.reserve(records.size());
@@ -131,7 +139,7 @@ TEST_F(EngineVerbs, GoesOnWithoutAnEngineThatWasKilled) {
     EXPECT_THAT(m_folder.names(), ElementsAre("Bail du moulin.txt", "scan0002.txt"));
     const auto rows = ask({"history"});
     ASSERT_EQ(rows.size(), 1U);
-    EXPECT_THAT(outcomes(ask({"undo", rows[0].value("id", "").substr(0, 6)})), ElementsAre("undone"));
+    EXPECT_THAT(outcomes(ask({"undo", upper(rows[0].value("id", "").substr(0, 13))})), ElementsAre("undone"));
     EXPECT_THAT(outcomes(ask({"undo", rows[0].value("id", "")}, 1)), ElementsAre("error")); // not twice
     EXPECT_EQ(ask({"pending"}).size(), 1U);
 
@@ -239,7 +247,7 @@ TEST_F(EngineVerbs, ABatchProposesThenRenamesThenIsUndone) {
     EXPECT_THAT(m_folder.names(), Not(testing::Contains("scan0001.txt")));
     const auto rows = ask({"history"});
     ASSERT_EQ(rows.size(), 3U);
-    EXPECT_THAT(ask({"undo", "--batch", rows[0].value("batchID", "").substr(0, 8)}).size(), 3U);
+    EXPECT_THAT(ask({"undo", "--batch", upper(rows[0].value("batchID", "").substr(0, 13))}).size(), 3U);
     EXPECT_THAT(m_folder.names(), ElementsAre("Vacances en Bretagne.txt", "scan0001.txt", "scan0002.txt"));
     EXPECT_EQ(runVesto({"batch", (m_folder.path() / "absent").native()}).status, 1);
 }
@@ -322,6 +330,7 @@ TEST_F(EngineVerbs, StatusAndShapeOfEveryVerb) {
         {{"batch", watched(), "--also", "all"}, 2, "--also"},
         {{"batch", watched(), "--template", "{title}"}, 2, "en trop : --template"},
         {{"batch", watched()}, 1, "Aucun fichier à renommer"},
+        {{"batch", "--also", "well-named", "--also", "no-title", watched()}, 1, "Aucun fichier à renommer"},
         {{"settings", "get"}, 0, R"({"key":"autoThreshold","value":0.6})"},
         {{"settings", "set", "autoThreshold", "2"}, 1, "un nombre de 0 à 1"},
         {{"settings", "set", "template", "{titel}"}, 1, "Jeton inconnu"},

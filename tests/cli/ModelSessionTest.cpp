@@ -40,9 +40,9 @@ TEST(ModelSession, WaitsForTheFirstLoadAndSaysSo) {
         {0ms, Availability::available, false, true, {}},
         {5ms, Availability::available, false, true, {}},
         {5ms, Availability::available, true, true, {"Titres par le modèle local : Essai"}},
-        {350ms, Availability::available, false, true, {"se charge"}},
-        {1000ms, Availability::available, false, false, {"se charge", "en cours de chargement"}},
-        {350ms, Availability::deviceNotEligible, false, false, {"se charge", "pas assez de mémoire"}},
+        {1100ms, Availability::available, false, true, {"se charge"}},
+        {3000ms, Availability::available, false, false, {"se charge", "en cours de chargement"}},
+        {1100ms, Availability::deviceNotEligible, false, false, {"se charge", "pas assez de mémoire"}},
         {0ms, Availability::unavailable, false, false, {}},
         {0ms, Availability::unavailable, true, false, {"Modèle indisponible."}},
     };
@@ -61,7 +61,7 @@ TEST(ModelSession, WaitsForTheFirstLoadAndSaysSo) {
         Options options;
         options.verbose = row.verbose;
         std::ostringstream err;
-        ModelSession session(options, local, err, {.silent = 300ms, .longest = 400ms});
+        ModelSession session(options, local, err, {.silent = 1000ms, .longest = 1200ms});
         // What cannot be used is not loaded all the same.
         EXPECT_EQ(model->prewarms, row.load > 0ms || row.after == Availability::available ? 1 : 0);
         EXPECT_EQ(session.generator() != nullptr, row.usable);

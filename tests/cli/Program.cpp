@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 #include <signal.h>
+#include <sys/mman.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <sys/xattr.h>
@@ -101,9 +102,9 @@ RunResult runVesto(const std::vector<std::string>& words, std::optional<uid_t> u
     CommandLine line(words);
 
     // Files take the output, so that a long one cannot block the child.
-    const UniqueFd out(output == nullptr ? ::open("/tmp", O_TMPFILE | O_RDWR | O_CLOEXEC, 0600)
+    const UniqueFd out(output == nullptr ? ::memfd_create("output", MFD_CLOEXEC)
                                          : ::open(output, O_RDWR | O_CLOEXEC));
-    const UniqueFd err(::open("/tmp", O_TMPFILE | O_RDWR | O_CLOEXEC, 0600));
+    const UniqueFd err(::memfd_create("errors", MFD_CLOEXEC));
     const UniqueFd opened(::open(VESTO_PROGRAM, O_PATH | O_CLOEXEC));
     const fs::path profile = profileInUse();
     const pid_t child = ::fork();

@@ -1,5 +1,6 @@
 #!/usr/bin/env python3
 """vesto-desktop in sessions of their own, with real servers around it:  desktop_test.py VESTO [TEST…]"""
+import contextlib
 import os
 import pathlib
 import re
@@ -29,6 +30,11 @@ class DesktopTest(unittest.TestCase):
 
 
 class LifeTest(DesktopTest):
+    @staticmethod
+    def await_window_with(session, token):
+        until(lambda: any(session.startup_id(window) == token for window in session.windows_of_vesto()),
+              f"a window with the token {token}")
+
     def test_second_launch_shows_the_first(self):
         for bus in (True, False):
             with self.subTest(bus=bus):
@@ -53,8 +59,7 @@ class LifeTest(DesktopTest):
                           ({"activation-token": "from the bus"},), timeout=PATIENCE)
         process = int(ask("GetConnectionUnixProcessID", "s", APPLICATION))
         self.addCleanup(lambda: os.path.exists(f"/proc/{process}") and os.kill(process, signal.SIGKILL))
-        window = until(session.windows_of_vesto, "the window")[0]
-        until(lambda: session.startup_id(window) == "from the bus", "the token of who asked")
+        self.await_window_with(session, "from the bus")
         os.kill(process, signal.SIGTERM)
         until(lambda: not os.path.exists(f"/proc/{process}"), "the end")
 
@@ -65,8 +70,7 @@ class LifeTest(DesktopTest):
             session.environment[name] = token
             self.assertEqual(session.start_desktop(awaited=False).wait(PATIENCE), 0)
             del session.environment[name]
-            window = until(session.windows_of_vesto, "the window")[0]
-            until(lambda: session.startup_id(window) == token, f"the use of {name}")
+            self.await_window_with(session, token)
 
     def test_takes_over_from_a_watch(self):
         session = self.session()
@@ -103,9 +107,10 @@ class LifeTest(DesktopTest):
         session = self.session()
         desktop = session.start_desktop("--hidden")
         for task in pathlib.Path(f"/proc/{desktop.pid}/task").iterdir():
-            status = (task / "status").read_text()
-            self.assertRegex(status, r"\nNoNewPrivs:\t1\n", task)
-            self.assertRegex(status, r"\nSeccomp:\t2\n", task)
+            with contextlib.suppress(OSError):  # it may end meanwhile
+                status = (task / "status").read_text()
+                self.assertRegex(status, r"\nNoNewPrivs:\t1\n", task)
+                self.assertRegex(status, r"\nSeccomp:\t2\n", task)
 
     def test_runs_under_wayland(self):
         session = self.session(display="wayland")
@@ -124,7 +129,8 @@ class NotificationTest(DesktopTest):
         pick.write_text(f'#!/bin/sh\ngrep -F -m 1 -f "{choice}"\n')
         pick.chmod(0o700)
         config = session.home / "dunstrc"
-        config.write_text(f"[global]\ndmenu = {pick}\n")
+        # Nothing ends but by what Vesto does.
+        config.write_text(f"[global]\ndmenu = {pick}\n[urgency_normal]\ntimeout = 0\n")
         session.spawn("dunst", "-conf", str(config), stdout=subprocess.DEVNULL)
         bus = session.connection()
         until(lambda: bus.name_has_owner(NOTIFICATIONS), "dunst")
@@ -151,6 +157,7 @@ class NotificationTest(DesktopTest):
         until(lambda: shown() == 1, "a notification")
         act("Ignorer")
         until(lambda: not session.lines("pending"), "the end of the proposal")
+        until(lambda: shown() == 0, "the end of the notification")
         self.assertTrue((session.downloads / "scan0002.txt").exists())
 
         session.drop("scan0003.txt")  # answered elsewhere: its notification goes
@@ -236,14 +243,18 @@ class NotificationTest(DesktopTest):
         for number in range(12):
             session.drop(f"scan{number:04}.txt")
         until(lambda: len(session.lines("pending")) == 12, "all proposals")
-        last = until(lambda: [call for call in calls("Notify") if call[3] == "7 nouvelles propositions"],
+
+        def apart():
+            return [call for call in calls("Notify") if "nouvelle" not in call[3]]
+        last = until(lambda: [call for call in calls("Notify") if call[3].startswith(f"{12 - len(apart())} nouvelle")],
                      "the summary")[-1]
         self.assertEqual((last[4], last[5]), ("\u2068Downloads\u2069", ["show", "Afficher"]))
-        apart = [call for call in calls("Notify") if "nouvelle" not in call[3]]
-        self.assertEqual(len(apart), 5)
+        self.assertTrue(5 <= len(apart()) < 12)  # five, but for a machine so busy that they take more than ten seconds
         self.assertEqual(session.windows_of_vesto(), [])
-        emit("ActionInvoked", "us", dbus.UInt32(6), "default")
-        emit("ActionInvoked", "us", dbus.UInt32(6), "show")
+        shown = [call[3] for call in calls("Notify") if call[1] == 0]  # the server counts them
+        summary = dbus.UInt32(1 + next(number for number, text in enumerate(shown) if "nouvelle" in text))
+        emit("ActionInvoked", "us", summary, "default")
+        emit("ActionInvoked", "us", summary, "show")
         until(session.windows_of_vesto, "the panel")
 
         # A server that goes takes its notifications along; the next one is asked anew.
@@ -300,6 +311,16 @@ class TrayTest(DesktopTest):
         width, height, left, top = map(int, second.groups())
         return left, top, width, height
 
+    @staticmethod
+    def is_beside(panel, icon):
+        """On the screen, near to it and not over it."""
+        if panel is None:
+            return False
+        gaps = [max(panel[axis] - icon[axis] - icon[axis + 2], icon[axis] - panel[axis] - panel[axis + 2])
+                for axis in (0, 1)]
+        return 0 <= max(gaps) <= 16 and all(0 <= panel[axis] <= screen - panel[axis + 2]
+                                            for axis, screen in ((0, 1280), (1, 800)))
+
     def test_the_panel_opens_beside_the_icon(self):
         session = self.session()
         session.onboard()
@@ -312,12 +333,8 @@ class TrayTest(DesktopTest):
                 left, top, width, height = icon
                 subprocess.run(["xdotool", "mousemove", str(left + width // 2), str(top + height // 2), "click", "1"],
                                env=session.environment, check=True)
-                panel = session.geometry(until(session.windows_of_vesto, "the panel")[0])
-                gaps = [max(panel[axis] - icon[axis] - icon[axis + 2], icon[axis] - panel[axis] - panel[axis + 2])
-                        for axis in (0, 1)]
-                self.assertTrue(0 <= max(gaps) <= 16, (icon, panel))  # beside it, and not over it
-                for axis, screen in ((0, 1280), (1, 800)):
-                    self.assertTrue(0 <= panel[axis] <= screen - panel[axis + 2], (icon, panel))
+                until(lambda: any(self.is_beside(session.geometry(window), icon)
+                                  for window in session.windows_of_vesto()), f"the panel beside the icon at {icon}")
                 subprocess.run(["xdotool", "key", "Escape"], env=session.environment, check=True)
                 until(lambda: not session.windows_of_vesto(), "the end of the panel")
                 session.end(trayer)

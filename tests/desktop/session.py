@@ -85,7 +85,8 @@ class Session:
         config.write_text(f"""<busconfig><type>session</type><listen>unix:dir={self.home}/run</listen>
 <servicedir>{services}</servicedir>
 <auth>EXTERNAL</auth><policy context="default"><allow send_destination="*" eavesdrop="true"/>
-<allow eavesdrop="true"/><allow own="*"/></policy></busconfig>""")
+<allow eavesdrop="true"/><allow own="*"/></policy>
+<limit name="service_start_timeout">120000</limit><limit name="auth_timeout">240000</limit></busconfig>""")
         read, write = os.pipe()
         self.bus = self.spawn("dbus-daemon", f"--config-file={config}", f"--print-address={write}", "--nofork",
                               pass_fds=[write])
@@ -160,9 +161,11 @@ class Session:
         return done.stdout.split()
 
     def geometry(self, window):
-        """Left, top, width and height on the screen."""
+        """Left, top, width and height on the screen; nothing of one that is gone."""
         done = subprocess.run(["xdotool", "getwindowgeometry", "--shell", window], env=self.environment,
-                              capture_output=True, text=True, check=True)
+                              capture_output=True, text=True, check=False)
+        if done.returncode != 0:
+            return None
         values = dict(line.split("=") for line in done.stdout.splitlines())
         return tuple(int(values[name]) for name in ("X", "Y", "WIDTH", "HEIGHT"))
 

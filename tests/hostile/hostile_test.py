@@ -70,6 +70,12 @@ class HostileFiles(unittest.TestCase):
                 self.assertIn(vesto.wait(), (0, 1))
 
     @staticmethod
+    def answer_alone(path):
+        done = subprocess.run([VESTO, "name", "--json", "--locale", "fr_FR", path], stdout=subprocess.PIPE,
+                              stdin=subprocess.DEVNULL, stderr=subprocess.DEVNULL, check=False)
+        return json.loads(done.stdout)
+
+    @staticmethod
     def timed(vesto):
         last = time.monotonic()
         for line in vesto.stdout:
@@ -86,6 +92,9 @@ class HostileFiles(unittest.TestCase):
             with self.subTest(case.name):
                 self.assertEqual(os.path.basename(record["path"]), case.name)
                 found = self.outcome(record)
+                # A busy machine may end what takes its time; alone it must do.
+                if found == UNREADABLE and seconds >= 10 and case.expected not in (ANY, NO_NAME, UNREADABLE):
+                    found = self.outcome(self.answer_alone(record["path"]))
                 print(f"{seconds:6.2f} s  {case.name:32} {found}", flush=True)
                 if case.expected == NO_NAME:
                     self.assertIn(found, (UNREADABLE, NOTHING))

@@ -30,7 +30,8 @@ public:
         , m_listener(*ControlListener::open(m_lock))
         , m_thread([this](const std::stop_token& stop) { serve(stop); }) {}
 
-    std::atomic<int> hangUps = 0; // in the middle of a title
+    std::atomic<int> asked = 0;   // for a title
+    std::atomic<int> hangUps = 0; // in the middle of one
 
 private:
     void serve(const std::stop_token& stop) {
@@ -62,6 +63,7 @@ private:
             return tell(lent::recordOf(state));
         }
         const auto request = lent::requestIn(order);
+        ++asked;
         switch (m_way) {
         case Way::title:
             return tell(lent::recordOf(lent::Answer{.title = ProposedName{"Titre de " + request->prompt},
@@ -152,14 +154,16 @@ TEST(SharedLanguageModelThreads, StoppingHangsUp) {
     const Folder folder;
     const ScriptedEngine engine(folder.file("data"), ScriptedEngine::Way::silence);
     Asker asker(folder.file("data"));
-    for (const auto delay : {0ms, 30ms}) {
+    for (const bool isAsked : {false, true}) {
         std::stop_source stop;
+        const int before = engine.asked;
         auto title = std::async([&] { return asker.title(stop.get_token()); });
-        std::this_thread::sleep_for(delay);
+        for (int i = 0; isAsked && i < 12'000 && engine.asked == before; ++i)
+            std::this_thread::sleep_for(5ms);
         stop.request_stop();
         EXPECT_EQ(title.get(), "(cancelled)");
     }
-    for (int i = 0; i < 400 && engine.hangUps == 0; ++i)
+    for (int i = 0; i < 12'000 && engine.hangUps == 0; ++i)
         std::this_thread::sleep_for(5ms);
     EXPECT_GT(engine.hangUps, 0);
     EXPECT_EQ(asker.owns, 0);

@@ -1,5 +1,6 @@
 /// The real service with the real jail around a child that does what the file's name says instead of reading
-/// it.
+/// it. `--time` is how many seconds one of the route `audio` has, so that what hangs is soon ended and
+/// nothing else is.
 #include "services/ipc/Answer.h"
 #include "services/reader/Server.h"
 #include "services/reader/Start.h"
@@ -96,9 +97,7 @@ int work(const ipc::Question& question, int file, int answer, bool warm) {
         reader::writeAll(answer, name[0] == 'r' ? std::string(64, '\xFF') : ipc::encodeAnswer(reading));
         ::close(answer);
         spin();
-    } else if (name == "slow")
-        sleepFor(std::chrono::milliseconds(700));
-    else if (name == "spin")
+    } else if (name == "spin")
         spin();
     else if (name == "thread")
         std::jthread([&] { lines = {"thread"}; }).join();
@@ -124,7 +123,7 @@ int main(int argc, char** argv) {
         .limits =
             [&](Route route) {
                 auto limits = ipc::limitsOf(route);
-                limits.time = std::chrono::seconds(seconds);
+                limits.time = std::chrono::seconds(route == Route::audio ? seconds : 60);
                 return limits;
             },
         .idle = std::chrono::milliseconds(numberOf(optionOf(argc, argv, "--idle="), 60'000)),

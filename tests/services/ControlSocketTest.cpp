@@ -134,7 +134,7 @@ TEST_F(ControlSocket, OneHolderAtATimeAndTheKernelFreesAKilledOnes) {
             static auto listener = ControlListener::open(*lock);
         },
         true);
-    for (int i = 0; i < 200 && !engineNote(data()); ++i)
+    for (int i = 0; i < 6000 && !engineNote(data()); ++i)
         std::this_thread::sleep_for(10ms);
     const auto note = engineNote(data());
     ASSERT_TRUE(note);

@@ -15,7 +15,9 @@
 #include <atomic>
 #include <cerrno>
 #include <cstring>
+#include <fstream>
 #include <functional>
+#include <stop_token>
 #include <thread>
 
 namespace vesto::tests {
@@ -84,15 +86,27 @@ TEST(Jail, TheWaysOutAreOnesOutside) {
     }
 }
 
+bool hasChild(pid_t process) {
+    const std::string number = std::to_string(process);
+    pid_t child = 0;
+    return static_cast<bool>(std::ifstream("/proc/" + number + "/task/" + number + "/children") >> child);
+}
+
 TEST(Jail, OnlyTheFileAndThePipeAreOpen) {
     RemoteReader reader(serviceSettings(VESTO_JAILED_PROBE));
     const std::vector<std::string> standard{"0", "1", "2"};
     EXPECT_EQ(linesOf(reader, Asked("descriptors")), standard);
     // Also while another file is being read.
-    const std::jthread other(
-        [&] { EXPECT_EQ(linesOf(reader, Asked("slow")), std::vector<std::string>{"cold"}); });
-    std::this_thread::sleep_for(200ms);
+    std::stop_source stop;
+    Asked other("hang");
+    other.request.stop = stop.get_token();
+    const std::jthread reading([&] { EXPECT_FALSE(reader.read(other.request, settings())); });
+    for (int i = 0; i < 6000 && !hasChild(*reader.process()); ++i)
+        std::this_thread::sleep_for(10ms);
+    EXPECT_TRUE(hasChild(*reader.process()));
     EXPECT_EQ(linesOf(reader, Asked("descriptors")), standard);
+    EXPECT_TRUE(hasChild(*reader.process())); // to the end
+    stop.request_stop();
 }
 
 TEST(Jail, ThreadsMayBeMade) {
@@ -127,11 +141,10 @@ TEST(RefuseNetwork, LeavesTheSocketsOfThisMachine) {
               EACCES);
 }
 
-TEST(RefuseNetwork, IsInheritedByThreadsAndPrograms) {
+TEST(RefuseNetwork, BindsThreadsThatWereThereBefore) {
     EXPECT_EQ(inAnotherProcess([] {
                   int result = 255;
                   std::atomic<bool> refused = false;
-                  // A thread that was there before has no way around it.
                   std::jthread early([&] {
                       while (!refused)
                           std::this_thread::yield();

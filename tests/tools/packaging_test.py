@@ -14,8 +14,22 @@ def output(*words):
     return subprocess.run(words, capture_output=True, text=True, check=True).stdout
 
 
-def verbs():
-    return re.findall(r"^  ([a-z]+)  ", output(VESTO, "--help").split("Commandes:")[1], re.MULTILINE)
+def verbs(*above):
+    """The words of a verb, and of what stands below it: ("model",), ("model", "add")."""
+    for word in re.findall(r"^  ([a-z]+)  ", output(VESTO, *above, "--help").partition("Commandes:")[2], re.MULTILINE):
+        yield (*above, word)
+        yield from verbs(*above, word)
+
+
+def options_of(verb):
+    return set(re.findall(r"^  .*?--([a-z-]+)", output(VESTO, *verb, "--help").split("Options:")[1], re.MULTILINE))
+
+
+def bash_offers(words):
+    script = PACKAGING / "completions" / "vesto.bash"
+    function = "_" + words[0].replace("-", "_")
+    return output("bash", "-c", f'compopt() {{ :; }}; source "{script}"; COMP_WORDS=("$@"); COMP_CWORD=$(($# - 1)); '
+                  f'{function}; echo "${{COMPREPLY[*]}}"', "bash", *words).split()
 
 
 class Packaging(unittest.TestCase):
@@ -27,30 +41,27 @@ class Packaging(unittest.TestCase):
             self.assertEqual(done.returncode, 0, done.stdout + done.stderr)
 
     def test_manuals_and_completions_know_every_verb_and_option(self):
-        self.assertGreater(len(verbs()), 10)
-        completions = [(path, path.read_text()) for path in (PACKAGING / "completions").iterdir()]
-        manuals = [(path, path.read_text().replace("\\-", "-"))
-                   for path in (PACKAGING / "man" / "vesto.1", PACKAGING / "man" / "fr" / "vesto.1")]
-        self.assertEqual((len(completions), len(manuals)), (3, 2))
-        for verb in verbs():
-            options = set(re.findall(r"--([a-z-]+)", output(VESTO, verb, "--help").split("Options:")[1]))
-            for path, text in completions + manuals:
+        known = list(verbs())
+        self.assertGreater(len(known), 30)
+        texts = [(path, path.read_text().replace("\\-", "-"))
+                 for path in (*(PACKAGING / "completions" / name for name in ("_vesto", "vesto.fish")),
+                              PACKAGING / "man" / "vesto.1", PACKAGING / "man" / "fr" / "vesto.1")]
+        for verb in known:
+            options = options_of(verb)
+            with self.subTest(verb=verb, path="vesto.bash"):
+                self.assertIn(verb[-1], bash_offers(["vesto", *verb[:-1], verb[-1][:1]]))
+                self.assertEqual(set(bash_offers(["vesto", *verb, "--"])), {f"--{name}" for name in options})
+            for path, text in texts:
                 with self.subTest(verb=verb, path=path.name):
-                    self.assertRegex(text, rf"\b{verb}\b")
+                    self.assertRegex(text, rf"\b{verb[-1]}\b")
                     # fish writes "-l option".
                     missing = [name for name in options if not re.search(rf"(--|-l ){name}\b", text)]
                     self.assertEqual(missing, [])
 
-    def test_bash_completes(self):
-        script = PACKAGING / "completions" / "vesto.bash"
-        for words, expected in (("vesto ba", "batch"), ("vesto folders au", "auto"), ("vesto accept --ti", "--title"),
-                                ("vesto settings set ge", "genericOnly"), ("vesto batch --also no", "no-title"),
+    def test_bash_completes_values(self):
+        for words, expected in (("vesto settings set ge", "genericOnly"), ("vesto batch --also no", "no-title"),
                                 ("vesto-desktop --hi", "--hidden")):
-            parts = words.split()
-            function = "_" + parts[0].replace("-", "_")
-            done = output("bash", "-c", f'compopt() {{ :; }}; source "{script}"; COMP_WORDS=({words}); '
-                          f'COMP_CWORD={len(parts) - 1}; {function}; echo "${{COMPREPLY[*]}}"')
-            self.assertIn(expected, done.split(), words)
+            self.assertIn(expected, bash_offers(words.split()), words)
 
 
 if __name__ == "__main__":

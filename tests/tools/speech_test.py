@@ -17,8 +17,16 @@ VESTO, MAKE = sys.argv.pop(1), sys.argv.pop(1)
 def hosts_of(parent):
     """The processes that host models for it; each is the child of one of its threads."""
     threads = pathlib.Path(f"/proc/{parent}/task").glob("*/children")
-    processes = [pid for children in threads for pid in children.read_text().split()]
-    return [pid for pid in processes if pathlib.Path(f"/proc/{pid}/comm").read_text().strip() == "vesto-model"]
+    processes = [pid for children in threads for pid in text_of(children).split()]
+    return [pid for pid in processes if text_of(pathlib.Path(f"/proc/{pid}/comm")).strip() == "vesto-model"]
+
+
+def text_of(path):
+    """Nothing of what has ended meanwhile."""
+    try:
+        return path.read_text()
+    except OSError:
+        return ""
 
 
 class Speech(unittest.TestCase):

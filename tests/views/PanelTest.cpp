@@ -10,6 +10,7 @@
 
 #include <gtest/gtest.h>
 
+#include <QElapsedTimer>
 #include <QLabel>
 #include <QLineEdit>
 #include <QListView>
@@ -157,10 +158,19 @@ TEST_F(Panel, AClickCountsOnlyOnARowThatWasThere) {
     const QPoint accept = place(0, PendingRows::acceptPart);
     QTest::mouseMove(pending().viewport(), accept);
     QTest::qWait(longEnough);
-    // A third arrives under the pointer just before the click.
-    world.proposal("scan_3.txt", "Bulletin de paie");
-    QCoreApplication::processEvents();
-    QTest::mouseClick(pending().viewport(), Qt::LeftButton, {}, accept);
+    // A third arrives under the pointer just before the click. A busy machine may click so late that it
+    // counts.
+    QElapsedTimer isThere;
+    QObject::connect(pending().model(), &QAbstractItemModel::rowsInserted, &pending(),
+                     [&isThere] { isThere.start(); });
+    for (const char* name : {"scan_3.txt", "scan_4.txt", "scan_5.txt"}) {
+        world.proposal(name, "Bulletin de paie");
+        QCoreApplication::processEvents();
+        QTest::mouseClick(pending().viewport(), Qt::LeftButton, {}, accept);
+        if (world.model->pending().size() == 3 || isThere.elapsed() < PaintedRows::clickGuard)
+            break;
+        QTest::qWait(longEnough);
+    }
     EXPECT_EQ(world.model->pending().size(), 3U);
     click(accept, longEnough);
     EXPECT_TRUE(World::eventually([&] { return exists("Bulletin de paie.txt"); }));

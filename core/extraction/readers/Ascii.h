@@ -1,6 +1,7 @@
 #pragma once
 #include <algorithm>
 #include <cstddef>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -32,6 +33,21 @@ namespace vesto::readers::ascii {
         return c - '0';
     const char small = lower(c);
     return small >= 'a' && small <= 'f' ? small - 'a' + 10 : -1;
+}
+
+/// The number that `count` digits (nine at most) at the start of `text` make, which are taken off; nothing
+/// where they are not there.
+[[nodiscard]] constexpr std::optional<int> takeDigits(std::string_view& text, std::size_t count) {
+    if (text.size() < count)
+        return std::nullopt;
+    int value = 0;
+    for (const char digit : text.substr(0, count)) {
+        if (!isDigit(digit))
+            return std::nullopt;
+        value = value * 10 + (digit - '0');
+    }
+    text.remove_prefix(count);
+    return value;
 }
 
 [[nodiscard]] constexpr std::string_view trimmed(std::string_view text) {

@@ -1,5 +1,6 @@
 #include "core/extraction/readers/DocumentDate.h"
 
+#include "core/extraction/readers/Ascii.h"
 #include "core/support/Unicode.h"
 #include "core/support/UnicodeDates.h"
 
@@ -19,18 +20,7 @@ struct Cursor {
         return true;
     }
 
-    std::optional<int> digits(std::size_t count) {
-        if (rest.size() < count)
-            return std::nullopt;
-        int value = 0;
-        for (const char digit : rest.substr(0, count)) {
-            if (digit < '0' || digit > '9')
-                return std::nullopt;
-            value = value * 10 + (digit - '0');
-        }
-        rest.remove_prefix(count);
-        return value;
-    }
+    std::optional<int> digits(std::size_t count) { return ascii::takeDigits(rest, count); }
 
     // A separator and two digits, or nothing.
     std::optional<int> pair(char separator) { return skip(separator) ? digits(2) : std::nullopt; }
@@ -50,11 +40,12 @@ std::optional<Zone> zoneOf(Cursor& cursor) {
     if (!cursor.skip('+') && !cursor.skip('-'))
         return std::nullopt;
     const auto hours = cursor.digits(2);
-    cursor.skip(':');
+    const bool needsMinutes = cursor.skip(':');
     const auto minutes = cursor.digits(2);
-    if (!hours.has_value() || !minutes.has_value() || *hours > 23 || *minutes > 59)
+    if (!hours.has_value() || *hours > 23 || (needsMinutes && !minutes.has_value()) ||
+        minutes.value_or(0) > 59)
         return std::nullopt;
-    const std::chrono::minutes offset{*hours * 60 + *minutes};
+    const std::chrono::minutes offset{*hours * 60 + minutes.value_or(0)};
     return Zone{.isLocal = false, .offset = west ? -offset : offset};
 }
 
@@ -65,7 +56,7 @@ std::optional<Instant> documentDate(std::string_view text) {
     const auto year = cursor.digits(4);
     const auto month = cursor.pair('-');
     const auto day = cursor.pair('-');
-    if (!year.has_value() || !month.has_value() || !day.has_value() || *year < 1990 || *year > 2100)
+    if (!year.has_value() || !month.has_value() || !day.has_value() || !isDocumentYear(*year))
         return std::nullopt;
     unicode::CalendarTime time{.year = *year, .month = *month, .day = *day};
     if (cursor.skip('T') || cursor.skip(' ')) {
@@ -85,6 +76,7 @@ std::optional<Instant> documentDate(std::string_view text) {
             while (cursor.digits(1).has_value()) {
             }
         }
+        cursor.skip(' ');
     }
     const std::optional<Zone> zone = zoneOf(cursor);
     if (!zone.has_value() || !cursor.rest.empty())

@@ -27,8 +27,4 @@ struct DocumentText {
 /// The lines, each with a line feed behind it.
 [[nodiscard]] std::string joinedLines(const std::vector<std::string>& lines);
 
-/// The instant of «2025-03-12», with or without a time («T» or a blank before it) and an offset from UTC.
-/// Without an offset it is local time. Nothing for any other text.
-[[nodiscard]] std::optional<Instant> instantOfISODate(std::string_view text);
-
 } // namespace vesto::readers

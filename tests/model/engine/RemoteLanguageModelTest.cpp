@@ -24,7 +24,8 @@ std::filesystem::path made(const std::string& name) {
 }
 
 RemoteLanguageModel::Settings settingsFor(const std::filesystem::path& model) {
-    return {.model = model, .program = VESTO_MODEL_HOST};
+    // To stop takes long where there are other tests.
+    return {.model = model, .program = VESTO_MODEL_HOST, .windDown = 60s};
 }
 
 /// With a host that adds a line to `count` and becomes `program`.
@@ -274,7 +275,7 @@ TEST(RemoteLanguageModel, WhatCouldNotBeLoadedIsTriedAgainAfterAPause) {
         const auto file = folder.file("model" + std::to_string(i));
         write(file, row.bytes);
         auto settings = countedFor(file, folder.file("host" + std::to_string(i)), count(i), row.program);
-        settings.recovery = 5s;
+        settings.recovery = 20s;
         models.push_back(std::make_unique<RemoteLanguageModel>(std::move(settings)));
         const auto look = [&] { return models.back()->settle(patience); };
         EXPECT_EQ(look(), row.availability);
@@ -282,7 +283,7 @@ TEST(RemoteLanguageModel, WhatCouldNotBeLoadedIsTriedAgainAfterAPause) {
         EXPECT_EQ(models.back()->facts().obstacle, row.obstacle);
         EXPECT_EQ(bytesOf(count(i)), "\n") << i;
     }
-    std::this_thread::sleep_for(5s);
+    std::this_thread::sleep_for(20s);
     for (std::size_t i = 0; i < models.size(); ++i) {
         EXPECT_EQ(models[i]->settle(patience), rows[i].availability);
         EXPECT_EQ(bytesOf(count(i)), "\n\n") << i;
@@ -292,7 +293,7 @@ TEST(RemoteLanguageModel, WhatCouldNotBeLoadedIsTriedAgainAfterAPause) {
 TEST(RemoteLanguageModel, AHostThatLeavesIsStartedAgainWithWhatWasKept) {
     auto settings = settingsFor(made("says"));
     settings.program = VESTO_BRIEF_MODEL;
-    settings.arguments = {"50"};
+    settings.arguments = {"2000"}; // longer than its load and its work lie apart on a busy machine
     RemoteLanguageModel model(std::move(settings));
     EXPECT_EQ(titleFrom(model), "Facture deau froide");
     ASSERT_TRUE(comesToHaveNoHost(model));
@@ -306,12 +307,23 @@ TEST(RemoteLanguageModelThreads, CancellingEndsTheWorkItself) {
     RemoteLanguageModel model(settingsFor(made("never")));
     ASSERT_EQ(titleFrom(model, "Relevé", 4), "(unusable)");
     const auto host = model.process();
+    ASSERT_TRUE(host);
+    const auto atFirst = workOf(*host);
+    ASSERT_EQ(titleFrom(model, "Relevé", 1024), "(unusable)");
+    const auto whole = workOf(*host) - atFirst;
     for (const auto delay : {0ms, 1ms, 20ms, 60ms}) {
-        std::stop_source stop;
-        auto title = std::async([&] { return titleFrom(model, "Relevé", 1024, stop.get_token()); });
-        std::this_thread::sleep_for(delay);
-        stop.request_stop();
-        EXPECT_EQ(title.get(), "(cancelled)");
+        std::string answer;
+        for (int tries = 0; tries < 3 && answer != "(cancelled)"; ++tries) { // it may be done before
+            const auto before = workOf(*host);
+            std::stop_source stop;
+            auto title = std::async([&] { return titleFrom(model, "Relevé", 1024, stop.get_token()); });
+            std::this_thread::sleep_for(delay);
+            stop.request_stop();
+            answer = title.get();
+            if (workOf(*host) - before > whole / 2)
+                answer = "(cancelled for us alone)";
+        }
+        EXPECT_EQ(answer, "(cancelled)");
     }
     EXPECT_EQ(model.process(), host); // it stopped; nobody had to end it
     EXPECT_EQ(titleFrom(model, "Relevé", 4), "(unusable)");
@@ -319,16 +331,21 @@ TEST(RemoteLanguageModelThreads, CancellingEndsTheWorkItself) {
 
 TEST(RemoteLanguageModelThreads, AHostThatIsKilledCostsOneTitle) {
     RemoteLanguageModel model(settingsFor(made("never")));
-    ASSERT_EQ(titleFrom(model, "Relevé", 4), "(unusable)");
-    const auto host = model.process();
-    ASSERT_TRUE(host);
-    const auto before = workOf(*host);
-    auto title = std::async([&] { return titleFrom(model, "Relevé", 1024); });
-    // One that was not asked yet would cost nothing.
-    for (int i = 0; i < 30'000 && workOf(*host) < before + 20ms; ++i)
-        std::this_thread::sleep_for(1ms);
-    ASSERT_EQ(::kill(*host, SIGKILL), 0);
-    EXPECT_EQ(title.get(), "(engine)");
+    std::string answer;
+    std::optional<pid_t> host;
+    for (int tries = 0; tries < 3 && answer != "(engine)"; ++tries) { // it may be done before
+        ASSERT_EQ(titleFrom(model, "Relevé", 4), "(unusable)");
+        host = model.process();
+        ASSERT_TRUE(host);
+        const auto before = workOf(*host);
+        auto title = std::async([&] { return titleFrom(model, "Relevé", 1024); });
+        // One that was not asked yet would cost nothing.
+        for (int i = 0; i < 30'000 && workOf(*host) < before + 20ms; ++i)
+            std::this_thread::sleep_for(1ms);
+        ASSERT_EQ(::kill(*host, SIGKILL), 0);
+        answer = title.get();
+    }
+    EXPECT_EQ(answer, "(engine)");
     EXPECT_EQ(model.availability(), Availability::available);
     EXPECT_EQ(titleFrom(model, "Relevé", 4), "(unusable)");
     EXPECT_NE(model.process(), host);
@@ -343,7 +360,7 @@ TEST(RemoteLanguageModelThreads, AHostThatIsKilledBeforeItIsReadyIsStartedAgain)
     std::filesystem::permissions(program, std::filesystem::perms::owner_all);
     auto settings = settingsFor(made("says"));
     settings.program = program;
-    settings.recovery = 3s;
+    settings.recovery = 20s;
     RemoteLanguageModel model(settings);
     write(folder.file("kills"), "1\n2\n");
     EXPECT_EQ(titleFrom(model), "Facture deau froide");
@@ -353,7 +370,7 @@ TEST(RemoteLanguageModelThreads, AHostThatIsKilledBeforeItIsReadyIsStartedAgain)
     EXPECT_EQ(titleFrom(model), "(engine)");
     EXPECT_EQ(model.facts().obstacle, Obstacle::dies);
     EXPECT_EQ(model.availability(), Availability::unavailable);
-    std::this_thread::sleep_for(3s);
+    std::this_thread::sleep_for(20s);
     EXPECT_EQ(model.settle(patience), Availability::available);
     EXPECT_EQ(titleFrom(model), "Facture deau froide");
 }

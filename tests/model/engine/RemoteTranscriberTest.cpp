@@ -219,7 +219,7 @@ TEST(RemoteTranscriber, OfASoundThatIsNotAsLongAsItSaysNothingIsHeard) {
 TEST(RemoteTranscriber, AHostThatLeavesIsStartedAgain) {
     auto settings = settingsFor(made("greets"));
     settings.program = VESTO_BRIEF_MODEL;
-    settings.arguments = {"300"}; // longer than its load and its work lie apart on a busy machine
+    settings.arguments = {"2000"}; // longer than its load and its work lie apart on a busy machine
     RemoteTranscriber speech(std::move(settings));
     for (int i = 0; i < 2; ++i) {
         EXPECT_EQ(textFrom(speech, sound(second)), "Bonjour à tous\n");
@@ -233,11 +233,15 @@ TEST(RemoteTranscriberThreads, StopsInTimeAndWhenToldTo) {
     ASSERT_NE(textFrom(speech, minute), "");
     const auto host = speech.process();
     for (const auto delay : {0ms, 1ms, 20ms, 60ms}) {
-        std::stop_source stop;
-        auto text = std::async([&] { return textFrom(speech, minute, 60s, stop.get_token()); });
-        std::this_thread::sleep_for(delay);
-        stop.request_stop();
-        EXPECT_EQ(text.get(), "");
+        std::string words = "unasked";
+        for (int tries = 0; tries < 3 && !words.empty(); ++tries) { // it may be done before it is told
+            std::stop_source stop;
+            auto text = std::async([&] { return textFrom(speech, minute, 60s, stop.get_token()); });
+            std::this_thread::sleep_for(delay);
+            stop.request_stop();
+            words = text.get();
+        }
+        EXPECT_EQ(words, "");
         EXPECT_EQ(textFrom(speech, minute, delay), ""); // not even the first half in so little time
         EXPECT_EQ(speech.facts().end, End::late);
     }
@@ -245,16 +249,19 @@ TEST(RemoteTranscriberThreads, StopsInTimeAndWhenToldTo) {
     EXPECT_NE(textFrom(speech, minute), "");
 }
 
-TEST(RemoteTranscriberThreads, AHostThatIsKilledCostsOneRecording) {
+/// Kills one host after the other; false where one was done with its recording before.
+void killHosts(bool& areKilledInTime) {
     RemoteTranscriber speech(settingsFor(made("listens")));
     const Samples minute = sound(60 * second);
+    areKilledInTime = false;
     // At the third death in a row there is no fourth host.
     for (const bool isHeardThen : {true, false, false, false}) {
         auto text = std::async([&] { return textFrom(speech, minute); });
         ASSERT_TRUE(comesToHaveAHost(speech));
         std::this_thread::sleep_for(20ms);
         ASSERT_EQ(::kill(*speech.process(), SIGKILL), 0);
-        EXPECT_EQ(text.get(), "");
+        if (!text.get().empty())
+            return;
         EXPECT_EQ(speech.facts().end, End::failed);
         EXPECT_FALSE(speech.process());
         if (isHeardThen) {
@@ -265,6 +272,14 @@ TEST(RemoteTranscriberThreads, AHostThatIsKilledCostsOneRecording) {
     }
     EXPECT_EQ(textFrom(speech, minute), "");
     EXPECT_EQ(speech.facts().obstacle, ModelObstacle::dies);
+    areKilledInTime = true;
+}
+
+TEST(RemoteTranscriberThreads, AHostThatIsKilledCostsOneRecording) {
+    bool areKilledInTime = false;
+    for (int tries = 0; tries < 3 && !areKilledInTime && !HasFailure(); ++tries)
+        killHosts(areKilledInTime);
+    EXPECT_TRUE(areKilledInTime);
 }
 
 TEST(RemoteTranscriberThreads, ManyAskAtOnceAndItEndsInTheMiddle) {

@@ -1,5 +1,6 @@
 #include "core/extraction/readers/markup/HTMLText.h"
 
+#include "core/extraction/readers/DocumentDate.h"
 #include "core/extraction/readers/LineCollector.h"
 #include "core/support/Unicode.h"
 
@@ -125,7 +126,8 @@ TEST(HTMLText, findsTheCharset) {
     }
     EXPECT_FALSE(readHTML(std::string_view("<p>\0\1\2\3", 7)));
     EXPECT_EQ(htmlText("<meta property='article:published_time' content='2025-03-12T10:30:00Z'>").date,
-              instantOfISODate("2025-03-12T10:30:00Z"));
+              documentDate("2025-03-12T10:30:00Z"));
+    EXPECT_EQ(htmlText("<meta name=date content='0001-01-01'>").date, std::nullopt);
 }
 
 TEST(HTMLText, readsBeyondALongStyleSheet) {

@@ -7,6 +7,8 @@
 
 #include <gtest/gtest.h>
 
+#include <chrono>
+
 namespace vesto::readers {
 namespace {
 
@@ -99,6 +101,7 @@ TEST(EPUBReader, ShowsTheCoverWhereThereIsNoText) {
                            {"OEBPS/c.png", tests::pictureFile(cover, "png")}}));
     QuickLookSummarizer settings;
     settings.ocr.recognitionLanguages = {"fr-FR"};
+    settings.timeout = std::chrono::minutes(5);
     const auto reading = summarizeQuickLook({.fd = file.get(),
                                              .path = "a.epub",
                                              .type = {"org.idpf.epub-container"},

@@ -18,6 +18,7 @@ using testing::ElementsAre;
 using testing::IsEmpty;
 
 const std::vector<std::string> languages{"fr-FR", "en-US"};
+constexpr std::chrono::minutes patience(5); // a busy machine recognises slowly
 
 std::string joined(const std::vector<std::string>& lines) {
     return fmt::format("{}", fmt::join(lines, "|"));
@@ -29,7 +30,7 @@ TEST(TextRecognition, ReadsPagesAndDarkScreens) {
     // A screen's resolution, where print is small, and that of a scan.
     for (const auto& [resolution, isDark] : {std::pair(96.0, true), std::pair(200.0, false)}) {
         SCOPED_TRACE(resolution);
-        EXPECT_THAT(recognizeText(tests::pageOfLines(lines, resolution, isDark), languages).lines,
+        EXPECT_THAT(recognizeText(tests::pageOfLines(lines, resolution, isDark), languages, patience).lines,
                     testing::ElementsAreArray(lines));
     }
 }
@@ -47,7 +48,7 @@ TEST(TextRecognition, ReadsThroughShadowAndNoise) {
             }
         }
     }
-    EXPECT_EQ(joined(recognizeText(page, languages, std::chrono::minutes(1)).lines),
+    EXPECT_EQ(joined(recognizeText(page, languages, patience).lines),
               "Boulangerie du marché|Total 24,10 euros");
 }
 
@@ -56,7 +57,7 @@ TEST(TextRecognition, FindsNoTextWhereNoneIs) {
     std::mt19937 random(7);
     for (std::uint8_t& value : noise.rgba)
         value = static_cast<std::uint8_t>(value / 2 + random() % 128);
-    EXPECT_THAT(recognizeText(noise, languages).lines, IsEmpty());
+    EXPECT_THAT(recognizeText(noise, languages, patience).lines, IsEmpty());
     EXPECT_THAT(recognizeText(tests::gradient(1, 1), languages).lines, IsEmpty());
     EXPECT_THAT(recognizeText(Raster(), languages).lines, IsEmpty());
 }
@@ -66,12 +67,13 @@ TEST(TextRecognition, GivesWhatItHasInTime) {
     EXPECT_THAT(recognizeText(page, languages, std::chrono::milliseconds(1)).lines,
                 testing::SizeIs(testing::Lt(40U)));
     // Nothing of that stays behind.
-    EXPECT_THAT(recognizeText(tests::pageOfLines({"Contrat"}, 150), languages).lines, ElementsAre("Contrat"));
+    EXPECT_THAT(recognizeText(tests::pageOfLines({"Contrat"}, 150), languages, patience).lines,
+                ElementsAre("Contrat"));
 }
 
 TEST(TextRecognition, WorksWithTheLanguagesThatAreThere) {
     const Raster page = tests::pageOfLines({"Contrat de location"}, 120);
-    const RecognizedText text = recognizeText(page, {"pl-PL", "fr-FR"});
+    const RecognizedText text = recognizeText(page, {"pl-PL", "fr-FR"}, patience);
     EXPECT_THAT(text.lines, ElementsAre("Contrat de location"));
     EXPECT_THAT(text.missingLanguages, ElementsAre("pol"));
     const RecognizedText none = recognizeText(page, {"pl-PL"});

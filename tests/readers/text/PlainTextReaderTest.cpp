@@ -1,9 +1,9 @@
 #include "core/extraction/readers/text/PlainTextReader.h"
 
+#include "core/extraction/readers/DocumentDate.h"
 #include "core/extraction/readers/LineCollector.h"
 #include "core/extraction/readers/text/SourceText.h"
 #include "core/support/Unicode.h"
-#include "core/support/UnicodeDates.h"
 
 #include <gtest/gtest.h>
 
@@ -39,19 +39,6 @@ TEST(DocumentText, takesTitlesThatPeopleGave) {
         EXPECT_EQ(usableTitle(made), std::nullopt) << made;
 }
 
-TEST(DocumentText, readsISODates) {
-    const auto at = [](int hour, int minute) {
-        return unicode::instantOf({.year = 2025, .month = 3, .day = 12, .hour = hour, .minute = minute},
-                                  "UTC");
-    };
-    EXPECT_EQ(instantOfISODate("2025-03-12T10:30:00Z"), at(10, 30));
-    EXPECT_EQ(instantOfISODate("2025-03-12T10:30:00.125+02:00"), at(8, 30));
-    EXPECT_EQ(instantOfISODate("2025-03-12 10:30 -0130"), at(12, 0));
-    EXPECT_EQ(instantOfISODate("2025-03-12"), unicode::instantOf({.year = 2025, .month = 3, .day = 12}));
-    for (const char* wrong : {"", "2025", "2025-02-30", "2025-03-12T", "2025-03-12T10:30Zz", "12/03/2025"})
-        EXPECT_EQ(instantOfISODate(wrong), std::nullopt) << wrong;
-}
-
 TEST(Markdown, losesItsMarks) {
     const std::vector<Row> rows{
         {"# Titre principal #\n\n## Suite", {"Titre principal", "Suite"}},
@@ -77,7 +64,8 @@ TEST(Markdown, losesItsMarks) {
         EXPECT_EQ(read.lines, row.lines);
         EXPECT_EQ(read.title, row.title);
     }
-    EXPECT_EQ(markdownText("---\ndate: 2025-03-12\n---\n").date, instantOfISODate("2025-03-12"));
+    EXPECT_EQ(markdownText("---\ndate: 2025-03-12\n---\n").date, documentDate("2025-03-12"));
+    EXPECT_EQ(markdownText("---\ndate: 0001-01-01\n---\n").date, std::nullopt); // what is not filled in yet
 }
 
 TEST(JSON, givesItsStringsInOrder) {

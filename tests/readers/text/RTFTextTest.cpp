@@ -78,6 +78,7 @@ TEST(RTFText, readsTitleAndDate) {
     EXPECT_EQ(read->date, unicode::instantOf({.year = 2025, .month = 3, .day = 12, .hour = 9}));
     EXPECT_EQ(read->lines, Lines{"corps"});
     EXPECT_EQ(readRTF(R"({\rtf1 x})")->date, std::nullopt);
+    EXPECT_EQ(readRTF(R"({\rtf1{\info{\creatim\yr1899\mo12\dy30}}x})")->date, std::nullopt);
 }
 
 TEST(RTFText, refusesWhatIsNoRTF) {

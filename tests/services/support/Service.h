@@ -53,8 +53,9 @@ inline RemoteReader::Settings serviceSettings(std::string program, std::vector<s
 }
 
 /// What comes back of a file of this name: its first line, or the name of the error.
-inline std::string firstLine(RemoteReader& reader, const std::string& name) {
-    const Asked asked(name);
+inline std::string firstLine(RemoteReader& reader, const std::string& name, Route route = Route::document) {
+    Asked asked(name);
+    asked.request.route = route;
     const auto reading = reader.read(asked.request, settings());
     if (!reading)
         return std::string(reading.error().name());

@@ -1,6 +1,7 @@
 #include "core/extraction/readers/markup/HTMLText.h"
 
 #include "core/extraction/readers/Ascii.h"
+#include "core/extraction/readers/DocumentDate.h"
 #include "core/extraction/readers/LineCollector.h"
 #include "core/extraction/readers/markup/HTMLEntities.h"
 #include "core/extraction/readers/markup/HTMLStyles.h"
@@ -318,7 +319,7 @@ private:
         constexpr std::array<std::string_view, 5> names{"article:published_time", "date", "dc.date",
                                                         "dcterms.date", "dcterms.created"};
         if (std::ranges::any_of(names, [&](auto known) { return ascii::equalsIgnoringCase(known, *name); }))
-            m_date = instantOfISODate(*content);
+            m_date = documentDate(*content);
     }
 
     std::string_view m_text;

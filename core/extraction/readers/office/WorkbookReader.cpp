@@ -36,7 +36,6 @@ std::string_view withoutPrefix(std::string_view name) {
     return name;
 }
 
-// Leaves out hidden rows and columns and phonetic guides, and ends with the cells.
 // Which formats of cells hide what is in them: white on nothing, or less than two points high.
 class CellFormats final : public XMLHandler {
 public:
@@ -96,6 +95,7 @@ private:
     std::vector<bool> m_hides;             // of each format
 };
 
+// Leaves out hidden rows and columns and phonetic guides, and ends with the cells.
 class SheetFilter final : public ElementFilter {
 public:
     SheetFilter(XMLText::SheetCollector& collector, const CellFormats& formats)

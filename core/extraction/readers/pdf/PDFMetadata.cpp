@@ -1,5 +1,8 @@
 #include "core/extraction/readers/pdf/PDFMetadata.h"
 
+#include "core/extraction/readers/Ascii.h"
+#include "core/extraction/readers/DocumentDate.h"
+#include "core/extraction/readers/DocumentText.h"
 #include "core/support/Unicode.h"
 #include "core/support/UnicodeDates.h"
 
@@ -10,8 +13,6 @@
 
 namespace vesto::readers {
 namespace {
-
-constexpr std::size_t maxTitleScalars = 300;
 
 // PDFDocEncoding where it is not Latin-1. 0xA0, its euro sign, is left out: a no-break space of a UTF-16
 // title looks the same here and is what French titles hold.
@@ -57,35 +58,20 @@ std::u16string unitsOfLittleEndian(std::string_view bytes) {
     return units;
 }
 
-/// The number of `count` digits at the start of `text`, which are taken off; nothing where they are not
-/// there.
-std::optional<int> takeNumber(std::string_view& text, std::size_t count) {
-    if (text.size() < count)
-        return std::nullopt;
-    int value = 0;
-    for (const char c : text.substr(0, count)) {
-        if (c < '0' || c > '9')
-            return std::nullopt;
-        value = value * 10 + (c - '0');
-    }
-    text.remove_prefix(count);
-    return value;
-}
-
 /// «Z», «+01'00'», «-0800», «+01»; nothing where no offset stands there.
 std::optional<std::chrono::minutes> takeOffset(std::string_view& text) {
     if (text.empty() || std::string_view("Z+-").find(text[0]) == std::string_view::npos)
         return std::nullopt;
     const char sign = text[0];
     text.remove_prefix(1);
-    const auto hours = takeNumber(text, 2);
+    const auto hours = ascii::takeDigits(text, 2);
     if (sign == 'Z')
         return std::chrono::minutes(0);
     if (!hours || *hours > 23)
         return std::nullopt;
     if (text.starts_with('\'') || text.starts_with(':'))
         text.remove_prefix(1);
-    const int minutes = std::min(takeNumber(text, 2).value_or(0), 59);
+    const int minutes = std::min(ascii::takeDigits(text, 2).value_or(0), 59);
     return std::chrono::minutes((sign == '-' ? -1 : 1) * (*hours * 60 + minutes));
 }
 
@@ -166,26 +152,8 @@ std::string textOfPDFString(std::u16string_view raw) {
 }
 
 std::optional<std::string> usablePDFTitle(std::string_view title) {
-    std::string plain;
-    std::size_t scalars = 0;
-    bool blank = false;
-    for (std::size_t i = 0; i < title.size() && scalars < maxTitleScalars;) {
-        const auto [scalar, size] = unicode::scalarAt(title, i);
-        i += size;
-        if (unicode::isWhiteSpace(scalar) || scalar < 0x20) {
-            blank = !plain.empty();
-            continue;
-        }
-        if (blank)
-            plain += ' ';
-        blank = false;
-        unicode::append(plain, scalar);
-        ++scalars;
-    }
-    plain = unicode::composed(plain);
-    if (plain.empty())
-        return std::nullopt;
-    if (saysOnlyItsOrigin(plain))
+    std::string plain = unicode::composed(titleLine(title));
+    if (plain.empty() || saysOnlyItsOrigin(plain))
         return std::nullopt;
     return plain;
 }
@@ -194,12 +162,12 @@ std::optional<Instant> instantOfPDFDate(std::string_view text) {
     if (text.starts_with("D:"))
         text.remove_prefix(2);
     unicode::CalendarTime time;
-    const auto year = takeNumber(text, 4);
-    if (!year || *year < 1990 || *year > 2100)
+    const auto year = ascii::takeDigits(text, 4);
+    if (!year || !isDocumentYear(*year))
         return std::nullopt;
     time.year = *year;
     for (int* field : {&time.month, &time.day, &time.hour, &time.minute, &time.second}) {
-        const auto number = takeNumber(text, 2);
+        const auto number = ascii::takeDigits(text, 2);
         if (!number)
             break;
         *field = *number;

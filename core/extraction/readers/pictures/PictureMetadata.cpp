@@ -162,19 +162,6 @@ std::unique_ptr<Exiv2::Image> imageOf(std::string_view bytes, PictureFormat form
 }
 #pragma GCC diagnostic pop
 
-std::optional<int> takeNumber(std::string_view& text, std::size_t digits) {
-    if (text.size() < digits)
-        return std::nullopt;
-    int value = 0;
-    for (const char c : text.substr(0, digits)) {
-        if (!ascii::isDigit(c))
-            return std::nullopt;
-        value = value * 10 + (c - '0');
-    }
-    text.remove_prefix(digits);
-    return value;
-}
-
 bool takeCharacter(std::string_view& text, char character) {
     if (!text.starts_with(character))
         return false;
@@ -188,9 +175,9 @@ std::optional<std::chrono::minutes> offsetOf(std::string_view text) {
     if (!isWest && !text.starts_with('+'))
         return std::nullopt;
     text.remove_prefix(1);
-    const auto hours = takeNumber(text, 2);
+    const auto hours = ascii::takeDigits(text, 2);
     const bool hasColon = takeCharacter(text, ':');
-    const auto minutes = takeNumber(text, 2);
+    const auto minutes = ascii::takeDigits(text, 2);
     if (!hours || !hasColon || !minutes || !text.empty() || *hours > 23 || *minutes > 59)
         return std::nullopt;
     return std::chrono::minutes((isWest ? -1 : 1) * (*hours * 60 + *minutes));
@@ -251,7 +238,7 @@ std::optional<Instant> instantOfEXIFDate(std::string_view date, std::string_view
                                                   {&unicode::CalendarTime::minute, 2, ':'},
                                                   {&unicode::CalendarTime::second, 2, '\0'}}};
     for (const Field& field : fields) {
-        const auto number = takeNumber(date, field.digits);
+        const auto number = ascii::takeDigits(date, field.digits);
         if (!number || (field.after != '\0' && !takeCharacter(date, field.after)))
             return std::nullopt;
         time.*field.member = *number;

@@ -11,7 +11,11 @@ namespace vesto::readers {
 /// Recognition works on at most this many pixels; larger pictures are made smaller.
 inline constexpr std::uint64_t maxRecognizedPixels = 4'000'000;
 
+#ifdef VESTO_SANITIZED
+inline constexpr std::chrono::milliseconds recognitionTimeLimit = std::chrono::minutes(5);
+#else
 inline constexpr std::chrono::milliseconds recognitionTimeLimit{8000};
+#endif
 
 struct RecognizedText {
     std::vector<std::string> lines{};            // as LineCollector leaves them, in reading order

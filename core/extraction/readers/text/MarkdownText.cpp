@@ -1,4 +1,5 @@
 #include "core/extraction/readers/Ascii.h"
+#include "core/extraction/readers/DocumentDate.h"
 #include "core/extraction/readers/LineCollector.h"
 #include "core/extraction/readers/markup/HTMLEntities.h"
 #include "core/extraction/readers/text/PlainTextReader.h"
@@ -263,7 +264,7 @@ void takeFrontMatter(std::string_view& text, DocumentText& document) {
         if ((key == "title" || key == "titre") && !found.title)
             found.title = usableTitle(value);
         if (key == "date" && !found.date)
-            found.date = instantOfISODate(value);
+            found.date = documentDate(value);
     }
 }
 

@@ -1,6 +1,7 @@
 #include "core/extraction/readers/text/RTFText.h"
 
 #include "core/extraction/readers/Ascii.h"
+#include "core/extraction/readers/DocumentDate.h"
 #include "core/extraction/readers/LineCollector.h"
 #include "core/extraction/readers/text/RTFLook.h"
 #include "core/extraction/readers/text/RTFWords.h"
@@ -244,7 +245,7 @@ private:
     }
 
     [[nodiscard]] std::optional<Instant> date() const {
-        return m_created.year > 0 ? unicode::instantOf(m_created) : std::nullopt;
+        return isDocumentYear(m_created.year) ? unicode::instantOf(m_created) : std::nullopt;
     }
 
     // ---- Characters ----
