@@ -87,7 +87,7 @@ AppModel::Dependencies DesktopApplication::dependencies() {
 void DesktopApplication::start() {
     m_model.start();
     serveControl();
-    m_previews.tryJail([this](const Previews::Jail& jail) { m_jail = jail; });
+    checkSandbox([] {});
 }
 
 void DesktopApplication::serveControl() {
@@ -358,6 +358,13 @@ std::string DesktopApplication::sandboxFault() const {
             text("Isolation réduite : ce noyau n'a pas Landlock. Les appels système du lecteur "
                  "sont filtrés, mais pas les chemins."));
     return {};
+}
+
+void DesktopApplication::checkSandbox(std::function<void()> done) {
+    m_previews.tryJail([this, done = std::move(done)](const Previews::Jail& jail) {
+        m_jail = jail;
+        done();
+    });
 }
 
 void DesktopApplication::preview(const std::filesystem::path& file,

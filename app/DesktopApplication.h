@@ -63,6 +63,7 @@ public:
     bool setLaunchesAtLogin(bool value) override;
     [[nodiscard]] std::string modelSummary() const override;
     [[nodiscard]] std::string sandboxFault() const override;
+    void checkSandbox(std::function<void()> done) override;
     void preview(const std::filesystem::path& file,
                  std::function<void(const std::optional<Preview>&)> done) override;
 

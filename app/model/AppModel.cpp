@@ -326,7 +326,8 @@ void AppModel::lookUpNames(std::vector<WantedName> wanted,
             std::vector<std::string> names;
             names.reserve(wanted.size());
             for (const WantedName& each : wanted)
-                names.push_back(FileTasks::freeName(each.file, each.baseName, each.policy, disk));
+                names.push_back(
+                    FileTasks::freeName(each.file, each.baseName, each.policy, each.namesakes, disk));
             return names;
         },
         std::move(done));

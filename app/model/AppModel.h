@@ -198,6 +198,7 @@ public:
         std::filesystem::path file;
         std::string baseName;
         NamingPolicy policy{};
+        std::size_t namesakes = 0; // files that get the same name before it
     };
     /// The base name for a title that the user wrote; nothing where it cleans to nothing.
     [[nodiscard]] std::optional<std::string> baseNameFor(std::string_view title,

@@ -90,21 +90,20 @@ void lookAt(std::vector<EarlyLook>& files, Disk& disk, const Clock& clock) {
 }
 
 std::string freeName(const std::filesystem::path& path, std::string_view baseName, const NamingPolicy& policy,
-                     Disk& disk) {
+                     std::size_t namesakes, Disk& disk) {
     constexpr std::int64_t mostTries = 99; // as many as the rename makes
     const std::string_view current = lastComponentOf(path);
     const std::string base = NamingPolicy::sanitizeFileName(baseName);
     std::string name = policy.fileName(base, extensionOf(current));
-    const std::string plain = name;
     for (std::int64_t number = 2; number <= mostTries + 1; ++number) {
         if (isSameName(name, current))
             return name;
         const auto found = disk.status(siblingOf(path, name));
-        if (!found)
+        if (!found && namesakes-- == 0)
             return name; // free, or nobody can tell
         name = policy.fileName(base, extensionOf(current), number);
     }
-    return plain;
+    return policy.fileName(base, extensionOf(current)); // all of them are taken
 }
 
 Marked mark(const std::filesystem::path& path, const FileIdentity& expected, State state, Disk& disk,

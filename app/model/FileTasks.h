@@ -54,10 +54,10 @@ struct Marked {
 [[nodiscard]] Marked mark(const std::filesystem::path& path, const FileIdentity& expected,
                           ProcessedMarker::State state, Disk& disk, const Clock& clock);
 
-/// The name that a rename would give the file now, with a number where the plain one is taken. Nothing is
-/// held: it may be taken by the time of the rename.
+/// The name that a rename would give the file now, with a number where the plain one is taken, or goes to one
+/// of the `namesakes` that get theirs before it. Nothing is held: it may be taken by the time of the rename.
 [[nodiscard]] std::string freeName(const std::filesystem::path& path, std::string_view baseName,
-                                   const NamingPolicy& policy, Disk& disk);
+                                   const NamingPolicy& policy, std::size_t namesakes, Disk& disk);
 
 struct Restored {
     std::filesystem::path path;

@@ -161,6 +161,8 @@ bool BatchDelegate::eventFilter(QObject* watched, QEvent* event) {
     const bool isEnter = key->key() == Qt::Key_Return || key->key() == Qt::Key_Enter;
     if (!isEnter || key->modifiers().testFlag(Qt::ControlModifier))
         return TableDelegate::eventFilter(watched, event);
+    if (key->isAutoRepeat())
+        return true; // held, it goes one title on
     Q_EMIT commitData(editor);
     Q_EMIT closeEditor(editor);
     Q_EMIT committed();

@@ -102,12 +102,6 @@ const Batch::Item* BatchModel::item(const QModelIndex& index) const {
     return isThere ? &batch->items[itemOf(index.row())] : nullptr;
 }
 
-QModelIndex BatchModel::indexOf(std::string_view proposalID) const {
-    const auto row = std::ranges::find(
-        m_order, proposalID, [this](std::size_t place) -> std::string_view { return m_rows[place].id; });
-    return row == m_order.end() ? QModelIndex() : index(static_cast<int>(row - m_order.begin()), titleColumn);
-}
-
 Qt::ItemFlags BatchModel::flags(const QModelIndex& index) const {
     const Batch::Item* found = item(index);
     if (found == nullptr)

@@ -6,7 +6,6 @@
 #include <QModelIndexList>
 #include <cstddef>
 #include <string>
-#include <string_view>
 #include <variant>
 #include <vector>
 
@@ -39,8 +38,6 @@ public:
 
     /// Null where the index or the batch is none. Until the model changes.
     [[nodiscard]] const Batch::Item* item(const QModelIndex& index) const;
-    /// Of the title; invalid where there is none.
-    [[nodiscard]] QModelIndex indexOf(std::string_view proposalID) const;
 
     /// Ticks those rows that are still proposed; unticks them where all of them are ticked.
     void toggle(const QModelIndexList& rows);

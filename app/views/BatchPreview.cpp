@@ -73,20 +73,22 @@ PreviewView::Subject BatchPreview::subjectOf(const Batch::Item& item) const {
     return subject;
 }
 
-void BatchPreview::show(const Batch::Item& item, const std::string& title,
+void BatchPreview::show(const Batch::Item& item, const std::string& title, std::size_t namesakes,
                         const std::vector<const Batch::Item*>& neighbours) {
     std::vector<PreviewView::Subject> next;
     next.reserve(neighbours.size());
     for (const Batch::Item* each : neighbours)
         next.push_back(subjectOf(*each));
     m_picture->show(subjectOf(item), std::move(next));
-    Shown now{item.proposal.id, title, item.state, m_model.baseNameFor(title, item.proposal),
-              m_settings.autoThreshold()};
+    Shown now{item.proposal.id, title,
+              item.state,       m_model.baseNameFor(title, item.proposal),
+              namesakes,        m_settings.autoThreshold()};
     if (m_shown == now) { // as at every file that is analysed meanwhile
         if (m_proposal && !m_lookDelay.isActive())
             m_lookDelay.start(); // a name may have been taken
         return;
     }
+    m_namesakes = namesakes;
     showName(item, now.baseName);
     m_shown = std::move(now);
     m_old->setText(french("au lieu de %1", quoted(shownName(lastComponentOf(item.proposal.url)))));
@@ -117,10 +119,11 @@ void BatchPreview::showName(const Batch::Item& item, const std::optional<std::st
 void BatchPreview::lookForName() {
     if (!m_proposal)
         return;
-    m_model.lookUpNames({{m_proposal->url, m_baseName, m_proposal->policy}},
-                        [view = QPointer<BatchPreview>(this), id = m_proposal->id,
-                         wanted = m_plainName](const std::vector<std::string>& names) {
-                            if (view && view->m_proposal && view->m_proposal->id == id)
+    m_model.lookUpNames({{m_proposal->url, m_baseName, m_proposal->policy, m_namesakes}},
+                        [view = QPointer<BatchPreview>(this), id = m_proposal->id, wanted = m_plainName,
+                         namesakes = m_namesakes](const std::vector<std::string>& names) {
+                            if (view && view->m_proposal && view->m_proposal->id == id &&
+                                view->m_namesakes == namesakes)
                                 view->takeName(wanted, names.front());
                         });
 }
@@ -129,7 +132,9 @@ void BatchPreview::takeName(const std::string& wanted, const std::string& name) 
     if (wanted != m_plainName)
         return; // something else was written meanwhile
     m_name->setText(leftToRight(shownName(name)));
-    m_name->setToolTip(name == wanted ? QString() : french("Un fichier porte déjà ce nom."));
+    m_name->setToolTip(name == wanted    ? QString()
+                       : m_namesakes > 0 ? french("Un autre fichier de ce lot prend ce nom.")
+                                         : french("Un fichier porte déjà ce nom."));
 }
 
 void BatchPreview::forgetPictures() {

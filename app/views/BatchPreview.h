@@ -5,6 +5,7 @@
 
 #include <QTimer>
 #include <QWidget>
+#include <cstddef>
 #include <optional>
 #include <string>
 #include <vector>
@@ -22,8 +23,9 @@ class BatchPreview final : public QWidget {
 public:
     BatchPreview(AppModel& model, const Settings& settings, Shell& shell, QWidget* parent = nullptr);
 
-    /// `title`: the one that is being written, or the item's. `neighbours` are likely to be shown next.
-    void show(const Batch::Item& item, const std::string& title,
+    /// `title`: the one that is being written, or the item's. `namesakes` files get the same name before it.
+    /// `neighbours` are likely to be shown next.
+    void show(const Batch::Item& item, const std::string& title, std::size_t namesakes,
               const std::vector<const Batch::Item*>& neighbours);
     void clear();
     /// Lets go of the pictures.
@@ -50,6 +52,7 @@ private:
         std::string title;
         decltype(Batch::Item::state) state;
         std::optional<std::string> baseName;
+        std::size_t namesakes = 0;
         double threshold = 0;
         bool operator==(const Shown&) const = default;
     };
@@ -57,6 +60,7 @@ private:
     std::string m_plainName; // without a number
     std::optional<Proposal> m_proposal;
     std::string m_baseName;
+    std::size_t m_namesakes = 0;
     QTimer m_lookDelay;
 };
 

@@ -17,6 +17,7 @@
 #include "app/views/Tones.h"
 #include "app/views/Words.h"
 #include "app/views/WrappingLabel.h"
+#include "core/files/FileName.h"
 
 #include <QEvent>
 #include <QHBoxLayout>
@@ -236,8 +237,11 @@ void BatchWindow::showProgress(const Batch* current) {
     m_progressText->setVisible(isAnalysing);
     if (!isAnalysing) {
         m_estimate = {};
-        const std::size_t count = current == nullptr ? 0 : current->items.size();
-        m_count->setText(count == 0 ? QString() : plural(count, "%n proposition", "%n propositions"));
+        const auto count =
+            current == nullptr ? 0 : std::ranges::count_if(current->items, &Batch::Item::isProposed);
+        m_count->setText(count == 0
+                             ? QString()
+                             : plural(static_cast<std::size_t>(count), "%n proposition", "%n propositions"));
         return;
     }
     const Batch& batch = *current;
@@ -274,13 +278,30 @@ void BatchWindow::showCurrent() {
         m_preview->clear();
         return;
     }
-    if (!m_preview->isVisibleTo(this))
-        return;
+    if (!m_preview->isVisible())
+        return; // nor is anything read for a window that is closed
     std::vector<const Batch::Item*> neighbours;
     for (const int step : {1, -1, 2})
         if (const Batch::Item* other = m_items->item(titleAt(current.row() + step)))
             neighbours.push_back(other);
-    m_preview->show(*item, m_draft ? utf8(*m_draft) : item->title, neighbours);
+    const std::string title = m_draft ? utf8(*m_draft) : item->title;
+    m_preview->show(*item, title, namesakesBefore(*item, title), neighbours);
+}
+
+std::size_t BatchWindow::namesakesBefore(const Batch::Item& item, const std::string& title) const {
+    const auto nameOf = [this, &title](const Batch::Item& each) {
+        const auto base = m_model.baseNameFor(title, each.proposal);
+        return base ? each.proposal.policy.fileName(*base, extensionOf(lastComponentOf(each.proposal.url)))
+                    : std::string();
+    };
+    const std::string name = nameOf(item);
+    const auto& items = m_model.batch()->items;
+    const auto self =
+        std::ranges::find(items, item.proposal.id,
+                          [](const Batch::Item& each) -> const std::string& { return each.proposal.id; });
+    return static_cast<std::size_t>(std::count_if(items.begin(), self, [&](const Batch::Item& each) {
+        return each.selected && each.isProposed() && each.title == title && nameOf(each) == name;
+    }));
 }
 
 QModelIndex BatchWindow::titleAt(int row) const {

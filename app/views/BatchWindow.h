@@ -1,11 +1,13 @@
 #pragma once
 #include "app/model/AnalysisEstimate.h"
+#include "app/model/Batch.h"
 #include "app/model/Settings.h"
 #include "app/views/WindowMemory.h"
 
 #include <QModelIndex>
 #include <QTimer>
 #include <QWidget>
+#include <cstddef>
 #include <optional>
 #include <string>
 
@@ -28,7 +30,6 @@ class ColumnFit;
 class EmptyNote;
 class Shell;
 class SkippedSummary;
-struct Batch;
 
 /// The files that a folder held already: their analysis, the review of the names, the renaming of those that
 /// were ticked, and its undoing.
@@ -58,13 +59,15 @@ private:
     void showPages(const Batch* batch);
     void showButtons(const Batch* batch);
     void showCurrent();
+    /// How many files get the name that this title gives before that item does: they are renamed in order.
+    [[nodiscard]] std::size_t namesakesBefore(const Batch::Item& item, const std::string& title) const;
 
     [[nodiscard]] QModelIndex titleAt(int row) const;
     void editTitle(const QModelIndex& index);
     void editNext();
     void restoreTitle(const QModelIndex& index);
     void doPart(const QModelIndex& index, int part, const QRect& place);
-    bool keyInList(int key, Qt::KeyboardModifiers modifiers);
+    bool keyInList(const QKeyEvent& event);
     void popUpEvidence();
     void rename();
     void dismiss();

@@ -32,26 +32,28 @@ void BatchWindow::makeKeys() {
     setTabOrder(m_close, m_rename);
 }
 
-bool BatchWindow::keyInList(int key, Qt::KeyboardModifiers modifiers) {
-    const QModelIndex current = m_list->currentIndex();
-    const bool isPlain = (modifiers & ~Qt::KeypadModifier) == Qt::NoModifier;
-    if (isPlain && key == Qt::Key_Space)
-        m_items->toggle(m_list->selectionModel()->selectedRows(Column::titleColumn));
-    else if (isPlain && (key == Qt::Key_F2 || key == Qt::Key_Return || key == Qt::Key_Enter))
-        editTitle(current);
-    else if (modifiers == Qt::ControlModifier && key == Qt::Key_Z)
-        restoreTitle(current);
-    else
+bool BatchWindow::keyInList(const QKeyEvent& event) {
+    const int key = event.key();
+    const bool isPlain = (event.modifiers() & ~Qt::KeypadModifier) == Qt::NoModifier;
+    const bool isTick = isPlain && key == Qt::Key_Space;
+    const bool isEdit = isPlain && (key == Qt::Key_F2 || key == Qt::Key_Return || key == Qt::Key_Enter);
+    const bool isRestore = event.modifiers() == Qt::ControlModifier && key == Qt::Key_Z;
+    if (!isTick && !isEdit && !isRestore)
         return false;
+    if (event.isAutoRepeat())
+        return true; // held, it acts once
+    if (isTick)
+        m_items->toggle(m_list->selectionModel()->selectedRows(Column::titleColumn));
+    else if (isEdit)
+        editTitle(m_list->currentIndex());
+    else
+        restoreTitle(m_list->currentIndex());
     return true;
 }
 
 bool BatchWindow::eventFilter(QObject* watched, QEvent* event) {
-    if (watched == m_list && event->type() == QEvent::KeyPress) {
-        const auto* key = static_cast<QKeyEvent*>(event);
-        if (keyInList(key->key(), key->modifiers()))
-            return true;
-    }
+    if (watched == m_list && event->type() == QEvent::KeyPress && keyInList(*static_cast<QKeyEvent*>(event)))
+        return true;
     return QWidget::eventFilter(watched, event);
 }
 

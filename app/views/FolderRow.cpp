@@ -187,12 +187,15 @@ void FolderRow::paintIcons() {
 }
 
 void FolderRow::keyPressEvent(QKeyEvent* event) {
-    if (event->key() == Qt::Key_F5)
-        analyse();
-    else if (event->key() == Qt::Key_Delete)
-        m_model.removeFolder(m_folder.id);
-    else
+    const bool isAct = event->key() == Qt::Key_F5 || event->key() == Qt::Key_Delete;
+    if (!isAct)
         QWidget::keyPressEvent(event);
+    else if (event->isAutoRepeat())
+        return; // held, it means no other folder
+    else if (event->key() == Qt::Key_F5)
+        analyse();
+    else
+        m_model.removeFolder(m_folder.id);
 }
 
 void FolderRow::resizeEvent(QResizeEvent* event) {

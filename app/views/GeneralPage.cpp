@@ -14,6 +14,7 @@
 #include <QEvent>
 #include <QGridLayout>
 #include <QLabel>
+#include <QPointer>
 #include <QProgressBar>
 #include <QPushButton>
 #include <QVBoxLayout>
@@ -64,6 +65,7 @@ GeneralPage::GeneralPage(AppModel& model, const Settings& settings, Shell& shell
         m_notify->setChecked(m_settings.notifyAutomatic());
     });
     connect(m_check, &QPushButton::clicked, this, &GeneralPage::lookAtModel);
+    connect(m_check, &QPushButton::clicked, this, &GeneralPage::lookAtWalls);
     connect(&model, &AppModel::modelStatusChanged, this, &GeneralPage::showModel);
     m_again.setInterval(std::chrono::seconds(1));
     connect(&m_again, &QTimer::timeout, this, &GeneralPage::lookAtModel);
@@ -125,6 +127,14 @@ void GeneralPage::showModel() {
         m_again.stop();
 }
 
+void GeneralPage::lookAtWalls() {
+    showWalls(); // what was known
+    m_shell.checkSandbox([page = QPointer<GeneralPage>(this)] {
+        if (page)
+            page->showWalls();
+    });
+}
+
 void GeneralPage::showWalls() {
     const QString fault = shown(m_shell.sandboxFault());
     const Tones tones(palette());
@@ -154,7 +164,7 @@ void GeneralPage::showEvent(QShowEvent* event) {
     m_login->setVisible(launches.has_value());
     m_login->setChecked(launches.value_or(false));
     m_notify->setChecked(m_settings.notifyAutomatic());
-    showWalls();
+    lookAtWalls();
     lookAtModel();
 }
 

@@ -30,6 +30,7 @@ private:
     QWidget* makeIntelligence();
     void lookAtModel();
     void showModel();
+    void lookAtWalls();
     void showWalls();
     void setLogin(bool value);
 

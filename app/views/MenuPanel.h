@@ -3,12 +3,14 @@
 #include "app/views/NameRows.h"
 #include "app/views/PendingModel.h"
 #include "app/views/RecordModel.h"
+#include "core/files/FileIdentity.h"
 
 #include <QFrame>
 #include <QRect>
 #include <QString>
 #include <QTimer>
 #include <functional>
+#include <optional>
 #include <set>
 #include <string>
 #include <string_view>
@@ -127,9 +129,9 @@ private:
 
     TitleEditor* m_editor = nullptr; // over its row
     QTimer m_placeTimer;
-    QString m_edited;         // the proposal's id
-    std::string m_editedPath; // its file's
-    std::string m_draftPath;  // the file for which a title was begun and left
+    QString m_edited;                         // the proposal's id
+    std::optional<FileIdentity> m_editedFile; // its file
+    std::optional<FileIdentity> m_draftFile;  // the one for which a title was begun and left
     QString m_draft;
     bool m_isAnswering = false;                   // a row goes because of what was done here
     std::vector<std::string> m_asked;             // ids of what the user was asked about at once

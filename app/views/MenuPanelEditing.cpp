@@ -19,19 +19,21 @@ void MenuPanel::edit(std::string_view proposalID) {
         return;
     closeEditor();
     m_edited = QString::fromStdString(pending->proposal.id);
-    m_editedPath = pending->proposal.url.native();
-    const QString text = m_draftPath == m_editedPath ? m_draft : shown(pending->proposal.title);
+    m_editedFile = pending->proposal.identity;
+    // Another file may have come under the same name.
+    const bool isDrafted = m_draftFile && m_editedFile && isSameStoredFile(*m_draftFile, *m_editedFile);
+    const QString text = isDrafted ? m_draft : shown(pending->proposal.title);
     // Beside the list and not in it, where no screen reader would find it.
     m_editor = new TitleEditor(m_model, *pending, text, m_pendingList->parentWidget());
     m_editor->followInTabOrder(*m_pendingList);
     m_pendingRows->setEdited(m_edited, m_editor->sizeHint().height());
     connect(m_editor, &TitleEditor::textEdited, this, [this](const QString& draft) {
-        m_draftPath = m_editedPath;
+        m_draftFile = m_editedFile;
         m_draft = draft;
     });
     connect(m_editor, &TitleEditor::accepted, this, &MenuPanel::renameEdited);
     connect(m_editor, &TitleEditor::left, this, [this] {
-        m_draftPath.clear();
+        m_draftFile.reset();
         leave();
     });
     m_pendingList->setCurrentIndex(index);
@@ -58,7 +60,7 @@ void MenuPanel::renameEdited() {
     m_model.accept(id, utf8(m_editor->text()));
     if (m_pending.indexOf(id).isValid())
         return; // the model said why not, and the editor stays
-    m_draftPath.clear();
+    m_draftFile.reset();
     takeFocus(*m_pendingList, Qt::OtherFocusReason);
 }
 

@@ -19,6 +19,7 @@ void MenuPanel::bindKeys() {
     const auto bind = [this](const QKeySequence& keys, auto act) {
         auto* shortcut = new QShortcut(keys, this);
         shortcut->setContext(Qt::WidgetWithChildrenShortcut);
+        shortcut->setAutoRepeat(false);
         connect(shortcut, &QShortcut::activated, this, act);
     };
     bind(QKeySequence(Qt::CTRL | Qt::Key_Z), [this] { undo(); });
@@ -33,8 +34,12 @@ void MenuPanel::bindKeys() {
     m_placeTimer.setSingleShot(true);
     m_placeTimer.setInterval(0);
     connect(&m_placeTimer, &QTimer::timeout, this, &MenuPanel::placeEditor);
-    m_pendingList->installEventFilter(this);
-    m_recentList->installEventFilter(this);
+    for (QListView* list : {m_pendingList, m_recentList}) {
+        list->installEventFilter(this);
+        list->parentWidget()->installEventFilter(this);
+    }
+    for (QWidget* around : {m_body, static_cast<QWidget*>(m_scroll), window()})
+        around->installEventFilter(this);
 }
 
 void MenuPanel::orderFocus() {
@@ -91,6 +96,10 @@ bool MenuPanel::pressKey(QListView& list, const QKeyEvent& key) {
     const QModelIndex current = list.currentIndex();
     if (key.modifiers().testFlag(Qt::ControlModifier) || key.modifiers().testFlag(Qt::AltModifier))
         return false;
+    const bool isAnswer =
+        key.key() == Qt::Key_Return || key.key() == Qt::Key_Enter || key.key() == Qt::Key_Delete;
+    if (isAnswer && key.isAutoRepeat())
+        return true; // held, it is no answer to the rows that follow
     switch (key.key()) {
     case Qt::Key_Return:
     case Qt::Key_Enter:
@@ -117,6 +126,10 @@ bool MenuPanel::pressKey(QListView& list, const QKeyEvent& key) {
 }
 
 bool MenuPanel::eventFilter(QObject* watched, QEvent* event) {
+    if (event->type() == QEvent::Move) { // the rows go along with what holds them
+        m_pendingRows->noteMoved();
+        m_recentRows->noteMoved();
+    }
     auto* list = watched == m_pendingList ? m_pendingList : watched == m_recentList ? m_recentList : nullptr;
     if (list == nullptr)
         return QFrame::eventFilter(watched, event);

@@ -124,6 +124,8 @@ void NamingPage::takeDraft() {
     showDraft(draft);
     if (draft.saveError != 0)
         m_model.tellSettings(std::unexpected(draft.saveError));
+    else if (draft.isValid())
+        m_model.tellSettings({}); // names that are shown follow from it
 }
 
 void NamingPage::showSettings() {

@@ -60,6 +60,9 @@ public:
     /// What stands under the pointer; invalid for none.
     [[nodiscard]] QModelIndex hoveredRow() const { return m_hovered; }
 
+    /// To be called where the view was moved as a whole, which it does not hear of itself.
+    void noteMoved() { m_steady.start(); }
+
 Q_SIGNALS:
     /// By a click or the context menu. For a mark `place` is where it was painted, in the viewport.
     void triggered(const QModelIndex& index, int part, const QRect& place);

@@ -49,6 +49,8 @@ public:
     /// What is wrong with the walls around the application and its reader, in French; empty: the kernel
     /// refuses it the network, and foreign files are read in a full jail.
     [[nodiscard]] virtual std::string sandboxFault() const = 0;
+    /// Tries the walls again; `done` is called once, later, when `sandboxFault` knows.
+    virtual void checkSandbox(std::function<void()> done) = 0;
 
     /// The first page or the picture of a file, from the jailed reader; nothing where it has none. `done` is
     /// called once, later.

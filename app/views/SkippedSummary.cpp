@@ -8,6 +8,7 @@
 #include <QPushButton>
 #include <QToolButton>
 #include <QVBoxLayout>
+#include <algorithm>
 #include <optional>
 
 namespace vesto {
@@ -16,21 +17,23 @@ namespace {
 constexpr int indent = 28;
 constexpr int lineHeight = 28;
 
+using Counter = BatchLine::Counter;
+
 struct Offer {
     AlsoAnalyse which;
     std::string_view words;
 };
 
-std::optional<Offer> offerOf(BatchLine::Counter counter) {
+std::optional<Offer> offerOf(Counter counter) {
     switch (counter) {
-    case BatchLine::Counter::wellNamed:
+    case Counter::wellNamed:
         return Offer{AlsoAnalyse::wellNamed, "Analyser aussi"};
-    case BatchLine::Counter::noTitleBefore:
+    case Counter::noTitleBefore:
         return Offer{AlsoAnalyse::noTitleBefore, "Réessayer"};
-    case BatchLine::Counter::noTitle:
-    case BatchLine::Counter::alreadyDone:
-    case BatchLine::Counter::notLocal:
-    case BatchLine::Counter::subfolders:
+    case Counter::noTitle:
+    case Counter::alreadyDone:
+    case Counter::notLocal:
+    case Counter::subfolders:
         break;
     }
     return std::nullopt;
@@ -41,14 +44,19 @@ std::optional<Offer> offerOf(BatchLine::Counter counter) {
 SkippedSummary::SkippedSummary(QWidget* parent)
     : QWidget(parent)
     , m_title(new QToolButton(this))
-    , m_body(new QWidget(this))
-    , m_bodyColumn(new QVBoxLayout(m_body)) {
+    , m_body(new QWidget(this)) {
     m_title->setAutoRaise(true);
     m_title->setArrowType(Qt::DownArrow);
     m_title->setToolButtonStyle(Qt::ToolButtonTextBesideIcon);
     m_title->setMinimumHeight(lineHeight);
-    m_bodyColumn->setContentsMargins(indent, 0, 8, 0);
-    m_bodyColumn->setSpacing(2);
+    auto* body = new QVBoxLayout(m_body);
+    body->setContentsMargins(indent, 0, 8, 0);
+    body->setSpacing(2);
+    for (const Counter counter : {Counter::wellNamed, Counter::noTitleBefore, Counter::noTitle,
+                                  Counter::alreadyDone, Counter::notLocal, Counter::subfolders}) {
+        m_rows.emplace(counter, makeRow(counter));
+        body->addWidget(m_rows.at(counter).whole);
+    }
     auto* column = new QVBoxLayout(this);
     column->setContentsMargins(0, 8, 0, 0);
     column->setSpacing(2);
@@ -63,40 +71,37 @@ SkippedSummary::SkippedSummary(QWidget* parent)
 }
 
 void SkippedSummary::show(const std::vector<BatchLine>& lines) {
-    if (lines == m_lines)
-        return;
-    m_lines = lines;
-    for (QObject* old : m_body->findChildren<QWidget*>(QString(), Qt::FindDirectChildrenOnly)) {
-        static_cast<QWidget*>(old)->hide();
-        old->deleteLater(); // it may be its own button that was pressed
-    }
-    while (QLayoutItem* item = m_bodyColumn->takeAt(0))
-        delete item;
     std::size_t count = 0;
-    for (const BatchLine& line : lines) {
-        count += line.count;
-        addLine(line);
+    for (const auto& [counter, row] : m_rows) {
+        const auto line = std::ranges::find(lines, counter, &BatchLine::counter);
+        row.whole->setVisible(line != lines.end());
+        if (line == lines.end())
+            continue;
+        count += line->count;
+        row.text->setText(shown(line->text));
+        if (row.button != nullptr)
+            row.button->setAccessibleDescription(row.text->text());
     }
     m_title->setText(french("Fichiers laissés de côté : %1", number(count)));
     setVisible(!lines.empty());
 }
 
-void SkippedSummary::addLine(const BatchLine& line) {
-    auto* whole = new QWidget(m_body);
-    auto* row = new QHBoxLayout(whole);
+SkippedSummary::Row SkippedSummary::makeRow(Counter counter) {
+    Row made{.whole = new QWidget(m_body)};
+    auto* row = new QHBoxLayout(made.whole);
     row->setContentsMargins(0, 0, 0, 0);
     row->setSpacing(8);
-    whole->setMinimumHeight(lineHeight);
-    row->addWidget(new NoteLabel(shown(line.text), whole, NoteLabel::Tone::plain, 1), 1);
-    if (const auto offer = offerOf(line.counter)) {
-        auto* button = new QPushButton(french(offer->words), whole);
-        button->setAutoDefault(false);
-        button->setAccessibleDescription(shown(line.text));
-        connect(button, &QPushButton::clicked, this, [this, which = offer->which] { Q_EMIT asked(which); });
-        row->addWidget(button);
+    made.whole->setMinimumHeight(lineHeight);
+    made.text = new NoteLabel({}, made.whole, NoteLabel::Tone::plain, 1);
+    row->addWidget(made.text, 1);
+    if (const auto offer = offerOf(counter)) {
+        made.button = new QPushButton(french(offer->words), made.whole);
+        made.button->setAutoDefault(false);
+        connect(made.button, &QPushButton::clicked, this,
+                [this, which = offer->which] { Q_EMIT asked(which); });
+        row->addWidget(made.button);
     }
-    m_bodyColumn->addWidget(whole);
-    whole->show();
+    return made;
 }
 
 } // namespace vesto

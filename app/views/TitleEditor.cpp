@@ -134,6 +134,8 @@ bool TitleEditor::eventFilter(QObject* watched, QEvent* event) {
 
 void TitleEditor::keyPressEvent(QKeyEvent* event) {
     event->accept(); // what the field leaves is not for the list under it, where Enter accepts
+    if (event->key() == Qt::Key_Escape) // from a button
+        Q_EMIT left();
 }
 
 } // namespace vesto

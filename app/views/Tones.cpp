@@ -107,10 +107,6 @@ QColor Tones::noticeGround() const {
     return mixed(role(QPalette::Window), QColor(0xe0, 0xa0, 0x20), 0.18);
 }
 
-QColor Tones::noticeEdge() const {
-    return mixed(role(QPalette::Window), QColor(0xe0, 0xa0, 0x20), 0.55);
-}
-
 QColor Tones::focus() const {
     QColor colour = role(QPalette::Highlight);
     const QColor ground = role(QPalette::Base);

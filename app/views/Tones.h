@@ -32,7 +32,6 @@ public:
     [[nodiscard]] QColor separatorOnWindow() const;
     [[nodiscard]] QColor edge() const; // of a box that can be ticked
     [[nodiscard]] QColor noticeGround() const;
-    [[nodiscard]] QColor noticeEdge() const;
     [[nodiscard]] QColor focus() const;
 
     // Readable on Base, Window, selected rows and the page of a tab.

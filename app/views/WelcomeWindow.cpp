@@ -243,6 +243,8 @@ QWidget* WelcomeWindow::buildChoice() {
     for (QPushButton* button : {m_watch, m_desktop, m_downloads})
         button->setAutoDefault(true);
     connect(m_watch, &QPushButton::clicked, this, &WelcomeWindow::watchDownloads);
+    for (const auto answered : {&AppModel::foldersChanged, &AppModel::lastErrorChanged})
+        connect(&m_model, answered, this, [this] { m_isWatching = false; });
     connect(m_desktop, &QPushButton::clicked, this,
             [this] { choose(QStandardPaths::writableLocation(QStandardPaths::DesktopLocation)); });
     connect(m_downloads, &QPushButton::clicked, this,
@@ -273,13 +275,17 @@ std::function<void(const std::string&)> WelcomeWindow::whenAdded() {
 }
 
 void WelcomeWindow::watchDownloads() {
+    if (m_isWatching)
+        return; // clicked twice, it is asked for once
     const std::string path = downloadsFolder().toStdString();
     const auto& folders = m_model.folders();
     const auto watched = std::ranges::find(folders, path, &WatchedFolder::path);
-    if (watched != folders.end())
+    if (watched != folders.end()) {
         showAdded(watched->id);
-    else
-        m_shell.watchFolder(path, whenAdded());
+        return;
+    }
+    m_isWatching = true;
+    m_shell.watchFolder(path, whenAdded());
 }
 
 void WelcomeWindow::choose(const QString& start) {

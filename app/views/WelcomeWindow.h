@@ -59,6 +59,7 @@ private:
     QLabel* m_addedIcon = nullptr;
     QLabel* m_added = nullptr;
     QPushButton* m_finish = nullptr;
+    bool m_isWatching = false; // the folder of downloads was asked for, and nothing has been said
 };
 
 } // namespace vesto

@@ -172,7 +172,7 @@ TEST_F(EngineVerbs, AWatchThatWaitsForItsTurnObeysCtrlC) {
 }
 
 TEST_F(EngineVerbs, AnOrderThatCouldNotBeStoredIsNotDone) {
-    RunningVesto engine({"watch", watched()});
+    const RunningVesto engine({"watch", watched()});
     ASSERT_TRUE(engine.says("Surveillance en cours")) << engine.out();
     const rlimit full{.rlim_cur = fs::file_size(m_profile.data() / "history.sqlite-wal"),
                       .rlim_max = RLIM_INFINITY};
@@ -274,7 +274,7 @@ TEST_F(EngineVerbs, TheEngineUndoesAFileWhereverItStandsNow) {
         std::optional<Profile> otherComputer;
         if (!row.hasHistory)
             otherComputer.emplace();
-        RunningVesto engine({"watch", "--json"});
+        const RunningVesto engine({"watch", "--json"});
         ASSERT_TRUE(engine.says(R"("event":"started")")) << engine.out();
         EXPECT_THAT(outcomes(ask({"undo", (row.undoneIn / leaseName).native()})), ElementsAre("undone"));
         EXPECT_TRUE(engine.says(R"("event":"undone")")) << engine.out();

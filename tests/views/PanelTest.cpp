@@ -49,6 +49,11 @@ protected:
     void press(Qt::Key key, Qt::KeyboardModifiers modifiers = {}) const {
         QTest::keyClick(focus() == nullptr ? window.get() : focus(), key, modifiers);
     }
+    /// As the system sends a key that is not let go.
+    void hold(Qt::Key key, Qt::KeyboardModifiers modifiers = {}) const {
+        for (const bool isRepeated : {false, true, true})
+            QTest::simulateEvent(focus(), true, key, modifiers, {}, isRepeated);
+    }
     [[nodiscard]] bool exists(std::string_view ending) const {
         for (const auto& entry : std::filesystem::directory_iterator(world.folder.path()))
             if (entry.path().native().ends_with(ending))
@@ -132,6 +137,29 @@ TEST_F(Panel, AnswersEverythingByKeyboard) {
     EXPECT_FALSE(window->isVisible());
 }
 
+TEST_F(Panel, AHeldKeyAnswersOneRow) {
+    open({{"scan_1.txt", "Facture annuelle de la ville"},
+          {"scan_2.txt", "Contrat de location"},
+          {"scan_3.txt", "Bulletin de paie"},
+          {"scan_4.txt", "Relevé bancaire"}});
+    hold(Qt::Key_Delete);
+    EXPECT_EQ(world.model->pending().size(), 3U);
+    hold(Qt::Key_Return);
+    EXPECT_EQ(world.model->pending().size(), 2U);
+    press(Qt::Key_F2);
+    hold(Qt::Key_Return); // in the editor first, then in the list
+    EXPECT_EQ(world.model->pending().size(), 1U);
+    const auto renamed = [&](RenameRecord::Status status) {
+        return std::ranges::count(world.history(), status, &RenameRecord::status);
+    };
+    EXPECT_TRUE(World::eventually([&] { return recent().model()->rowCount() == 2; }));
+    EXPECT_TRUE(World::eventually([&] { return renamed(RenameRecord::Status::done) == 2; }));
+    hold(Qt::Key_Z, Qt::ControlModifier);
+    EXPECT_TRUE(World::eventually([&] { return renamed(RenameRecord::Status::undone) > 0; }));
+    World::pass(std::chrono::milliseconds(50));
+    EXPECT_EQ(renamed(RenameRecord::Status::done), 1);
+}
+
 TEST_F(Panel, ADraftOutlivesAClosedPanel) {
     open({{"scan_1.txt", "Facture annuelle de la ville"}, {"scan_2.txt", "Contrat de location"}});
     press(Qt::Key_F2);
@@ -141,16 +169,21 @@ TEST_F(Panel, ADraftOutlivesAClosedPanel) {
     ASSERT_NE(panel().editor(), nullptr);
     EXPECT_EQ(panel().editor()->text(), QStringLiteral("Bail"));
     // Answered elsewhere meanwhile: the editor goes with it.
-    world.model->accept(world.model->pending().front().proposal.id);
+    bool isRenamed = false;
+    world.model->accept(world.model->pending().front().proposal.id, [&](const auto&) { isRenamed = true; });
     EXPECT_EQ(panel().editor(), nullptr);
     EXPECT_EQ(world.errors, std::vector<std::string>{"Cette proposition n'est plus d'actualité."});
-    // A notification's "Modifier" comes here.
-    window->openEditing(world.model->pending().front().proposal.id);
+    ASSERT_TRUE(World::eventually([&] { return isRenamed; }));
+    World::pass(std::chrono::milliseconds(300)); // the watcher has seen that the name is free
+    // Another file comes under that name, and a notification's "Modifier" comes here.
+    window->openEditing(world.proposal("scan_2.txt", "Devis de toiture").proposal.id);
     ASSERT_NE(panel().editor(), nullptr);
+    EXPECT_EQ(panel().editor()->text(), QStringLiteral("Devis de toiture"));
+    press(Qt::Key_Tab); // to a button of the editor
     press(Qt::Key_Escape);
     EXPECT_EQ(panel().editor(), nullptr);
     EXPECT_TRUE(window->isVisible());
-    EXPECT_EQ(world.model->pending().size(), 1U);
+    EXPECT_EQ(world.model->pending().size(), 2U);
 }
 
 TEST_F(Panel, AClickCountsOnlyOnARowThatWasThere) {
@@ -186,6 +219,19 @@ TEST_F(Panel, AClickCountsOnlyOnARowThatWasThere) {
     click(place(0, PendingRows::editPart), longEnough);
     ASSERT_NE(panel().editor(), nullptr);
     EXPECT_EQ(panel().editor()->text(), QStringLiteral("Contrat de location"));
+}
+
+TEST_F(Panel, AClickCountsOnNoRowThatAnErrorMoved) {
+    open({{"scan_1.txt", "Facture annuelle de la ville"}, {"scan_2.txt", "Contrat de location"}});
+    QTest::mouseMove(pending().viewport(), place(0, PendingRows::acceptPart));
+    QTest::qWait(longEnough);
+    QElapsedTimer sinceMoved;
+    sinceMoved.start();
+    world.model->showError("Le disque est plein."); // above all rows
+    QCoreApplication::processEvents();
+    QTest::mouseClick(pending().viewport(), Qt::LeftButton, {}, place(1, PendingRows::acceptPart));
+    if (sinceMoved.elapsed() < PaintedRows::clickGuard) // else the machine was too busy for it
+        EXPECT_EQ(world.model->pending().size(), 2U);
 }
 
 TEST_F(Panel, AsksBeforeItIgnoresAll) {

@@ -38,7 +38,8 @@ TEST(Welcome, SaysWhichFolderIsWatched) {
     world.start();
     WelcomeWindow window(*world.model, world.settings, world.shell);
     WindowWorld::expose(window);
-    for (QPushButton* button : {window.watchButton(), window.desktopButton(), window.downloadsButton()})
+    for (QPushButton* button :
+         {window.watchButton(), window.watchButton(), window.desktopButton(), window.downloadsButton()})
         QTest::mouseClick(button, Qt::LeftButton);
     const auto at = [](QStandardPaths::StandardLocation location) {
         return utf8(QStandardPaths::writableLocation(location));

@@ -5,6 +5,7 @@
 #include "app/views/HistoryWindow.h"
 #include "app/views/RecordModel.h"
 #include "app/views/SettingsWindow.h"
+#include "app/views/SkippedSummary.h"
 #include "tests/views/support/WindowWorld.h"
 
 #include <gtest/gtest.h>
@@ -190,6 +191,8 @@ TEST_F(BatchWindowWithWorkers, IsReviewedByKeys) {
     EXPECT_EQ(renameButton()->text(), QStringLiteral("Renommer (3)"));
     QTest::keyClick(list, Qt::Key_Space);
     EXPECT_EQ(renameButton()->text(), QStringLiteral("Renommer (2)"));
+    QTest::simulateEvent(list, true, Qt::Key_Space, Qt::NoModifier, QStringLiteral(" "), true); // held
+    EXPECT_EQ(renameButton()->text(), QStringLiteral("Renommer (2)"));
     QTest::keyClick(list, Qt::Key_A, Qt::ControlModifier);
     QTest::keyClick(list, Qt::Key_Space); // ticks all, since one was not
     EXPECT_EQ(renameButton()->text(), QStringLiteral("Renommer (3)"));
@@ -208,7 +211,8 @@ TEST_F(BatchWindowWithWorkers, IsReviewedByKeys) {
         editor = qobject_cast<QLineEdit*>(QApplication::focusWidget());
         return editor != nullptr && editor->text().startsWith(QStringLiteral("Devis"));
     }));
-    QTest::keyClicks(editor, QStringLiteral("Autre"));
+    QTest::keyClicks(editor, QStringLiteral("Mon titre")); // which goes to the row above
+    EXPECT_TRUE(world.eventually([&] { return preview().finalName() == QStringLiteral("Mon titre 3.txt"); }));
     QTest::keyClick(editor, Qt::Key_Escape);
     EXPECT_EQ(column(*list->model(), BatchModel::titleColumn),
               QStringList({QStringLiteral("Mon titre"), QStringLiteral("Devis de toiture Nantes"),
@@ -216,9 +220,16 @@ TEST_F(BatchWindowWithWorkers, IsReviewedByKeys) {
     EXPECT_EQ(list->model()->index(0, BatchModel::confidenceColumn).data().toString(),
               QStringLiteral("Modifié"));
 
+    const auto isCounted = [&] {
+        return std::ranges::any_of(window->findChildren<QLabel*>(), [](const QLabel* label) {
+            return label->text() == QStringLiteral("3 propositions");
+        });
+    };
+    EXPECT_TRUE(isCounted());
     QTest::keyClick(window.get(), Qt::Key_Return, Qt::ControlModifier);
     ASSERT_TRUE(world.eventually([&] { return !world.model->batch()->isRenaming; }));
     EXPECT_TRUE(std::filesystem::exists(world.folder / "Mon titre 2.txt"));
+    EXPECT_FALSE(isCounted()); // they are names by now
     EXPECT_EQ(renameButton()->text(), QStringLiteral("Renommer (0)"));
     EXPECT_FALSE(renameButton()->isEnabled());
     QTest::mouseClick(WindowWorld::button<QPushButton>(*window, QStringLiteral("Annuler ce lot")),
@@ -259,9 +270,31 @@ TEST_F(BatchWindowWithWorkers, ShowsPicturesAndAsksForThemInTurn) {
     EXPECT_TRUE(preview().picture().isSettled());
     QTest::keyClick(list, Qt::Key_Down);
     EXPECT_TRUE(preview().picture().isSettled()); // it was asked for before
+    window->hide();
+    const std::size_t asked = world.shell.previewed.size();
+    world.model->setItemsSelected({world.model->batch()->items.front().proposal.id}, false);
+    World::pass(std::chrono::milliseconds(150));
+    EXPECT_EQ(world.shell.previewed.size(), asked); // nobody would see it
+    WindowWorld::expose(*window);
     QTest::mouseClick(WindowWorld::button<QPushButton>(*window, QStringLiteral("Fermer")), Qt::LeftButton);
     EXPECT_EQ(world.model->batch(), nullptr);
     EXPECT_FALSE(window->isVisible());
+}
+
+TEST(SkippedSummary, KeepsItsButtonsWhileItCounts) {
+    using Counter = BatchLine::Counter;
+    const BatchLine wellNamed{Counter::wellNamed, 2, "Nom déjà parlant : 2 fichiers"};
+    SkippedSummary summary;
+    summary.show({wellNamed});
+    WindowWorld::expose(summary);
+    auto* button = WindowWorld::button<QPushButton>(summary, QStringLiteral("Analyser aussi"));
+    ASSERT_NE(button, nullptr);
+    QTest::mousePress(button, Qt::LeftButton);
+    summary.show({wellNamed, {Counter::noTitle, 1, "Sans titre exploitable : 1 fichier"}});
+    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+    EXPECT_TRUE(WindowWorld::button<QPushButton>(summary, QStringLiteral("Analyser aussi"))->isDown());
+    summary.show({{Counter::noTitle, 1, "Sans titre exploitable : 1 fichier"}});
+    EXPECT_FALSE(button->isVisible());
 }
 
 TEST(BatchWindow, LeadsToTheSettingsWhereThereIsNoBatch) {
@@ -298,6 +331,8 @@ TEST(SettingsWindowWithWorkers, ChangesFolders) {
     QTest::keyClick(enabled, Qt::Key_F5);
     EXPECT_EQ(world.shell.calls.back(), "batch");
     EXPECT_NE(world.model->batch(), nullptr);
+    QTest::simulateEvent(enabled, true, Qt::Key_Delete, Qt::NoModifier, {}, true); // held since another row
+    EXPECT_EQ(world.model->folders().size(), 1U);
     QTest::keyClick(enabled, Qt::Key_Delete);
     EXPECT_TRUE(world.model->folders().empty());
 
@@ -343,15 +378,19 @@ protected:
     QLineEdit* field = window.findChild<QLineEdit*>();
 };
 
-TEST_F(NamingPageInSettings, KeepsOnlyValidPatterns) {
+TEST_F(NamingPageInSettings, KeepsOnlyValidPatternsAndTellsOfThem) {
+    int told = 0;
+    QObject::connect(world.model.get(), &AppModel::settingsChanged, &window, [&] { ++told; });
     field->setFocus();
     field->selectAll();
     QTest::keyClicks(field, QStringLiteral("{titel}"));
     EXPECT_EQ(field->accessibleDescription(), QStringLiteral("Jeton inconnu : {titel}."));
     EXPECT_EQ(world.settings.nameTemplate(), "{date:yyyy-MM-dd} {title}");
+    EXPECT_EQ(told, 0);
     field->selectAll();
     QTest::mouseClick(WindowWorld::button<QPushButton>(window, QStringLiteral("{title}")), Qt::LeftButton);
     EXPECT_EQ(world.settings.nameTemplate(), "{title}");
+    EXPECT_GT(told, 0); // a name that is shown may be another
     EXPECT_TRUE(field->accessibleDescription().isEmpty());
 }
 
@@ -413,10 +452,18 @@ TEST(SettingsWindow, TellsTheTruthAboutLoginAndWalls) {
     QTest::keyClick(login, Qt::Key_Space);
     EXPECT_TRUE(login->isChecked()); // as it is, not as it was wished
     EXPECT_EQ(world.model->lastError(), "Le disque est plein.");
-    bool isSaid = false;
-    for (const QLabel* label : window.findChildren<QLabel*>())
-        isSaid = isSaid || label->text() == QStringLiteral("La prison du lecteur ne tient pas.");
-    EXPECT_TRUE(isSaid);
+    const auto says = [&](const QString& words) {
+        return std::ranges::any_of(window.findChildren<QLabel*>(),
+                                   [&](const QLabel* label) { return label->text() == words; });
+    };
+    const QString fault = QStringLiteral("La prison du lecteur ne tient pas.");
+    EXPECT_TRUE(says(fault));
+    QTest::mouseClick(WindowWorld::button<QPushButton>(window, QStringLiteral("Vérifier à nouveau")),
+                      Qt::LeftButton);
+    ASSERT_EQ(world.shell.checks.size(), 2U); // the first when it was shown
+    world.shell.fault.clear();
+    world.shell.checks.back()();
+    EXPECT_FALSE(says(fault));
     auto* notify =
         WindowWorld::button<QCheckBox>(window, QStringLiteral("Notifier les renommages automatiques"));
     QTest::keyClick(notify, Qt::Key_Space);

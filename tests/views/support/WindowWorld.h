@@ -46,6 +46,7 @@ public:
     }
     [[nodiscard]] std::string modelSummary() const override { return modelWords; }
     [[nodiscard]] std::string sandboxFault() const override { return fault; }
+    void checkSandbox(std::function<void()> done) override { checks.push_back(std::move(done)); }
     void preview(const std::filesystem::path& file,
                  std::function<void(const std::optional<Preview>&)> done) override {
         previewed.push_back(file.filename().native());
@@ -66,6 +67,7 @@ public:
     bool isLoginRefused = false;
     std::function<void()> onLoginRefused;
     std::string fault;
+    std::vector<std::function<void()>> checks; // who waits for another look at the walls
     std::string modelWords = "Modèle d'essai, 1,2 Go";
 };
 
