@@ -97,7 +97,7 @@ TEST(Jail, OnlyTheFileAndThePipeAreOpen) {
     const std::vector<std::string> standard{"0", "1", "2"};
     EXPECT_EQ(linesOf(reader, Asked("descriptors")), standard);
     // Also while another file is being read.
-    std::stop_source stop;
+    const std::stop_source stop;
     Asked other("hang");
     other.request.stop = stop.get_token();
     const std::jthread reading([&] { EXPECT_FALSE(reader.read(other.request, settings())); });

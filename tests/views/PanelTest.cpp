@@ -230,8 +230,8 @@ TEST_F(Panel, AClickCountsOnNoRowThatAnErrorMoved) {
     world.model->showError("Le disque est plein."); // above all rows
     QCoreApplication::processEvents();
     QTest::mouseClick(pending().viewport(), Qt::LeftButton, {}, place(1, PendingRows::acceptPart));
-    if (sinceMoved.elapsed() < PaintedRows::clickGuard) // else the machine was too busy for it
-        EXPECT_EQ(world.model->pending().size(), 2U);
+    const bool isLate = sinceMoved.elapsed() >= PaintedRows::clickGuard; // on a busy machine
+    EXPECT_TRUE(isLate || world.model->pending().size() == 2);
 }
 
 TEST_F(Panel, AsksBeforeItIgnoresAll) {
