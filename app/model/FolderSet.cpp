@@ -29,6 +29,8 @@ FolderSet::FolderSet(ModelContext& context, Listener listener)
     , m_listener(std::move(listener)) {
     m_search.setInterval(context.given().rescanInterval);
     QObject::connect(&m_search, &QTimer::timeout, &m_search, [this] { lookForLost(); });
+    QObject::connect(&context.face(), &AppModel::renamed, &m_search,
+                     [this](const RenameRecord& record) { noteFreed(record); });
 }
 
 FolderSet::~FolderSet() {
@@ -315,6 +317,13 @@ void FolderSet::forgetLoss(std::string_view id) {
     m_losses.erase(loss);
     if (m_losses.empty())
         m_search.stop();
+}
+
+/// A name that was free only between two looks stands for another file now.
+void FolderSet::noteFreed(const RenameRecord& record) {
+    for (const WatchedFolder& folder : m_folders)
+        if (folder.path == record.folderPath)
+            reportAgain(folder.id, record.originalName, FolderWatcher::Fruitless::replaced, std::nullopt);
 }
 
 bool FolderSet::isCurrent(std::string_view id, std::uint64_t serial) const {

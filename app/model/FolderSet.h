@@ -1,6 +1,7 @@
 #pragma once
 #include "app/model/FolderCheck.h"
 #include "app/model/ModelContext.h"
+#include "app/model/RenameRecord.h"
 #include "app/model/WatchedFolder.h"
 
 #include <QTimer>
@@ -78,6 +79,7 @@ private:
     void retire(std::shared_ptr<FolderWatcher> watcher);
     void ended(const std::string& id, std::uint64_t serial);
     void lookForLost();
+    void noteFreed(const RenameRecord& record);
     void tellLoss(const WatchedFolder& folder, FolderTrouble trouble, std::string message);
     void forgetLoss(std::string_view id);
     [[nodiscard]] bool isCurrent(std::string_view id, std::uint64_t serial) const;

@@ -64,8 +64,8 @@ public:
 
     /// Why the job of a reported file ended without an outcome.
     enum class Fruitless {
-        replaced,   // another file stands under the name now: it is reported again at once or, where there
-                    // was none to be seen, at the next look
+        replaced,   // another file stands under the name now, or may soon: it is reported again at once or,
+                    // where there was none to be seen, at the next look
         restless,   // never quiet: reported again when it was closed at last or has stood still
         empty,      // when it was closed, or has changed and then stood still
         unreadable, // likewise

@@ -63,6 +63,22 @@ TEST(AppModelThreads, RenamesByItselfFromTheThresholdOn) {
     }
 }
 
+/// A scanner calls each of its pages the same.
+TEST(AppModelThreads, NamesWhatComesUnderANameThatWasFreedAMomentAgo) {
+    World world;
+    ASSERT_TRUE(world.settings.setAutoThreshold(0.5));
+    world.start();
+    world.watch(true);
+    int pages = 1;
+    QObject::connect(&*world.model, &AppModel::renamed, [&] {
+        if (pages++ < 3)
+            write(world.folder / "scan.txt", bill);
+    });
+    write(world.folder / "scan.txt", bill);
+    EXPECT_TRUE(world.eventually([&] { return world.history().size() == 3; }));
+    EXPECT_FALSE(namesIn(world.folder.path()).contains("scan.txt"));
+}
+
 TEST(AppModelThreads, DoesWhatTheUserAnswers) {
     World world;
     world.start();
