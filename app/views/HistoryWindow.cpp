@@ -371,7 +371,8 @@ bool HistoryWindow::eventFilter(QObject* watched, QEvent* event) {
             return true;
         }
     } else if (watched == m_table && isEnter && (key->modifiers() & ~Qt::KeypadModifier) == Qt::NoModifier) {
-        revealCurrent();
+        if (!key->isAutoRepeat())
+            revealCurrent();
         return true;
     } else if (watched == m_table && key->matches(QKeySequence::Copy)) {
         if (const RenameRecord* record = recordAt(m_table->currentIndex()))
