@@ -335,7 +335,7 @@ TEST(Store, SaysInFrenchWhatIsInItsWay) {
     Store store = Store::open(*small.path / "history.sqlite").value();
     std::vector<RenameRecord> kept;
     for (;;) {
-        RenameRecord next = record(std::string(20'000, 'x'), static_cast<int>(kept.size()));
+        const RenameRecord next = record(std::string(20'000, 'x'), static_cast<int>(kept.size()));
         const auto saved = store.save(next);
         if (!saved) {
             EXPECT_FALSE(saved.error().isDamaged);
