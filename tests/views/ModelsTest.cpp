@@ -88,7 +88,7 @@ TEST(RecordModel, FetchesWhatIsSeenAndCountsAll) {
     EXPECT_EQ(model.rowCount(), 0);
     EXPECT_TRUE(World::eventually([&] { return model.total() == 0U; }));
 
-    RecordModel recent(*world.model, nullptr, 5);
+    const RecordModel recent(*world.model, nullptr, 5);
     EXPECT_EQ(recent.rowCount(), 5);
     EXPECT_FALSE(recent.canFetchMore({}));
 }
@@ -104,7 +104,7 @@ TEST(RecordModel, FindsTheOnlyOneOfManyInParts) {
     const int before = model.rowCount();
     model.setSearch(QStringLiteral("zanzibar"));
     EXPECT_EQ(model.rowCount(), before); // of the search before, until something is found
-    RenameRecord late = record("Zanzibar 2.pdf", 50'000);
+    const RenameRecord late = record("Zanzibar 2.pdf", 50'000);
     ASSERT_TRUE(world.store->save(late));
     Q_EMIT world.model->historyChanged();
     EXPECT_TRUE(World::eventually([&] { return model.rowCount() == 2 && model.total() == 2U; }));
