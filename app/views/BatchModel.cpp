@@ -244,6 +244,7 @@ void BatchModel::toggle(const QModelIndexList& rows) {
 
 void BatchModel::tickAll(bool isTicked) {
     std::vector<std::string> ids;
+    ids.reserve(m_rows.size());
     for (const Row& row : m_rows)
         ids.push_back(row.id);
     if (!ids.empty())
