@@ -42,6 +42,7 @@ public:
     bool setLaunchesAtLogin(bool /*value*/) override { return false; }
     [[nodiscard]] std::string modelSummary() const override { return {}; }
     [[nodiscard]] std::string sandboxFault() const override { return {}; }
+    void checkSandbox(std::function<void()> /*done*/) override {}
     void preview(const std::filesystem::path& /*file*/,
                  std::function<void(const std::optional<Preview>&)> /*done*/) override {}
 };
