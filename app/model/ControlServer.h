@@ -32,8 +32,6 @@ public:
     /// From now on nobody new is let in and no order is taken; who is being served gets the rest of it.
     void close();
 
-    [[nodiscard]] std::size_t clientCount() const { return m_clients.size(); }
-
 private:
     struct Client {
         explicit Client(UniqueFd socket);

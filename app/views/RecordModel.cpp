@@ -69,12 +69,10 @@ RecordModel::RecordModel(AppModel& model, QObject* parent, std::size_t mostRows)
     : QAbstractTableModel(parent)
     , m_model(model)
     , m_mostRows(mostRows) {
-    m_readTimer.setSingleShot(true);
-    m_readTimer.setInterval(0);
-    m_followTimer.setSingleShot(true);
-    m_followTimer.setInterval(0);
-    m_countTimer.setSingleShot(true);
-    m_countTimer.setInterval(0);
+    for (QTimer* timer : {&m_readTimer, &m_followTimer, &m_countTimer}) {
+        timer->setSingleShot(true);
+        timer->setInterval(0);
+    }
     connect(&m_readTimer, &QTimer::timeout, this, &RecordModel::readOn);
     connect(&m_followTimer, &QTimer::timeout, this, &RecordModel::follow);
     connect(&m_countTimer, &QTimer::timeout, this, &RecordModel::countOn);
@@ -284,11 +282,6 @@ int RecordModel::columnCount(const QModelIndex& parent) const {
 
 const RenameRecord* RecordModel::record(const QModelIndex& index) const {
     return index.isValid() && checkIndex(index) ? &m_rows[static_cast<std::size_t>(index.row())] : nullptr;
-}
-
-QModelIndex RecordModel::indexOf(std::string_view recordID) const {
-    const auto place = std::ranges::find(m_rows, recordID, &RenameRecord::id);
-    return place == m_rows.end() ? QModelIndex() : index(static_cast<int>(place - m_rows.begin()), 0);
 }
 
 void RecordModel::refreshDates() {

@@ -12,7 +12,6 @@
 #include <optional>
 #include <span>
 #include <string>
-#include <string_view>
 #include <vector>
 
 namespace vesto {
@@ -61,8 +60,6 @@ public:
 
     /// Null for an invalid index. Until the model changes.
     [[nodiscard]] const RenameRecord* record(const QModelIndex& index) const;
-    /// Of the first column; invalid for what is not fetched.
-    [[nodiscard]] QModelIndex indexOf(std::string_view recordID) const;
 
     /// Says times anew: "10:42" becomes "Hier 10:42".
     void refreshDates();
