@@ -12,21 +12,19 @@
 #include <nlohmann/json.hpp>
 
 #include <algorithm>
-#include <expected>
-#include <variant>
 
 namespace vesto {
 namespace {
 
-/// The language that an order names, if any; an error where that makes no sense.
-std::expected<std::optional<Locale>, std::monostate> localeIn(const Json& order) {
+/// Takes the language that an order names, if it names one; false where that makes no sense.
+bool takeLocale(const Json& order, std::optional<Locale>& locale) {
     constexpr std::size_t longest = 64; // characters; far more than any has
-    const auto locale = stringMember(order, "locale");
-    if (!locale)
-        return std::nullopt;
-    if (locale->size() > longest || !unicode::isValid(*locale))
-        return std::unexpected(std::monostate());
-    return Locale{*locale};
+    const auto name = stringMember(order, "locale");
+    if (name && (name->size() > longest || !unicode::isValid(*name)))
+        return false;
+    if (name)
+        locale = Locale{*name};
+    return true;
 }
 
 /// What an order says of names; nothing where it makes no sense.
@@ -44,10 +42,8 @@ std::optional<NamingOrder> namingOrderIn(const Json& order) {
         if (!result.nameTemplate->validate())
             return std::nullopt;
     }
-    const auto locale = localeIn(order);
-    if (!locale)
+    if (!takeLocale(order, result.locale))
         return std::nullopt;
-    result.locale = *locale;
     return result;
 }
 
@@ -104,12 +100,12 @@ void undoAll(AppModel& model, const Commands::Request& request, std::vector<Rena
 } // namespace
 
 void Commands::prepareModel(const Json& order, const Request& request) {
-    const auto locale = localeIn(order);
-    if (!locale) {
+    std::optional<Locale> locale;
+    if (!takeLocale(order, locale)) {
         request->end(false, text("Ordre incompréhensible."));
         return;
     }
-    request->line(Json{{"locale", m_model.prepareModel(*locale).identifier()}});
+    request->line(Json{{"locale", m_model.prepareModel(locale).identifier()}});
     request->end(true);
 }
 

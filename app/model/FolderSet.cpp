@@ -94,8 +94,9 @@ void FolderSet::join(const FolderCheck& check, bool watches, const AppModel::Fol
             done(folder, notes);
     };
     if (const WatchedFolder* known = find(check.knownID); known != nullptr && !known->enabled) {
-        const bool isStored = setEnabled(known->id, true, watches);
-        answer(isStored ? std::optional(*known) : std::nullopt, {});
+        const bool isStored = setEnabled(check.knownID, true, watches);
+        known = find(check.knownID); // whoever hears of it may have changed the list
+        answer(isStored && known != nullptr ? std::optional(*known) : std::nullopt, {});
         return;
     }
     const auto error = std::ranges::find_if(check.notes, &FolderNote::isError);
