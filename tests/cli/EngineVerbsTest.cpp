@@ -312,6 +312,7 @@ TEST_F(EngineVerbs, StatusAndShapeOfEveryVerb) {
         {{"folders", "add", watched()}, 1, R"("kind":"alreadyWatched")"},
         {{"folders"}, 0, R"("enabled":true)"},
         {{"folders", "disable", watched()}, 0, R"("enabled":false)"},
+        {{"folders", "add", watched()}, 0, R"("enabled":true)"},
         {{"folders", "remove", absent}, 1, "n'est pas surveillé"},
         {{"folders", "remove", watched()}, 0, R"("outcome":"removed")"},
         {{"folders", "remove"}, 2, "manque"},

@@ -38,6 +38,12 @@ class Titles(unittest.TestCase):
         self.addCleanup(program.kill)
         return program
 
+    def start_renaming(self, *files):
+        program = subprocess.Popen([VESTO, "rename", "--json", *files], env=self.environment, text=True,
+                                   stdout=subprocess.PIPE, stderr=subprocess.PIPE)
+        self.addCleanup(program.kill)
+        return program
+
     def records(self, lines):
         return [json.loads(line) for line in lines.splitlines()]
 
@@ -47,6 +53,16 @@ class Titles(unittest.TestCase):
         for number in range(count):
             (folder / f"scan{number:04}.txt").write_text(INVOICE, encoding="utf-8")
         return folder
+
+    @property
+    def watched(self):
+        return self.home / "watched"
+
+    def watch(self):
+        self.watched.mkdir(exist_ok=True)
+        watch = self.start("watch", "--json", self.watched)
+        self.event(watch, "watching")
+        return watch
 
     def event(self, watch, kind):
         for line in watch.stdout:
@@ -108,19 +124,16 @@ class Titles(unittest.TestCase):
 
     def test_a_watch_has_the_host_ready_and_wakes_it_for_what_it_may_name(self):
         self.vesto("model", "add", self.make("good.gguf", "--says", 'Facture| Edf|"'))
-        folder = self.home / "watched"
-        folder.mkdir()
-        watch = self.start("watch", "--json", folder)
-        self.event(watch, "watching")
+        watch = self.watch()
         self.wait_for_host(watch.pid)
         self.vesto("name", self.files(1))  # it is ready then; one that is killed while it loads is started again
         os.kill(self.hosts_of(watch.pid)[0], signal.SIGKILL)
         self.wait_for_host(watch.pid, wanted=False)
-        (folder / "film.part").write_text("x", encoding="utf-8")
-        (folder / "liste.xyz").write_text("x", encoding="utf-8")
+        (self.watched / "film.part").write_text("x", encoding="utf-8")
+        (self.watched / "liste.xyz").write_text("x", encoding="utf-8")
         time.sleep(3)
         self.assertEqual(self.hosts_of(watch.pid), [])
-        (folder / "scan0001.txt").write_text(INVOICE, encoding="utf-8")
+        (self.watched / "scan0001.txt").write_text(INVOICE, encoding="utf-8")
         self.wait_for_host(watch.pid)
         # On a busy machine the first title may come too late for its eight seconds. Whoever asks for one name waits
         # until the host is ready; what comes then need not wait any more.
@@ -128,16 +141,13 @@ class Titles(unittest.TestCase):
         end = time.monotonic() + 240
         while source != "model" and time.monotonic() < end:
             self.vesto("name", self.files(1))
-            (folder / f"scan{time.monotonic_ns()}.txt").write_text(INVOICE, encoding="utf-8")
+            (self.watched / f"scan{time.monotonic_ns()}.txt").write_text(INVOICE, encoding="utf-8")
             source = self.event(watch, "proposed")["source"]
         self.assertEqual(source, "model")
 
     def test_an_order_has_its_title_in_its_own_language(self):
         self.vesto("model", "add", self.make("good.gguf", "--says", 'Facture| Edf|"', "--languages", "fr"))
-        folder = self.home / "watched"
-        folder.mkdir()
-        watch = self.start("watch", "--json", folder)
-        self.event(watch, "watching")
+        watch = self.watch()
         files = self.files(3)
         sources = []
         for number, locale in enumerate(("fr_FR", "de_DE", "fr_CA")):
@@ -155,27 +165,21 @@ class Titles(unittest.TestCase):
     def is_waited_for_while_it_loads(self):
         self.models.mkdir(parents=True)  # where it was never loaded
         self.make("good.gguf", "--says", 'Facture| Edf|"').rename(self.models / "good.gguf")
-        folder = self.home / "watched"
-        folder.mkdir()
-        watch = self.start("watch", "--json", folder)
+        self.watched.mkdir()
+        watch = self.start("watch", "--json", self.watched)
         while not (hosts := self.hosts_of(watch.pid)):
             self.assertIsNone(watch.poll())
             time.sleep(0.01)
         os.kill(hosts[0], signal.SIGSTOP)
         self.event(watch, "watching")
-        rename = subprocess.Popen([VESTO, "rename", "--json", *self.files(1).iterdir()], env=self.environment,
-                                  text=True, stdout=subprocess.PIPE, stderr=subprocess.PIPE)
-        self.addCleanup(rename.kill)
+        rename = self.start_renaming(*self.files(1).iterdir())
         says = rename.stderr.readline()
         os.kill(hosts[0], signal.SIGCONT)
         return "se charge" in says and json.loads(rename.communicate()[0])["proposal"]["source"] == "model"
 
     def test_two_programs_have_one_host(self):
         self.vesto("model", "add", self.make("good.gguf", "--says", 'Facture| Edf|"'))
-        folder = self.home / "watched"
-        folder.mkdir()
-        watch = self.start("watch", "--json", folder)
-        self.event(watch, "watching")
+        watch = self.watch()
         files = self.files(30)
         hosts, sources = set(), []
         run = self.start("name", "--json", files)
@@ -203,25 +207,19 @@ class Titles(unittest.TestCase):
             if sources.count("fallback") <= 1:
                 break
             watch.wait()
-            watch = self.start("watch", "--json", folder)
-            self.event(watch, "watching")
+            watch = self.watch()
         self.assertLessEqual(sources.count("fallback"), 1)
 
     def test_an_order_waits_until_the_host_of_the_watch_is_awake(self):
         self.vesto("model", "add", self.make("good.gguf", "--says", 'Facture| Edf|"'))
-        folder = self.home / "watched"
-        folder.mkdir()
-        watch = self.start("watch", "--json", folder)
-        self.event(watch, "watching")
+        watch = self.watch()
         files = self.files(5)
         self.vesto("name", files / "scan0004.txt")  # the host of the watch is ready then
         # It may be ready sooner than it is stopped.
         for number in range(4):
             os.kill(self.hosts_of(watch.pid)[0], signal.SIGKILL)
             self.wait_for_host(watch.pid, wanted=False)
-            rename = subprocess.Popen([VESTO, "rename", "--json", files / f"scan{number:04}.txt"],
-                                      env=self.environment, text=True, stdout=subprocess.PIPE, stderr=subprocess.PIPE)
-            self.addCleanup(rename.kill)
+            rename = self.start_renaming(files / f"scan{number:04}.txt")
             while not (hosts := self.hosts_of(watch.pid)) and rename.poll() is None:
                 time.sleep(0.002)
             for host in hosts:
