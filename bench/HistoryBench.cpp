@@ -148,7 +148,7 @@ void scroll(benchmark::State& state, bool isToEnd) {
     state.counters["longest_ms"] = pause.longest();
 }
 
-/// From the end of the typing until the rows are painted; the count goes on after that.
+/// From the end of the typing until the rows are painted, with the counting that goes on meanwhile.
 void filter(benchmark::State& state, const char* words) {
     Application application;
     HistoryWindow window(application.model(), application.shell(), application.memory());
